@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/settings.h"
+
+#include <QHash>
+#include <QString>
+
+// The texts last entered in the fields that offer "Vložit Historii": slots 1 to 18 and 27 to 38.
+// They live while the program runs and are never saved.
+class InputHistory final
+{
+public:
+    static bool isSlot(int slot) { return (slot >= 1 && slot <= 18) || (slot >= 27 && slot <= 38); }
+    void remember(const QString &text, int slot);
+    QString recall(int slot) const;
+    void clear() { m_slots.clear(); }
+
+private:
+    QHash<int, QString> m_slots;
+};
+
+// The protocol to print after a loan or a return, or the one chosen from the menu.
+struct ProtocolRequest
+{
+    enum Kind { None = 0, Loan = 1, Return = 2 };
+    int kind = None;
+    qint32 number = -1;
+};
+
+// What the application object holds while the program runs: the settings record, the user's
+// name, the input histories and the pending protocol.
+class AppState final
+{
+public:
+    static AppState &instance();
+
+    SettingsRecord settings;
+    QString iniPath;    // Folivo.ini in the data directory
+    QString dataDir;    // the program's working directory
+    QString floppyDir;  // the directory that stands for the floppy drive
+    InputHistory history;
+    ProtocolRequest protocol;
+
+private:
+    AppState() = default;
+};

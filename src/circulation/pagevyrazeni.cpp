@@ -1,0 +1,6 @@
+#include "circulation/pagevyrazeni.h"
+
+CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
+{
+    setMinimumSize(640, 470);
+}

@@ -1,0 +1,183 @@
+#include "circulation/viewzadavani.h"
+
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/rvedit.h"
+#include "catalogue/pagenoveknihy.h"
+#include "catalogue/pageopravy.h"
+#include "catalogue/pageprohlizeni.h"
+#include "circulation/entrypage.h"
+#include "circulation/pagevraceni.h"
+#include "circulation/pagevypujcky.h"
+#include "circulation/pagevyrazeni.h"
+
+#include <QApplication>
+#include <QResizeEvent>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+CViewZadavani::CViewZadavani(QWidget *parent) : CFrameView(parent)
+{
+    setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Button);
+    m_scroll = new QScrollArea(this);
+    m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setWidgetResizable(false);
+    m_scroll->setBackgroundRole(QPalette::Button);
+    m_canvas = new QWidget;
+    m_canvas->setBackgroundRole(QPalette::Button);
+    m_sheet = new CSheet(m_canvas);
+    const QList<CEntryPage *> pages = {new CPageVypujcky, new CPageVraceni,  new CPageNoveknihy,
+                                       new CPageVyrazeni, new CPageOpravy,   new CPageProhlizeni};
+    for (CEntryPage *p : pages) {
+        m_sheet->addTab(p, p->tabTitle());
+        connect(p, &CEntryPage::protocolRequested, this, &CViewZadavani::protocolRequested);
+    }
+    m_sheet->adjustSize();
+    m_scroll->setWidget(m_canvas);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_scroll);
+    connect(m_sheet, &QTabWidget::currentChanged, this, &CViewZadavani::pageChanged);
+    setFocusProxy(m_sheet);
+}
+
+int CViewZadavani::activeIndex() const
+{
+    return m_sheet->currentIndex();
+}
+
+CEntryPage *CViewZadavani::page(int index) const
+{
+    return qobject_cast<CEntryPage *>(m_sheet->widget(index));
+}
+
+CEntryPage *CViewZadavani::activePage() const
+{
+    return page(activeIndex());
+}
+
+void CViewZadavani::setActivePage(int index)
+{
+    m_sheet->setCurrentIndex(index);
+}
+
+bool CViewZadavani::enterView(const ViewSwitchRequest &request)
+{
+    Q_UNUSED(request);
+    if (m_current < 0) {
+        m_current = activeIndex();
+        if (CEntryPage *p = activePage())
+            p->onActivate();
+    }
+    return true;
+}
+
+void CViewZadavani::leaveView() {}
+
+void CViewZadavani::pageChanged(int index)
+{
+    if (CEntryPage *old = page(m_current); old && m_current != index)
+        old->onDeactivate();
+    m_current = index;
+    if (CEntryPage *p = page(index))
+        p->onActivate();
+}
+
+void CViewZadavani::settingsChanged()
+{
+    if (activeIndex() == Vypujcky)
+        if (CEntryPage *p = activePage())
+            p->settingsChanged();
+}
+
+void CViewZadavani::categoriesChanged()
+{
+    if (CEntryPage *p = activePage())
+        p->categoriesChanged();
+}
+
+std::optional<bool> CViewZadavani::commandEnabled(int command) const
+{
+    switch (command) {
+    case Cmd::NavFirst:
+    case Cmd::NavLast:
+    case Cmd::NavPageForward:
+    case Cmd::NavPageBack:
+    case Cmd::NavPrevious:
+    case Cmd::NavNext:
+        // Only the browse page walks through records.
+        return activeIndex() == Prohlizeni && activePage() && activePage()->canNavigate(command);
+    case Cmd::EditHistory: {
+        if (activeIndex() != Noveknihy && activeIndex() != Opravy)
+            return false;
+        const auto *edit = qobject_cast<const CRvEdit *>(QApplication::focusWidget());
+        if (!edit || !edit->isEnabled() || !activePage() || !isAncestorOf(edit))
+            return false;
+        const int slot = activePage()->historySlot(edit);
+        return slot > 0 && !AppState::instance().history.recall(slot).isEmpty();
+    }
+    default:
+        return std::nullopt;
+    }
+}
+
+bool CViewZadavani::runCommand(int command)
+{
+    switch (command) {
+    case Cmd::NavFirst:
+    case Cmd::NavLast:
+    case Cmd::NavPageForward:
+    case Cmd::NavPageBack:
+    case Cmd::NavPrevious:
+    case Cmd::NavNext:
+        if (activeIndex() == Prohlizeni && activePage())
+            activePage()->navigate(command);
+        return true;
+    case Cmd::EditHistory: {
+        auto *edit = qobject_cast<CRvEdit *>(QApplication::focusWidget());
+        CEntryPage *p = activePage();
+        if (!edit || !p || !isAncestorOf(edit))
+            return true;
+        if (p->insertHistory(edit))
+            return true;
+        const int slot = p->historySlot(edit);
+        if (slot > 0)
+            edit->setText(AppState::instance().history.recall(slot));
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+int CViewZadavani::helpTopic() const
+{
+    return 2;
+}
+
+void CViewZadavani::resizeEvent(QResizeEvent *event)
+{
+    CFrameView::resizeEvent(event);
+    placeSheet();
+}
+
+void CViewZadavani::focusInEvent(QFocusEvent *event)
+{
+    CFrameView::focusInEvent(event);
+    m_sheet->setFocus();
+}
+
+// The sheet keeps its size and is centred; a view smaller than the sheet scrolls, with the sheet
+// 4 pixels from the left and 2 from the top.
+void CViewZadavani::placeSheet()
+{
+    const QSize sheet = m_sheet->sizeHint().expandedTo(m_sheet->minimumSizeHint());
+    m_sheet->resize(sheet);
+    const QSize view = m_scroll->viewport()->size();
+    const int x = view.width() > sheet.width() + 8 ? (view.width() - sheet.width()) / 2 : 4;
+    const int y = view.height() > sheet.height() + 4 ? (view.height() - sheet.height()) / 2 : 2;
+    m_canvas->resize(qMax(view.width(), sheet.width() + 8), qMax(view.height(), sheet.height() + 4));
+    m_sheet->move(x, y);
+}

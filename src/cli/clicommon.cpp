@@ -1,0 +1,54 @@
+#include "cli/clicommon.h"
+
+#include <QHash>
+#include <QStandardPaths>
+
+#include <cstdio>
+
+bool parseCliArgs(const QStringList &args, const QStringList &valued, const QStringList &flags, CliArgs *out,
+                  QString *error)
+{
+    for (int i = 0; i < args.size(); ++i) {
+        const QString &a = args.at(i);
+        if (a.startsWith(QLatin1String("--"))) {
+            const QString name = a.mid(2);
+            if (valued.contains(name)) {
+                if (i + 1 >= args.size()) {
+                    *error = QStringLiteral("option %1 needs a value").arg(a);
+                    return false;
+                }
+                out->options.insert(name, args.at(++i));
+            } else if (flags.contains(name)) {
+                out->options.insert(name, QString());
+            } else {
+                *error = QStringLiteral("unknown option %1").arg(a);
+                return false;
+            }
+        } else {
+            out->positional << a;
+        }
+    }
+    return true;
+}
+
+QString resolveDataDir(const CliArgs &args)
+{
+    if (args.has(QStringLiteral("data-dir")))
+        return args.value(QStringLiteral("data-dir"));
+    const QString home = qEnvironmentVariable("FOLIVO_HOME");
+    if (!home.isEmpty())
+        return home;
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+}
+
+int cliFail(const QString &message)
+{
+    std::fprintf(stderr, "folivo-cli: %s\n", message.toUtf8().constData());
+    return 1;
+}
+
+void cliPrint(const QString &message)
+{
+    std::fprintf(stdout, "%s\n", message.toUtf8().constData());
+    std::fflush(stdout);
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+#include <QHash>
+#include <QStringList>
+
+#include <functional>
+
+// Shared pieces of the folivo-cli commands.
+struct CliArgs
+{
+    QStringList positional;
+    QHash<QString, QString> options; // "--name value" and "--flag" (empty value)
+
+    bool has(const QString &name) const { return options.contains(name); }
+    QString value(const QString &name, const QString &fallback = QString()) const
+    {
+        return options.value(name, fallback);
+    }
+};
+
+// Splits arguments; options that take a value are listed in valued. Returns false with an error
+// text on an unknown option or a missing value.
+bool parseCliArgs(const QStringList &args, const QStringList &valued, const QStringList &flags, CliArgs *out,
+                  QString *error);
+
+// The data directory: --data-dir, else FOLIVO_HOME, else the platform's application-data path.
+QString resolveDataDir(const CliArgs &args);
+
+int cliFail(const QString &message); // prints "folivo-cli: message" and returns 1
+void cliPrint(const QString &message);
+
+using CliCommand = std::function<int(const QStringList &args)>;
+struct CliCommandEntry
+{
+    const char *name;
+    const char *usage;
+    CliCommand run;
+};

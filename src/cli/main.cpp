@@ -1,0 +1,41 @@
+#include "cli/clicommon.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+int cmdInit(const QStringList &args);
+int cmdDemo(const QStringList &args);
+
+namespace {
+
+const CliCommandEntry Commands[] = {
+    {"init", "init [--data-dir DIR]", cmdInit},
+    {"demo", "demo [--data-dir DIR] [--books N] [--clients N] [--seed S]", cmdDemo},
+};
+
+int usage()
+{
+    std::fprintf(stderr, "usage: folivo-cli COMMAND ...\n");
+    for (const CliCommandEntry &c : Commands)
+        std::fprintf(stderr, "  folivo-cli %s\n", c.usage);
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Folivo"));
+    QCoreApplication::setApplicationName(QStringLiteral("Folivo"));
+    QStringList args = QCoreApplication::arguments().mid(1);
+    if (args.isEmpty())
+        return usage();
+    const QString name = args.takeFirst();
+    for (const CliCommandEntry &c : Commands)
+        if (name == QLatin1String(c.name))
+            return c.run(args);
+    std::fprintf(stderr, "folivo-cli: unknown command %s\n", name.toUtf8().constData());
+    return usage();
+}

@@ -1,0 +1,117 @@
+#include "data/czechlike.h"
+
+#include <QSqlDriver>
+#include <QVariant>
+
+#include <sqlite3.h>
+
+#include <vector>
+
+namespace {
+
+using Chars = std::vector<char32_t>;
+
+Chars folded(const QString &s)
+{
+    const QList<uint> ucs = s.toCaseFolded().toUcs4();
+    return Chars(ucs.begin(), ucs.end());
+}
+
+Chars foldedUtf8(const unsigned char *text, int bytes)
+{
+    return folded(QString::fromUtf8(reinterpret_cast<const char *>(text), bytes));
+}
+
+// Wildcard match with backtracking to the last %; linear for the usual *word* patterns.
+bool match(const Chars &p, const Chars &t, char32_t esc)
+{
+    size_t pi = 0, ti = 0;
+    size_t starP = size_t(-1), starT = 0;
+    while (ti < t.size()) {
+        if (pi < p.size()) {
+            char32_t pc = p[pi];
+            if (esc && pc == esc && pi + 1 < p.size()) {
+                if (p[pi + 1] == t[ti]) {
+                    pi += 2;
+                    ++ti;
+                    continue;
+                }
+            } else if (pc == U'%') {
+                starP = pi++;
+                starT = ti;
+                continue;
+            } else if (pc == U'_' || pc == t[ti]) {
+                ++pi;
+                ++ti;
+                continue;
+            }
+        }
+        if (starP != size_t(-1)) {
+            pi = starP + 1;
+            ti = ++starT;
+            continue;
+        }
+        return false;
+    }
+    while (pi < p.size() && p[pi] == U'%')
+        ++pi;
+    return pi == p.size();
+}
+
+void deleteChars(void *p)
+{
+    delete static_cast<Chars *>(p);
+}
+
+void likeFunction(sqlite3_context *ctx, int argc, sqlite3_value **argv)
+{
+    // like(pattern, text [, escape]) – SQLite passes the pattern first.
+    if (sqlite3_value_type(argv[0]) == SQLITE_NULL || sqlite3_value_type(argv[1]) == SQLITE_NULL)
+        return; // NULL result
+    char32_t esc = 0;
+    if (argc == 3) {
+        const Chars e = foldedUtf8(sqlite3_value_text(argv[2]), sqlite3_value_bytes(argv[2]));
+        if (e.size() != 1) {
+            sqlite3_result_error(ctx, "ESCAPE expression must be a single character", -1);
+            return;
+        }
+        esc = e[0];
+    }
+    auto *pattern = static_cast<Chars *>(sqlite3_get_auxdata(ctx, 0));
+    if (!pattern) {
+        pattern = new Chars(foldedUtf8(sqlite3_value_text(argv[0]), sqlite3_value_bytes(argv[0])));
+        sqlite3_set_auxdata(ctx, 0, pattern, deleteChars);
+        pattern = static_cast<Chars *>(sqlite3_get_auxdata(ctx, 0));
+        if (!pattern) { // SQLite chose not to keep it; compute for this call only
+            const Chars once = foldedUtf8(sqlite3_value_text(argv[0]), sqlite3_value_bytes(argv[0]));
+            const Chars t = foldedUtf8(sqlite3_value_text(argv[1]), sqlite3_value_bytes(argv[1]));
+            sqlite3_result_int(ctx, match(once, t, esc) ? 1 : 0);
+            return;
+        }
+    }
+    const Chars t = foldedUtf8(sqlite3_value_text(argv[1]), sqlite3_value_bytes(argv[1]));
+    sqlite3_result_int(ctx, match(*pattern, t, esc) ? 1 : 0);
+}
+
+} // namespace
+
+bool registerCzechLike(QSqlDatabase &db)
+{
+    const QVariant v = db.driver()->handle();
+    if (!v.isValid() || qstrcmp(v.typeName(), "sqlite3*") != 0)
+        return false;
+    sqlite3 *handle = *static_cast<sqlite3 *const *>(v.data());
+    if (!handle)
+        return false;
+    const int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
+    return sqlite3_create_function_v2(handle, "like", 2, flags, nullptr, likeFunction, nullptr, nullptr,
+                                      nullptr) == SQLITE_OK &&
+           sqlite3_create_function_v2(handle, "like", 3, flags, nullptr, likeFunction, nullptr, nullptr,
+                                      nullptr) == SQLITE_OK;
+}
+
+bool czechLike(const QString &pattern, const QString &text, QChar escape)
+{
+    const Chars e = escape.isNull() ? Chars() : folded(QString(escape));
+    return match(folded(pattern), folded(text), e.empty() ? 0 : e[0]);
+}

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QString>
+
+// Replaces SQLite's LIKE on the connection by one that ignores letter case for every letter
+// (Č and č, Ř and ř, ...), as the librarian expects, not only for ASCII.
+bool registerCzechLike(QSqlDatabase &db);
+
+// The same matching, for code that compares outside a statement: % any run, _ one character.
+bool czechLike(const QString &pattern, const QString &text, QChar escape = QChar());

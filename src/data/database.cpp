@@ -1,0 +1,300 @@
+#include "data/database.h"
+
+#include "data/czechlike.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QStringList>
+
+namespace {
+
+QString s_path;
+
+QString errorText(const QSqlError &e)
+{
+    return e.text().isEmpty() ? QStringLiteral("unknown database error") : e.text();
+}
+
+bool hasSqliteHeader(const QString &path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray head = f.read(16);
+    return head == QByteArray("SQLite format 3\0", 16);
+}
+
+const QStringList &tableNames()
+{
+    static const QStringList names = {QStringLiteral("KNIHY"),    QStringLiteral("LIDE"),
+                                      QStringLiteral("KATEGORIE"), QStringLiteral("VYPUJCKY"),
+                                      QStringLiteral("VRACENI"),  QStringLiteral("IDS")};
+    return names;
+}
+
+} // namespace
+
+Database::OpenResult Database::open(const QString &path, QString *detail)
+{
+    close();
+    auto fail = [&](OpenResult r, const QString &text) {
+        if (detail)
+            *detail = text;
+        close();
+        return r;
+    };
+    if (!QFileInfo::exists(path))
+        return fail(OpenResult::Missing, QStringLiteral("%1 does not exist").arg(path));
+    // Read the header before the connection exists: closing a file handle later would drop the
+    // process's locks on it.
+    if (!hasSqliteHeader(path))
+        return fail(OpenResult::NotDatabase, QStringLiteral("%1 is not a database").arg(path));
+
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QString::fromLatin1(ConnectionName));
+    db.setDatabaseName(path);
+    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=200"));
+    if (!db.open())
+        return fail(OpenResult::Failed, errorText(db.lastError()));
+
+    QSqlQuery q(db);
+    // Exclusive for as long as the program runs: the probe takes the lock and keeps it.
+    if (!q.exec(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")) ||
+        !q.exec(QStringLiteral("PRAGMA journal_mode=DELETE")))
+        return fail(OpenResult::Failed, errorText(q.lastError()));
+    if (!q.exec(QStringLiteral("BEGIN EXCLUSIVE"))) {
+        const QSqlError e = q.lastError();
+        const bool busy = e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
+        return fail(busy ? OpenResult::Locked : OpenResult::Failed, errorText(e));
+    }
+    if (!q.exec(QStringLiteral("COMMIT")))
+        return fail(OpenResult::Failed, errorText(q.lastError()));
+
+    QStringList present;
+    if (!q.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'")))
+        return fail(OpenResult::NotDatabase, errorText(q.lastError()));
+    while (q.next())
+        present << q.value(0).toString();
+    for (const QString &t : tableNames())
+        if (!present.contains(t))
+            return fail(OpenResult::MissingTables, QStringLiteral("table %1 is missing").arg(t));
+    q.finish();
+
+    if (!registerCzechLike(db))
+        return fail(OpenResult::Failed, QStringLiteral("cannot register the LIKE function"));
+    s_path = path;
+    return OpenResult::Ok;
+}
+
+void Database::close()
+{
+    const QString name = QString::fromLatin1(ConnectionName);
+    if (QSqlDatabase::contains(name)) {
+        {
+            QSqlDatabase db = QSqlDatabase::database(name, false);
+            if (db.isOpen())
+                db.close();
+        }
+        QSqlDatabase::removeDatabase(name);
+    }
+    s_path.clear();
+}
+
+bool Database::isOpen()
+{
+    const QString name = QString::fromLatin1(ConnectionName);
+    return QSqlDatabase::contains(name) && QSqlDatabase::database(name, false).isOpen();
+}
+
+QString Database::path()
+{
+    return s_path;
+}
+
+QSqlDatabase Database::connection()
+{
+    return QSqlDatabase::database(QString::fromLatin1(ConnectionName), false);
+}
+
+static void initDataResources()
+{
+    Q_INIT_RESOURCE(data);
+}
+
+QString Database::schemaSql()
+{
+    initDataResources();
+    QFile f(QStringLiteral(":/folivo/schema.sql"));
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(f.readAll());
+}
+
+bool Database::createEmpty(const QString &path, QString *error)
+{
+    if (QFileInfo::exists(path)) {
+        if (error)
+            *error = QStringLiteral("%1 already exists").arg(path);
+        return false;
+    }
+    const QString schema = schemaSql();
+    if (schema.isEmpty()) {
+        if (error)
+            *error = QStringLiteral("the schema is missing from the program");
+        return false;
+    }
+    const QString name = QStringLiteral("folivo-create");
+    bool ok = true;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(path);
+        if (!db.open()) {
+            ok = false;
+            if (error)
+                *error = errorText(db.lastError());
+        } else {
+            QSqlQuery q(db);
+            ok = q.exec(QStringLiteral("PRAGMA journal_mode=DELETE")) && db.transaction();
+            // Statements are separated by semicolons at line ends; comments are skipped.
+            QString statement;
+            const QStringList lines = schema.split(QLatin1Char('\n'));
+            for (const QString &raw : lines) {
+                if (!ok)
+                    break;
+                const QString line = raw.trimmed();
+                if (line.isEmpty() || line.startsWith(QLatin1String("--")))
+                    continue;
+                statement += line + QLatin1Char(' ');
+                if (line.endsWith(QLatin1Char(';'))) {
+                    if (!q.exec(statement)) {
+                        ok = false;
+                        if (error)
+                            *error = errorText(q.lastError());
+                    }
+                    statement.clear();
+                }
+            }
+            if (ok && !db.commit()) {
+                ok = false;
+                if (error)
+                    *error = errorText(db.lastError());
+            }
+            if (!ok)
+                db.rollback();
+            q.finish();
+            db.close();
+        }
+    }
+    QSqlDatabase::removeDatabase(name);
+    if (!ok)
+        QFile::remove(path);
+    return ok;
+}
+
+Transaction::Transaction()
+{
+    QSqlDatabase db = Database::connection();
+    if (!db.isOpen())
+        throw DbError(QStringLiteral("the database is not open"));
+    if (!db.transaction())
+        throw DbError(errorText(db.lastError()));
+    m_open = true;
+}
+
+Transaction::~Transaction()
+{
+    if (m_open)
+        Database::connection().rollback();
+}
+
+void Transaction::commit()
+{
+    QSqlDatabase db = Database::connection();
+    if (!db.commit()) {
+        const QString text = errorText(db.lastError());
+        db.rollback();
+        m_open = false;
+        throw DbError(text);
+    }
+    m_open = false;
+}
+
+QString jetToSqlite(const QString &jet)
+{
+    QString out;
+    out.reserve(jet.size() + 8);
+    bool inString = false;
+    bool likePattern = false; // inside the quoted pattern right after LIKE
+    const int n = int(jet.size());
+    for (int i = 0; i < n; ++i) {
+        const QChar c = jet.at(i);
+        if (inString) {
+            if (c == QLatin1Char('\'')) {
+                if (i + 1 < n && jet.at(i + 1) == QLatin1Char('\'')) {
+                    out += QLatin1String("''");
+                    ++i;
+                    continue;
+                }
+                inString = false;
+                likePattern = false;
+                out += c;
+                continue;
+            }
+            if (likePattern && c == QLatin1Char('*'))
+                out += QLatin1Char('%');
+            else if (likePattern && c == QLatin1Char('?'))
+                out += QLatin1Char('_');
+            else
+                out += c;
+            continue;
+        }
+        if (c == QLatin1Char('\'')) {
+            inString = true;
+            // A pattern is the string that follows the keyword LIKE.
+            const QString before = out.trimmed();
+            likePattern = before.endsWith(QLatin1String("LIKE"), Qt::CaseInsensitive);
+            out += c;
+            continue;
+        }
+        if (c == QLatin1Char('=') && jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
+            out += QLatin1String("IN (");
+            i += 6;
+            continue;
+        }
+        out += c;
+    }
+    return out;
+}
+
+QSqlQuery prepareSql(const QString &sql)
+{
+    QSqlDatabase db = Database::connection();
+    if (!db.isOpen())
+        throw DbError(QStringLiteral("the database is not open"));
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.prepare(sql))
+        throw DbError(errorText(q.lastError()) + QStringLiteral(" [") + sql + QLatin1Char(']'));
+    return q;
+}
+
+void execPrepared(QSqlQuery &query)
+{
+    if (!query.exec())
+        throw DbError(errorText(query.lastError()) + QStringLiteral(" [") + query.lastQuery() + QLatin1Char(']'));
+}
+
+QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)
+{
+    QSqlQuery q = prepareSql(sql);
+    for (const QVariant &v : bindValues)
+        q.addBindValue(v);
+    execPrepared(q);
+    return q;
+}
+
+QSqlQuery runJet(const QString &jetSql, const QVariantList &bindValues)
+{
+    return runSql(jetToSqlite(jetSql), bindValues);
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariant>
+
+#include <stdexcept>
+
+// A failure of the database: thrown by the data layer, caught by the command that began the
+// work, which rolls its transaction back and shows its own catalogue message.
+class DbError : public std::runtime_error
+{
+public:
+    explicit DbError(const QString &what) : std::runtime_error(what.toStdString()) {}
+    QString text() const { return QString::fromStdString(what()); }
+};
+
+// The one open library database, Folivo.db in the data directory. It is opened exclusively:
+// a second running copy of the program cannot open it.
+class Database final
+{
+public:
+    enum class OpenResult { Ok, Missing, NotDatabase, Locked, MissingTables, Failed };
+
+    static OpenResult open(const QString &path, QString *detail = nullptr);
+    static void close();
+    static bool isOpen();
+    static QString path();
+    static QSqlDatabase connection();
+
+    static constexpr const char *FileName = "Folivo.db";
+    static constexpr const char *ConnectionName = "folivo";
+
+    // The schema every empty database is made from.
+    static QString schemaSql();
+    // Writes a new empty database (the six tables and the single IDS row) into path.
+    // Refuses to overwrite an existing file.
+    static bool createEmpty(const QString &path, QString *error);
+};
+
+// One transaction on the open database. Rolls back when it goes out of scope uncommitted, so an
+// exception anywhere inside leaves nothing half-written.
+class Transaction final
+{
+public:
+    Transaction();
+    ~Transaction();
+    void commit();
+
+private:
+    Q_DISABLE_COPY_MOVE(Transaction)
+    bool m_open = false;
+};
+
+// Translates one statement text in the program's Jet dialect into SQLite's: the wildcards * and
+// ? inside LIKE patterns become % and _, "= ANY (" becomes "IN (". Booleans need nothing: they
+// are stored as 0 and 1 and tested bare ("NOT KNIHY.VYRAZENO").
+QString jetToSqlite(const QString &jet);
+
+// Prepares and runs a statement on the open database; a failure throws DbError with the
+// driver's text. The texts given are in the Jet dialect and are translated first.
+QSqlQuery runJet(const QString &jetSql, const QVariantList &bindValues = {});
+// Same for a statement already written for SQLite.
+QSqlQuery runSql(const QString &sql, const QVariantList &bindValues = {});
+void execPrepared(QSqlQuery &query);
+QSqlQuery prepareSql(const QString &sql);

@@ -1,0 +1,101 @@
+#include "data/dates.h"
+
+#include <QRegularExpression>
+
+#include <cmath>
+#include <limits>
+
+DateNumber dateNumberFromDate(const QDate &date)
+{
+    if (!date.isValid())
+        return NoDate;
+    return date.year() * 10000 + date.month() * 100 + date.day();
+}
+
+QDate dateFromNumber(DateNumber d)
+{
+    if (d <= 0)
+        return {};
+    return QDate(d / 10000, (d / 100) % 100, d % 100);
+}
+
+QString dateText(DateNumber d)
+{
+    if (d == NoDate)
+        return {};
+    return QString::asprintf("%2d.%2d.%4d", d % 100, (d / 100) % 100, d / 10000);
+}
+
+QString dateText(const QDate &date)
+{
+    return QString::asprintf("%2d.%2d.%4d", date.day(), date.month(), date.year());
+}
+
+QString footerDateText(const QDate &date)
+{
+    return QString::asprintf("%02d.%02d.%d", date.day(), date.month(), date.year());
+}
+
+int daysBetween(DateNumber from, DateNumber to)
+{
+    const QDate a = dateFromNumber(from);
+    const QDate b = dateFromNumber(to);
+    if (!a.isValid() || !b.isValid())
+        return 0;
+    return int(a.daysTo(b));
+}
+
+QDate parseDate(const QString &text)
+{
+    static const QRegularExpression re(QStringLiteral("^\\s*(\\d{1,2})\\s*\\.\\s*(\\d{1,2})\\s*\\.\\s*(\\d{1,4})\\s*$"));
+    const QRegularExpressionMatch m = re.match(text);
+    if (!m.hasMatch())
+        return {};
+    const int year = m.captured(3).toInt();
+    if (year < 1)
+        return {};
+    return QDate(year, m.captured(2).toInt(), m.captured(1).toInt());
+}
+
+bool parseWhole(const QString &text, qint32 *value)
+{
+    static const QRegularExpression re(QStringLiteral("^\\s*([+-]?\\d+)\\s*$"));
+    const QRegularExpressionMatch m = re.match(text);
+    if (!m.hasMatch())
+        return false;
+    bool ok = false;
+    const qlonglong v = m.captured(1).toLongLong(&ok);
+    if (!ok || v < std::numeric_limits<qint32>::min() || v > std::numeric_limits<qint32>::max())
+        return false;
+    if (value)
+        *value = qint32(v);
+    return true;
+}
+
+bool parseDecimal(const QString &text, double *value)
+{
+    static const QRegularExpression re(QStringLiteral("^\\s*([+-]?(\\d+([.,]\\d*)?|[.,]\\d+))\\s*$"));
+    const QRegularExpressionMatch m = re.match(text);
+    if (!m.hasMatch())
+        return false;
+    QString t = m.captured(1);
+    t.replace(QLatin1Char(','), QLatin1Char('.'));
+    bool ok = false;
+    const double v = t.toDouble(&ok);
+    if (!ok || !std::isfinite(v))
+        return false;
+    if (value)
+        *value = v;
+    return true;
+}
+
+QDate today()
+{
+    const QByteArray fixed = qgetenv("FOLIVO_TODAY");
+    if (!fixed.isEmpty()) {
+        const QDate d = QDate::fromString(QString::fromLatin1(fixed), Qt::ISODate);
+        if (d.isValid())
+            return d;
+    }
+    return QDate::currentDate();
+}

@@ -1,0 +1,22 @@
+#include "app/mainframe.h"
+#include "app/messagebox_ui.h"
+#include "app/startup.h"
+
+#include <QApplication>
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Folivo"));
+    QApplication::setApplicationName(QStringLiteral("Folivo"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Folivo 2.0"));
+    installWidgetMessageBox();
+    int exitCode = 0;
+    CMainFrame *frame = startProgram(StartupOptions::fromArguments(QApplication::arguments()), &exitCode);
+    if (!frame)
+        return exitCode;
+    frame->show();
+    const int result = QApplication::exec();
+    delete frame;
+    return result;
+}

@@ -1,0 +1,3 @@
+#include "reports/sestavaview.h"
+
+CSestavaView::CSestavaView(QWidget *parent) : CFrameView(parent) {}

@@ -1,0 +1,3 @@
+#include "search/vyhledavani.h"
+
+CVyhledavani::CVyhledavani(QWidget *parent) : CFrameView(parent) {}

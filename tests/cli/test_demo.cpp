@@ -1,0 +1,131 @@
+#include "data/database.h"
+#include "support/testsupport.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QtTest>
+
+class TestDemo : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initInstallsOnceOnly();
+    void demoLibraryKeepsEveryRelation();
+
+private:
+    static int runCli(const QStringList &args, QByteArray *err = nullptr)
+    {
+        QProcess p;
+        p.start(QStringLiteral(FOLIVO_CLI_PATH), args);
+        if (!p.waitForFinished(120000))
+            return -1;
+        if (err)
+            *err = p.readAllStandardError();
+        return p.exitCode();
+    }
+};
+
+void TestDemo::initInstallsOnceOnly()
+{
+    QTemporaryDir dir;
+    const QString data = dir.filePath(QStringLiteral("lib"));
+    QCOMPARE(runCli({QStringLiteral("init"), QStringLiteral("--data-dir"), data}), 0);
+    QVERIFY(QFile::exists(QDir(data).filePath(QStringLiteral("Folivo.db"))));
+    QByteArray err;
+    QCOMPARE(runCli({QStringLiteral("init"), QStringLiteral("--data-dir"), data}, &err), 1);
+    QVERIFY(err.contains("already exists"));
+    QVERIFY(runCli({QStringLiteral("init"), QStringLiteral("--bogus")}, &err) != 0);
+    QVERIFY(runCli({QStringLiteral("demo"), QStringLiteral("--data-dir"), data, QStringLiteral("--books"),
+                    QStringLiteral("many")},
+                   &err) != 0);
+    QVERIFY(err.contains("--books"));
+}
+
+void TestDemo::demoLibraryKeepsEveryRelation()
+{
+    QTemporaryDir dir;
+    QByteArray err;
+    QCOMPARE(runCli({QStringLiteral("demo"), QStringLiteral("--data-dir"), dir.path(), QStringLiteral("--books"),
+                     QStringLiteral("3000"), QStringLiteral("--clients"), QStringLiteral("300"),
+                     QStringLiteral("--seed"), QStringLiteral("7")},
+                    &err),
+             0);
+    // A second fill is refused: demo fills only an empty library.
+    QCOMPARE(runCli({QStringLiteral("demo"), QStringLiteral("--data-dir"), dir.path()}, &err), 1);
+
+    QCOMPARE(Database::open(QDir(dir.path()).filePath(QStringLiteral("Folivo.db"))), Database::OpenResult::Ok);
+    auto count = [](const char *sql) {
+        QSqlQuery q = runSql(QString::fromUtf8(sql));
+        return q.next() ? q.value(0).toLongLong() : -1;
+    };
+    QCOMPARE(count("SELECT COUNT(*) FROM KNIHY"), 3000);
+    QCOMPARE(count("SELECT COUNT(*) FROM LIDE"), 300);
+    QVERIFY(count("SELECT COUNT(*) FROM VYPUJCKY") > 3000);
+    QVERIFY(count("SELECT COUNT(*) FROM VRACENI") > 2000);
+    QVERIFY(count("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO") > 0);
+    QVERIFY(count("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO") > 0);
+    QVERIFY(count("SELECT COUNT(*) FROM LIDE WHERE NOT UKAZOVAT") > 0);
+    QVERIFY(count("SELECT COUNT(*) FROM KATEGORIE WHERE NOT UKAZOVAT") > 0);
+    QVERIFY(count("SELECT COUNT(*) FROM KNIHY WHERE IS_KLICOVESLOVO AND KLICOVA_SLOVA LIKE '~%~'") > 0);
+    // Some loans are overdue today, and some loans share a number.
+    QVERIFY(count("SELECT COUNT(*) FROM VYPUJCKY WHERE NOT VRACENO AND OMEZOVAT AND DATUM_MAX < 20260315") > 0);
+    QVERIFY(count("SELECT COUNT(*) FROM (SELECT ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY GROUP BY 1 HAVING COUNT(*) > 1)") > 0);
+
+    const char *violations[] = {
+        // A lent book has exactly one open loan row under its loan number and a visible holder.
+        "SELECT COUNT(*) FROM KNIHY K WHERE K.VYPUJCENO AND (SELECT COUNT(*) FROM VYPUJCKY V WHERE "
+        "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY AND NOT V.VRACENO "
+        "AND V.ID_LIDE_VYPUJCKY = K.ID_LIDE_KNIHY) <> 1",
+        "SELECT COUNT(*) FROM KNIHY K WHERE K.VYPUJCENO AND NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
+        "K.ID_LIDE_KNIHY AND L.UKAZOVAT)",
+        // A book not lent has no open loan and no references.
+        "SELECT COUNT(*) FROM KNIHY WHERE NOT VYPUJCENO AND (ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> -1)",
+        "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE NOT V.VRACENO "
+        "AND NOT K.VYPUJCENO",
+        // A discarded book is never lent, and was discarded after it came.
+        "SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND (VYPUJCENO OR DATUM_VYRAZENI < DATUM_PORIZENI)",
+        "SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI <> -1",
+        // Every reference points at a row.
+        "SELECT COUNT(*) FROM KNIHY K WHERE NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE C.ID_KATEGORIE_KATEGORIE = "
+        "K.ID_KATEGORIE_KNIHY)",
+        "SELECT COUNT(*) FROM KNIHY K WHERE NOT K.VYRAZENO AND NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
+        "C.ID_KATEGORIE_KATEGORIE = K.ID_KATEGORIE_KNIHY AND C.UKAZOVAT)",
+        "SELECT COUNT(*) FROM VYPUJCKY V WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
+        "V.ID_LIDE_VYPUJCKY) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY)",
+        "SELECT COUNT(*) FROM VRACENI R WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
+        "R.ID_LIDE_VRACENI) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = R.ID_KNIHY_VRACENI)",
+        // Dates in order: loan not before acquisition, return not before loan, deadline as flagged.
+        "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE V.DATUM_PUJCKY "
+        "< K.DATUM_PORIZENI OR (V.VRACENO AND V.DATUM_VRACENI < V.DATUM_PUJCKY) OR (V.OMEZOVAT <> (V.DATUM_MAX <> "
+        "-1)) OR (NOT V.VRACENO AND V.DATUM_VRACENI <> -1)",
+        // Every returned loan row has its return row.
+        "SELECT COUNT(*) FROM VYPUJCKY V WHERE V.VRACENO AND NOT EXISTS (SELECT 1 FROM VRACENI R WHERE "
+        "R.ID_KNIHY_VRACENI = V.ID_KNIHY_VYPUJCKY AND R.DATUM_PUJCKY = V.DATUM_PUJCKY AND R.DATUM_VRACENI = "
+        "V.DATUM_VRACENI)",
+        // Keys below their counters, unique codes and names, accession numbers covered.
+        "SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY >= (SELECT ID_KNIHY_FIRSTFREE FROM IDS)",
+        "SELECT COUNT(*) FROM LIDE WHERE ID_LIDE_LIDE >= (SELECT ID_LIDE_FIRSTFREE FROM IDS)",
+        "SELECT COUNT(*) FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE >= (SELECT ID_KATEGORIE_FIRSTFREE FROM IDS)",
+        "SELECT COUNT(*) FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY >= (SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS)",
+        "SELECT COUNT(*) FROM VRACENI WHERE ID_VRACENI_VRACENI >= (SELECT ID_VRACENI_FIRSTFREE FROM IDS)",
+        "SELECT COUNT(*) FROM KNIHY WHERE PRIRUSTEK > (SELECT PRIRUSTEK_MAX FROM IDS)",
+        "SELECT COUNT(*) - COUNT(DISTINCT KOD) FROM KNIHY",
+        "SELECT COUNT(*) - COUNT(DISTINCT PRIRUSTEK) FROM KNIHY",
+        "SELECT COUNT(*) - COUNT(DISTINCT KOD) FROM LIDE",
+        "SELECT COUNT(*) - COUNT(DISTINCT NAZEV) FROM KATEGORIE",
+        "SELECT COUNT(*) - COUNT(DISTINCT ID_KNIHY_KNIHY) FROM KNIHY",
+        // Presence flags agree with their fields.
+        "SELECT COUNT(*) FROM KNIHY WHERE IS_KLICOVESLOVO <> (KLICOVA_SLOVA <> '') OR IS_ROKVYDANI <> (ROK_VYDANI <> "
+        "-1) OR IS_POCETSTRAN <> (POCET_STRAN <> -1) OR IS_VYDAVATEL <> (VYDAVATEL <> '')",
+    };
+    for (const char *sql : violations)
+        QVERIFY2(count(sql) == 0, sql);
+    QSqlQuery ic = runSql(QStringLiteral("PRAGMA integrity_check"));
+    QVERIFY(ic.next());
+    QCOMPARE(ic.value(0).toString(), QStringLiteral("ok"));
+    Database::close();
+}
+
+QTEST_GUILESS_MAIN(TestDemo)
+#include "test_demo.moc"

@@ -1,0 +1,4 @@
+#pragma once
+
+// Helpers for tests that open windows under the offscreen platform.
+#include <QWidget>

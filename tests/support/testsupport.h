@@ -1,0 +1,86 @@
+#pragma once
+
+#include "app/messages.h"
+#include "data/dates.h"
+
+#include <QList>
+#include <QString>
+#include <QTemporaryDir>
+
+// A fresh data directory with an empty library database made from the shipped schema, opened
+// as the program's database for the life of the object.
+class TestLibrary final
+{
+public:
+    TestLibrary();
+    ~TestLibrary();
+    bool isValid() const { return m_valid; }
+    QString dir() const { return m_dir.path(); }
+    QString dbPath() const;
+
+    // Builders: each writes its row with an identifier taken from IDS, as the program would.
+    qint32 addCategory(const QString &name, bool visible = true);
+    qint32 addClient(const QString &code, const QString &first = QStringLiteral("Jan"),
+                     const QString &last = QStringLiteral("Novák"), bool visible = true);
+    struct BookSpec
+    {
+        BookSpec() = default;
+        explicit BookSpec(const QString &c) : code(c) {}
+        BookSpec &withTitle(const QString &t, const QString &a = QString())
+        {
+            title = t;
+            if (!a.isEmpty())
+                author = a;
+            return *this;
+        }
+        QString code;
+        qint32 accession = -1; // -1: PRIRUSTEK_MAX + 1
+        qint32 category = -1;  // -1: the first category, made when there is none
+        QString title = QStringLiteral("Babička");
+        QString author = QStringLiteral("Božena Němcová");
+        DateNumber acquired = 20000101;
+        float price = 100.0f;
+        QString keywords; // stored form, ~a~~b~
+        bool discarded = false;
+        DateNumber discardedOn = NoDate;
+    };
+    qint32 addBook(const BookSpec &spec);
+    qint32 addBook(const QString &code) { return addBook(BookSpec(code)); }
+    // Lends the books to the client under one new loan number; due NoDate = unlimited.
+    qint32 lend(const QList<qint32> &books, qint32 client, DateNumber on, DateNumber due = NoDate);
+    // Returns the books under one new return number.
+    qint32 giveBack(const QList<qint32> &books, DateNumber on);
+
+    qint64 count(const QString &sql) const; // first column of the first row
+    qint32 ids(const char *column) const;
+
+private:
+    QTemporaryDir m_dir;
+    bool m_valid = false;
+};
+
+// Records every message box and answers from a queue (default: OK / Yes).
+class MessageRecorder final
+{
+public:
+    struct Shown
+    {
+        int number; // catalogue number, 0 when the text is not a catalogue message
+        QString caption;
+        QString text;
+        MessageKind kind;
+        int buttons;
+    };
+    MessageRecorder();
+    ~MessageRecorder();
+    void answerNext(int result) { m_answers << result; }
+    QList<int> numbers() const;
+    QList<Shown> shown() const { return m_shown; }
+    QString lastText() const { return m_shown.isEmpty() ? QString() : m_shown.last().text; }
+    void clear() { m_shown.clear(); }
+
+private:
+    QList<Shown> m_shown;
+    QList<int> m_answers;
+    MessageBoxHandler m_previous;
+};
