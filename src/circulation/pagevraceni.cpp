@@ -1,6 +1,373 @@
 #include "circulation/pagevraceni.h"
 
+#include "app/appstate.h"
+#include "app/messages.h"
+#include "app/rvedit.h"
+#include "catalogue/bookdialogs.h"
+#include "circulation/circulationcore.h"
+#include "data/checks.h"
+#include "data/recordsets.h"
+#include "data/statements.h"
+
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
 CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
 {
+    auto delayText = [](qint32 delay) { return delay > 0 ? QString::number(delay) : QString(); };
+    m_list = new CPreparedList<ReturnListItem>(
+        {
+            {QStringLiteral("Kód"), 60, [](const ReturnListItem &b) { return b.code; },
+             [](const ReturnListItem &b) { return QVariant(b.code); }},
+            {QStringLiteral("Název"), 254, [](const ReturnListItem &b) { return b.title; },
+             [](const ReturnListItem &b) { return QVariant(b.title); }},
+            {QStringLiteral("Autor"), 96, [](const ReturnListItem &b) { return b.author; },
+             [](const ReturnListItem &b) { return QVariant(b.author); }},
+            {QStringLiteral("Prodlení"), 70,
+             [delayText](const ReturnListItem &b) { return delayText(b.delay); },
+             [](const ReturnListItem &b) { return QVariant(b.delay); }, Qt::AlignRight | Qt::AlignVCenter},
+        },
+        this);
+
+    auto *bookBox = new QGroupBox(QStringLiteral("Kniha"), this);
+    m_bookCode = new CRvEdit(bookBox);
+    m_bookCode->setObjectName(QStringLiteral("bookCode"));
+    m_bookCode->setMaxLength(32);
+    auto *codeLabel = new QLabel(QStringLiteral("&Kód knihy"), bookBox);
+    codeLabel->setBuddy(m_bookCode);
+    auto *ok = new QPushButton(QStringLiteral("OK"), bookBox);
+    ok->setAutoDefault(false);
+    auto *pick = new QPushButton(QStringLiteral("Nalistovat..."), bookBox);
+    pick->setAutoDefault(false);
+    m_returnDateEdit = new CRvEdit(bookBox);
+    m_returnDateEdit->setObjectName(QStringLiteral("returnDate"));
+    m_returnDateEdit->SetResType(CRvEdit::Date);
+    m_returnDateEdit->setMaxLength(20);
+    auto *dateLabel = new QLabel(QStringLiteral("&Vrátit dne"), bookBox);
+    dateLabel->setBuddy(m_returnDateEdit);
+    m_title = readOnlyField(bookBox);
+    m_author = readOnlyField(bookBox);
+    m_category = readOnlyField(bookBox);
+    m_client = readOnlyField(bookBox);
+    m_loanDateText = readOnlyField(bookBox);
+    m_delayText = readOnlyField(bookBox);
+    m_delayText->setAlignment(Qt::AlignRight);
+    m_title->setObjectName(QStringLiteral("title"));
+    m_category->setObjectName(QStringLiteral("category"));
+    m_client->setObjectName(QStringLiteral("client"));
+    m_loanDateText->setObjectName(QStringLiteral("loanDate"));
+    m_delayText->setObjectName(QStringLiteral("delay"));
+
+    auto *grid = new QGridLayout(bookBox);
+    grid->addWidget(codeLabel, 0, 0);
+    auto *codeRow = new QHBoxLayout;
+    codeRow->addWidget(m_bookCode, 1);
+    codeRow->addWidget(ok);
+    codeRow->addWidget(pick);
+    codeRow->addSpacing(12);
+    codeRow->addWidget(dateLabel);
+    codeRow->addWidget(m_returnDateEdit);
+    grid->addLayout(codeRow, 0, 1, 1, 3);
+    auto addRead = [&](const QString &text, QLineEdit *field, int row, int column, int span) {
+        auto *l = new QLabel(text, bookBox);
+        l->setBuddy(field);
+        grid->addWidget(l, row, column);
+        grid->addWidget(field, row, column + 1, 1, span);
+    };
+    addRead(QStringLiteral("Název"), m_title, 1, 0, 3);
+    addRead(QStringLiteral("Autor"), m_author, 2, 0, 1);
+    addRead(QStringLiteral("Kategorie"), m_category, 2, 2, 1);
+    addRead(QStringLiteral("Klient"), m_client, 3, 0, 3);
+    addRead(QStringLiteral("Půjčka"), m_loanDateText, 4, 0, 1);
+    addRead(QStringLiteral("Prodlení"), m_delayText, 4, 2, 1);
+    grid->setColumnStretch(1, 3);
+    grid->setColumnStretch(3, 2);
+
+    m_add = iconButton(QStringLiteral("Přidat"), QStyle::SP_ArrowDown, this);
+    m_add->setObjectName(QStringLiteral("add"));
+    auto *remove = iconButton(QStringLiteral("Odebrat"), QStyle::SP_DialogDiscardButton, this);
+    m_view = makePreparedListView(m_list, this);
+    m_view->setObjectName(QStringLiteral("list"));
+    auto *listLabel = new QLabel(QStringLiteral("Kni&hy připravené k vrácení"), this);
+    listLabel->setBuddy(m_view);
+    auto *listHead = new QHBoxLayout;
+    listHead->addWidget(listLabel, 1);
+    listHead->addWidget(m_add);
+    listHead->addWidget(remove);
+
+    auto *giveBackButton = iconButton(QStringLiteral("Vrátit"), QStyle::SP_DialogOkButton, this);
+    auto *cancelButton = iconButton(QStringLiteral("Storno"), QStyle::SP_DialogCancelButton, this);
+    auto *bottom = new QHBoxLayout;
+    bottom->addStretch(1);
+    bottom->addWidget(giveBackButton);
+    bottom->addWidget(cancelButton);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(bookBox);
+    layout->addLayout(listHead);
+    layout->addWidget(m_view, 1);
+    layout->addLayout(bottom);
+
+    setTabOrder(m_bookCode, ok);
+    setTabOrder(ok, pick);
+    setTabOrder(pick, m_returnDateEdit);
+    setTabOrder(m_returnDateEdit, m_add);
+    setTabOrder(m_add, remove);
+    setTabOrder(remove, m_view);
+    setTabOrder(m_view, giveBackButton);
+    setTabOrder(giveBackButton, cancelButton);
+
+    connect(m_bookCode, &CRvEdit::enterPressed, this, &CPageVraceni::lookUpBook);
+    connect(ok, &QPushButton::clicked, this, &CPageVraceni::lookUpBook);
+    connect(pick, &QPushButton::clicked, this, &CPageVraceni::pickBook);
+    connect(m_add, &QPushButton::clicked, this, &CPageVraceni::addBook);
+    connect(remove, &QPushButton::clicked, this, &CPageVraceni::removeSelected);
+    connect(m_view, &QTableView::activated, this, &CPageVraceni::showDetails);
+    connect(giveBackButton, &QPushButton::clicked, this, &CPageVraceni::giveBack);
+    connect(cancelButton, &QPushButton::clicked, this, &CPageVraceni::cancel);
+
     setMinimumSize(640, 470);
+    fullClear();
+}
+
+void CPageVraceni::onActivate()
+{
+    fullClear();
+    m_bookCode->setFocus();
+}
+
+void CPageVraceni::onDeactivate()
+{
+    fullClear();
+}
+
+void CPageVraceni::partialClear()
+{
+    for (QLineEdit *e : {static_cast<QLineEdit *>(m_bookCode), m_title, m_author, m_category, m_client,
+                         m_loanDateText, m_delayText})
+        e->clear();
+    m_currentCode.clear();
+    m_bookId = m_categoryId = m_holder = m_loanNumber = -1;
+    m_loanDate = m_due = NoDate;
+    m_limited = false;
+    m_delay = -1;
+}
+
+void CPageVraceni::fullClear()
+{
+    partialClear();
+    m_list->clear();
+    m_returnDate = NoDate;
+    m_returnDateEdit->setEnabled(true);
+    m_returnDateEdit->setText(dateText(today()));
+}
+
+void CPageVraceni::cancel()
+{
+    fullClear();
+    m_bookCode->setFocus();
+}
+
+void CPageVraceni::lookUpBook()
+{
+    const QString code = m_bookCode->text().trimmed();
+    auto refuse = [this](int message, QWidget *focus) {
+        showMessage(message);
+        partialClear();
+        focus->setFocus();
+    };
+    if (code.isEmpty())
+        return refuse(69, m_bookCode);
+    if (hasForbiddenChars(code)) {
+        showMessage(119);
+        m_bookCode->setFocus();
+        return;
+    }
+    WaitCursor wait;
+    try {
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
+        if (book.isEOF())
+            return refuse(70, m_bookCode);
+        CSetKategorie category;
+        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+        if (category.isEOF())
+            return refuse(71, m_bookCode);
+        if (m_returnDate == NoDate) {
+            QDate date;
+            if (!m_returnDateEdit->GetAsOleDate(date))
+                return refuse(73, m_returnDateEdit);
+            // The first book of a batch fixes the return date for all of it.
+            m_returnDate = dateNumberFromDate(date);
+            m_returnDateEdit->setEnabled(false);
+        }
+        QString clientText;
+        if (book.m_ID_LIDE_KNIHY != -1) {
+            CSetLide lide;
+            lide.open(QString::asprintf(Stmt::LideById, book.m_ID_LIDE_KNIHY));
+            if (lide.isEOF())
+                return refuse(71, m_bookCode);
+            clientText = lide.m_KOD + QStringLiteral("  (") + lide.m_PRIJMENI + QLatin1Char(' ') +
+                         lide.m_JMENO + QLatin1Char(')');
+        }
+        DateNumber loanDate = NoDate, due = NoDate;
+        bool limited = false;
+        qint32 delay = 0;
+        if (book.m_ID_VYPUJCKY_KNIHY != -1) {
+            CSetVypujcky loan;
+            loan.open(QString::asprintf(Stmt::VypujckyRow, book.m_ID_VYPUJCKY_KNIHY, book.m_ID_KNIHY_KNIHY));
+            if (loan.isEOF())
+                return refuse(71, m_bookCode);
+            loanDate = loan.m_DATUM_PUJCKY;
+            due = loan.m_DATUM_MAX;
+            limited = loan.m_OMEZOVAT;
+            if (limited)
+                delay = qMax(0, daysBetween(due, m_returnDate));
+        }
+        m_currentCode = code;
+        m_bookId = book.m_ID_KNIHY_KNIHY;
+        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
+        m_holder = book.m_ID_LIDE_KNIHY;
+        m_loanNumber = book.m_ID_VYPUJCKY_KNIHY;
+        m_loanDate = loanDate;
+        m_due = due;
+        m_limited = limited;
+        m_delay = delay;
+        m_title->setText(book.m_NAZEV);
+        m_author->setText(book.m_AUTOR);
+        m_category->setText(category.m_NAZEV);
+        m_client->setText(clientText);
+        m_loanDateText->setText(loanDate == NoDate ? QString() : dateText(loanDate));
+        m_delayText->setText(delay > 0 ? QString::number(delay) : QString());
+        m_add->setFocus();
+    } catch (const DbError &) {
+        refuse(72, m_bookCode);
+    }
+}
+
+void CPageVraceni::pickBook()
+{
+    const auto picked =
+        ::pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vrátit."),
+                   QString::fromUtf8(Stmt::PickLent));
+    if (!picked)
+        return;
+    m_bookCode->setText(picked->code);
+    lookUpBook();
+}
+
+void CPageVraceni::addBook()
+{
+    auto refuse = [this](int message) {
+        showMessage(message);
+        partialClear();
+        m_bookCode->setFocus();
+    };
+    if (m_bookId == -1)
+        return refuse(74);
+    // The holder, not VYPUJCENO, tells whether the book is out.
+    if (m_holder == -1)
+        return refuse(75);
+    if (m_returnDate < m_loanDate)
+        return refuse(84);
+    for (const ReturnListItem &i : m_list->items())
+        if (i.bookId == m_bookId)
+            return refuse(77);
+    ReturnListItem item;
+    item.code = m_currentCode;
+    item.title = m_title->text();
+    item.author = m_author->text();
+    item.bookId = m_bookId;
+    item.clientId = m_holder;
+    item.loanNumber = m_loanNumber;
+    item.returnDate = m_returnDate;
+    item.due = m_due;
+    item.loanDate = m_loanDate;
+    item.delay = m_delay;
+    item.limited = m_limited;
+    m_list->insertTop(item);
+    partialClear();
+    m_bookCode->setFocus();
+}
+
+void CPageVraceni::removeSelected()
+{
+    const QList<int> rows = selectedRows(m_view);
+    if (rows.isEmpty()) {
+        showMessage(76);
+        return;
+    }
+    m_list->removeRowsAt(rows);
+}
+
+void CPageVraceni::showDetails()
+{
+    const QModelIndex current = m_view->currentIndex();
+    if (!current.isValid())
+        return;
+    showBookDetails(this, m_list->at(current.row()).bookId);
+    m_view->setFocus();
+}
+
+void CPageVraceni::categoriesChanged()
+{
+    if (m_bookId == -1)
+        return;
+    try {
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyById, m_bookId));
+        if (book.isEOF())
+            return;
+        CSetKategorie category;
+        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+        if (category.isEOF())
+            return;
+        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
+        m_category->setText(category.m_NAZEV);
+    } catch (const DbError &) {
+        // Ignored: the text stays as it was.
+    }
+}
+
+void CPageVraceni::giveBack()
+{
+    if (m_list->isEmpty()) {
+        showMessage(78);
+        partialClear();
+        m_bookCode->setFocus();
+        return;
+    }
+    QList<ReturnBook> books;
+    for (const ReturnListItem &i : m_list->items())
+        books << ReturnBook{i.bookId, i.clientId, i.loanNumber, i.loanDate, i.due, i.limited};
+    WaitCursor wait;
+    qint32 number = -1;
+    try {
+        number = returnBooks(m_returnDate, books, [this](int row) { m_list->removeAt(row); });
+    } catch (const DbError &) {
+        showMessage(72);
+        partialClear();
+        m_bookCode->setFocus();
+        return;
+    }
+    fullClear();
+    m_bookCode->setFocus();
+    requestProtocol(number);
+}
+
+void CPageVraceni::requestProtocol(qint32 returnNumber)
+{
+    const int setting = AppState::instance().settings.returnProtocol;
+    if (setting == SettingsRecord::PrintNever)
+        return;
+    if (setting == SettingsRecord::PrintOnRequest &&
+        RvMessageBox(QString(),
+                     QStringLiteral("Přejete si vytisknout protokol o právě provedeném vrácení knih?"),
+                     MessageKind::Information, ButtonsYesNo) != ResultYes)
+        return;
+    AppState::instance().protocol = ProtocolRequest{ProtocolRequest::Return, returnNumber};
+    Q_EMIT protocolRequested();
 }

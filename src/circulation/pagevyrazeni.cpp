@@ -1,6 +1,334 @@
 #include "circulation/pagevyrazeni.h"
 
+#include "app/messages.h"
+#include "app/rvedit.h"
+#include "catalogue/bookdialogs.h"
+#include "circulation/circulationcore.h"
+#include "data/checks.h"
+#include "data/recordsets.h"
+#include "data/statements.h"
+
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
 CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
 {
+    m_list = new CPreparedList<DiscardListItem>(
+        {
+            {QStringLiteral("Kód"), 60, [](const DiscardListItem &b) { return b.code; },
+             [](const DiscardListItem &b) { return QVariant(b.code); }},
+            {QStringLiteral("Název"), 300, [](const DiscardListItem &b) { return b.title; },
+             [](const DiscardListItem &b) { return QVariant(b.title); }},
+            {QStringLiteral("Autor"), 120, [](const DiscardListItem &b) { return b.author; },
+             [](const DiscardListItem &b) { return QVariant(b.author); }},
+        },
+        this);
+
+    auto *bookBox = new QGroupBox(QStringLiteral("Kniha"), this);
+    m_bookCode = new CRvEdit(bookBox);
+    m_bookCode->setObjectName(QStringLiteral("bookCode"));
+    m_bookCode->setMaxLength(32);
+    auto *codeLabel = new QLabel(QStringLiteral("&Kód knihy"), bookBox);
+    codeLabel->setBuddy(m_bookCode);
+    auto *ok = new QPushButton(QStringLiteral("OK"), bookBox);
+    ok->setAutoDefault(false);
+    auto *pick = new QPushButton(QStringLiteral("Nalistovat..."), bookBox);
+    pick->setAutoDefault(false);
+    m_accession = new CRvEdit(bookBox);
+    m_accession->SetResType(CRvEdit::WholeNumber);
+    m_accession->setReadOnly(true);
+    m_accession->setFocusPolicy(Qt::ClickFocus);
+    m_accession->setMaxLength(8);
+    m_accession->setObjectName(QStringLiteral("accession"));
+    m_title = readOnlyField(bookBox);
+    m_author = readOnlyField(bookBox);
+    m_category = readOnlyField(bookBox);
+    m_title->setObjectName(QStringLiteral("title"));
+    m_category->setObjectName(QStringLiteral("category"));
+
+    auto *grid = new QGridLayout(bookBox);
+    grid->addWidget(codeLabel, 0, 0);
+    auto *codeRow = new QHBoxLayout;
+    codeRow->addWidget(m_bookCode, 1);
+    codeRow->addWidget(ok);
+    codeRow->addWidget(pick);
+    grid->addLayout(codeRow, 0, 1, 1, 3);
+    auto addRead = [&](const QString &text, QLineEdit *field, int row, int column, int span) {
+        auto *l = new QLabel(text, bookBox);
+        l->setBuddy(field);
+        grid->addWidget(l, row, column);
+        grid->addWidget(field, row, column + 1, 1, span);
+    };
+    addRead(QStringLiteral("Přírůst. čís."), m_accession, 1, 0, 1);
+    addRead(QStringLiteral("Kategorie"), m_category, 1, 2, 1);
+    addRead(QStringLiteral("Název"), m_title, 2, 0, 3);
+    addRead(QStringLiteral("Autor"), m_author, 3, 0, 3);
+    grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(3, 3);
+
+    m_add = iconButton(QStringLiteral("Přidat"), QStyle::SP_ArrowDown, this);
+    m_add->setObjectName(QStringLiteral("add"));
+    auto *remove = iconButton(QStringLiteral("Odebrat"), QStyle::SP_DialogDiscardButton, this);
+    m_view = makePreparedListView(m_list, this);
+    m_view->setObjectName(QStringLiteral("list"));
+    auto *listLabel = new QLabel(QStringLiteral("Kni&hy připravené k vyřazení"), this);
+    listLabel->setBuddy(m_view);
+    auto *listHead = new QHBoxLayout;
+    listHead->addWidget(listLabel, 1);
+    listHead->addWidget(m_add);
+    listHead->addWidget(remove);
+
+    m_discardDate = new CRvEdit(this);
+    m_discardDate->setObjectName(QStringLiteral("discardDate"));
+    m_discardDate->SetResType(CRvEdit::Date);
+    m_discardDate->setMaxLength(20);
+    auto *dateLabel = new QLabel(QStringLiteral("&Vyřadit dne"), this);
+    dateLabel->setBuddy(m_discardDate);
+    auto *discardButton = iconButton(QStringLiteral("Vyřadit"), QStyle::SP_DialogOkButton, this);
+    auto *cancelButton = iconButton(QStringLiteral("Storno"), QStyle::SP_DialogCancelButton, this);
+    auto *bottom = new QHBoxLayout;
+    bottom->addWidget(dateLabel);
+    bottom->addWidget(m_discardDate);
+    bottom->addStretch(1);
+    bottom->addWidget(discardButton);
+    bottom->addWidget(cancelButton);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(bookBox);
+    layout->addLayout(listHead);
+    layout->addWidget(m_view, 1);
+    layout->addLayout(bottom);
+
+    setTabOrder(m_bookCode, ok);
+    setTabOrder(ok, pick);
+    setTabOrder(pick, m_add);
+    setTabOrder(m_add, remove);
+    setTabOrder(remove, m_view);
+    setTabOrder(m_view, m_discardDate);
+    setTabOrder(m_discardDate, discardButton);
+    setTabOrder(discardButton, cancelButton);
+
+    connect(m_bookCode, &CRvEdit::enterPressed, this, &CPageVyrazeni::lookUpBook);
+    connect(ok, &QPushButton::clicked, this, &CPageVyrazeni::lookUpBook);
+    connect(pick, &QPushButton::clicked, this, &CPageVyrazeni::pickBook);
+    connect(m_add, &QPushButton::clicked, this, &CPageVyrazeni::addBook);
+    connect(remove, &QPushButton::clicked, this, &CPageVyrazeni::removeSelected);
+    connect(m_view, &QTableView::activated, this, &CPageVyrazeni::showDetails);
+    connect(discardButton, &QPushButton::clicked, this, &CPageVyrazeni::discard);
+    connect(cancelButton, &QPushButton::clicked, this, &CPageVyrazeni::cancel);
+
     setMinimumSize(640, 470);
+    fullClear();
+}
+
+void CPageVyrazeni::onActivate()
+{
+    fullClear();
+    m_bookCode->setFocus();
+}
+
+void CPageVyrazeni::onDeactivate()
+{
+    fullClear();
+}
+
+void CPageVyrazeni::partialClear()
+{
+    for (QLineEdit *e : {static_cast<QLineEdit *>(m_bookCode), m_title, m_author, m_category,
+                         static_cast<QLineEdit *>(m_accession)})
+        e->clear();
+    m_currentCode.clear();
+    m_bookId = m_categoryId = -1;
+    m_acquired = NoDate;
+}
+
+void CPageVyrazeni::fullClear()
+{
+    partialClear();
+    m_list->clear();
+    m_discardDate->setText(dateText(today()));
+}
+
+void CPageVyrazeni::cancel()
+{
+    fullClear();
+    m_bookCode->setFocus();
+}
+
+void CPageVyrazeni::lookUpBook()
+{
+    const QString code = m_bookCode->text().trimmed();
+    auto refuse = [this](int message) {
+        showMessage(message);
+        partialClear();
+        m_bookCode->setFocus();
+    };
+    if (code.isEmpty())
+        return refuse(48);
+    if (hasForbiddenChars(code)) {
+        showMessage(119);
+        m_bookCode->setFocus();
+        return;
+    }
+    WaitCursor wait;
+    try {
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
+        if (book.isEOF())
+            return refuse(45);
+        CSetKategorie category;
+        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+        if (category.isEOF())
+            return refuse(46);
+        m_author->setText(book.m_AUTOR);
+        m_category->setText(category.m_NAZEV);
+        m_title->setText(book.m_NAZEV);
+        m_accession->setText(QString::asprintf("%d", book.m_PRIRUSTEK));
+        m_bookId = book.m_ID_KNIHY_KNIHY;
+        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
+        m_currentCode = code;
+        m_acquired = book.m_DATUM_PORIZENI;
+        m_add->setFocus();
+    } catch (const DbError &) {
+        refuse(47);
+    }
+}
+
+void CPageVyrazeni::pickBook()
+{
+    const auto picked =
+        ::pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vyřadit."),
+                   QString::fromUtf8(Stmt::PickLendable));
+    if (!picked)
+        return;
+    m_bookCode->setText(picked->code);
+    lookUpBook();
+}
+
+void CPageVyrazeni::addBook()
+{
+    auto refuse = [this](int message) {
+        showMessage(message);
+        partialClear();
+        m_bookCode->setFocus();
+    };
+    if (m_bookId == -1) {
+        showMessage(50);
+        m_bookCode->setFocus();
+        return;
+    }
+    for (const DiscardListItem &i : m_list->items())
+        if (i.bookId == m_bookId)
+            return refuse(51);
+    DiscardListItem item;
+    try {
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyById, m_bookId));
+        if (book.isEOF())
+            return refuse(47);
+        if (book.m_VYPUJCENO) {
+            // A lent book has to come back before it can be discarded.
+            showMessage(53);
+            m_bookCode->setFocus();
+            return;
+        }
+        item.code = m_currentCode;
+        item.title = book.m_NAZEV;
+        item.author = book.m_AUTOR;
+        item.bookId = book.m_ID_KNIHY_KNIHY;
+        item.acquired = book.m_DATUM_PORIZENI;
+    } catch (const DbError &) {
+        return refuse(47);
+    }
+    m_list->insertTop(item);
+    partialClear();
+    m_bookCode->setFocus();
+}
+
+void CPageVyrazeni::removeSelected()
+{
+    const QList<int> rows = selectedRows(m_view);
+    if (rows.isEmpty()) {
+        showMessage(52);
+        return;
+    }
+    m_list->removeRowsAt(rows);
+}
+
+void CPageVyrazeni::showDetails()
+{
+    const QModelIndex current = m_view->currentIndex();
+    if (!current.isValid())
+        return;
+    showBookDetails(this, m_list->at(current.row()).bookId);
+    m_view->setFocus();
+}
+
+void CPageVyrazeni::categoriesChanged()
+{
+    if (m_bookId == -1)
+        return;
+    try {
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyById, m_bookId));
+        if (book.isEOF())
+            return;
+        CSetKategorie category;
+        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+        if (category.isEOF())
+            return;
+        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
+        m_category->setText(category.m_NAZEV);
+    } catch (const DbError &) {
+        // Ignored: the text stays as it was.
+    }
+}
+
+void CPageVyrazeni::discard()
+{
+    if (m_list->isEmpty()) {
+        showMessage(54);
+        m_bookCode->setFocus();
+        return;
+    }
+    QDate date;
+    if (!m_discardDate->GetAsOleDate(date)) {
+        showMessage(55);
+        m_discardDate->setFocus();
+        return;
+    }
+    const DateNumber discardDate = dateNumberFromDate(date);
+    for (int i = int(m_list->size()) - 1; i >= 0; --i) {
+        if (m_list->at(i).acquired > discardDate) {
+            showMessage(86);
+            m_discardDate->setFocus();
+            return;
+        }
+    }
+    if (RvMessageBox(QString(), QStringLiteral("Pozor, skutečně chcete vyřadit uvedené knihy?"),
+                     MessageKind::Warning, ButtonsYesNoIrreversible) != ResultYes)
+        return;
+    WaitCursor wait;
+    // Each book in a transaction of its own: books discarded before a failure stay discarded.
+    while (!m_list->isEmpty()) {
+        const int row = int(m_list->size()) - 1;
+        bool done = false;
+        try {
+            done = discardBook(m_list->at(row).bookId, discardDate);
+        } catch (const DbError &) {
+            done = false;
+        }
+        if (!done) {
+            showMessage(47);
+            partialClear();
+            m_bookCode->setFocus();
+            return;
+        }
+        m_list->removeAt(row);
+    }
+    fullClear();
+    m_bookCode->setFocus();
 }

@@ -1,0 +1,121 @@
+#include "circulation/circulationcore.h"
+
+#include "data/database.h"
+#include "data/recordsets.h"
+#include "data/statements.h"
+
+namespace {
+
+// Opens the row that must exist; its absence breaks the action like any database failure.
+template <typename Set> void openExisting(Set &set, const QString &sql, const char *what)
+{
+    set.open(sql);
+    if (set.isEOF())
+        throw DbError(QStringLiteral("%1 not found: %2").arg(QLatin1String(what), sql));
+}
+
+} // namespace
+
+qint32 lendBooks(qint32 clientId, DateNumber loanDate, const QList<LoanBook> &books,
+                 const BookWritten &written)
+{
+    Transaction tx;
+    const qint32 loan = allocateId(Counter::Vypujcky);
+    for (int i = books.size() - 1; i >= 0; --i) {
+        const LoanBook &b = books.at(i);
+        CSetKnihy book;
+        openExisting(book, QString::asprintf(Stmt::KnihyById, b.bookId), "book");
+        CSetVypujcky row;
+        row.addNew();
+        row.m_ID_VYPUJCKY_VYPUJCKY = loan;
+        row.m_ID_LIDE_VYPUJCKY = clientId;
+        row.m_ID_KNIHY_VYPUJCKY = b.bookId;
+        row.m_VRACENO = false;
+        row.m_DATUM_PUJCKY = loanDate;
+        row.m_OMEZOVAT = b.due != NoDate;
+        row.m_DATUM_MAX = b.due;
+        row.m_DATUM_VRACENI = NoDate;
+        book.edit();
+        book.m_VYPUJCENO = true;
+        book.m_ID_LIDE_KNIHY = clientId;
+        book.m_ID_VYPUJCKY_KNIHY = loan;
+        // The book row first, then the new loan row.
+        book.update();
+        row.update();
+        book.close();
+        if (written)
+            written(i);
+    }
+    tx.commit();
+    return loan;
+}
+
+qint32 returnBooks(DateNumber returnDate, const QList<ReturnBook> &books, const BookWritten &written)
+{
+    Transaction tx;
+    const qint32 number = allocateId(Counter::Vraceni);
+    for (int i = books.size() - 1; i >= 0; --i) {
+        const ReturnBook &b = books.at(i);
+        {
+            CSetVypujcky loan;
+            openExisting(loan, QString::asprintf(Stmt::VypujckyRow, b.loanNumber, b.bookId), "loan");
+            loan.edit();
+            loan.m_VRACENO = true;
+            loan.m_DATUM_VRACENI = returnDate;
+            loan.update();
+        }
+        {
+            CSetKnihy book;
+            openExisting(book, QString::asprintf(Stmt::KnihyById, b.bookId), "book");
+            book.edit();
+            book.m_VYPUJCENO = false;
+            book.m_ID_LIDE_KNIHY = -1;
+            book.m_ID_VYPUJCKY_KNIHY = -1;
+            book.update();
+        }
+        {
+            CSetVraceni ret;
+            ret.addNew();
+            ret.m_ID_VRACENI_VRACENI = number;
+            ret.m_ID_KNIHY_VRACENI = b.bookId;
+            ret.m_ID_LIDE_VRACENI = b.clientId;
+            ret.m_DATUM_VRACENI = returnDate;
+            ret.m_DATUM_VRACENI_MAX = b.limited ? b.due : NoDate;
+            ret.m_DATUM_PUJCKY = b.loanDate;
+            ret.m_OMEZOVAT = b.limited;
+            ret.update();
+        }
+        if (written)
+            written(i);
+    }
+    tx.commit();
+    return number;
+}
+
+bool discardBook(qint32 bookId, DateNumber discardDate)
+{
+    CSetKnihy book;
+    book.open(QString::asprintf(Stmt::KnihyById, bookId));
+    if (book.isEOF())
+        return false;
+    Transaction tx;
+    book.edit();
+    book.m_VYRAZENO = true;
+    book.m_DATUM_VYRAZENI = discardDate;
+    book.update();
+    tx.commit();
+    return true;
+}
+
+void restoreBook(qint32 bookId, qint32 categoryId)
+{
+    Transaction tx;
+    CSetKnihy book;
+    openExisting(book, QString::asprintf(Stmt::KnihyByIdBare, bookId), "book");
+    book.edit();
+    book.m_VYRAZENO = false;
+    book.m_DATUM_VYRAZENI = NoDate;
+    book.m_ID_KATEGORIE_KNIHY = categoryId;
+    book.update();
+    tx.commit();
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "data/dates.h"
+
+#include <QList>
+
+#include <functional>
+
+// The writes of the circulation pages and of the undo-discard dialog. Each runs its own
+// transaction and throws DbError when the database fails; nothing of a failed action stays
+// written, the IDS counters included.
+
+// One book of a loan: its id and the latest return date (NoDate: the loan is not limited).
+struct LoanBook
+{
+    qint32 bookId = -1;
+    DateNumber due = NoDate;
+};
+
+// One book of a return, with what its open loan said when the book was looked up.
+struct ReturnBook
+{
+    qint32 bookId = -1;
+    qint32 clientId = -1;
+    qint32 loanNumber = -1;
+    DateNumber loanDate = NoDate;
+    DateNumber due = NoDate; // NoDate when the loan was not limited
+    bool limited = false;
+};
+
+// Called with the index of a book as soon as its rows are written, before the commit; the pages
+// drop the list row there. Books are written from the last to the first.
+using BookWritten = std::function<void(int index)>;
+
+// Lends the books to the client under one new loan number (ID_VYPUJCKY_FIRSTFREE, raised by
+// one) and returns that number. A book that is no longer in KNIHY fails the whole loan.
+qint32 lendBooks(qint32 clientId, DateNumber loanDate, const QList<LoanBook> &books,
+                 const BookWritten &written = {});
+
+// Closes the open loans of the books on the return date under one new return number
+// (ID_VRACENI_FIRSTFREE, raised by one) and returns that number. A missing loan row or book row
+// fails the whole return.
+qint32 returnBooks(DateNumber returnDate, const QList<ReturnBook> &books, const BookWritten &written = {});
+
+// Marks one book as discarded on the date, in a transaction of its own. Returns false (and
+// writes nothing) when the book is no longer in KNIHY.
+bool discardBook(qint32 bookId, DateNumber discardDate);
+
+// Puts a discarded book back into the stock under the category: clears VYRAZENO and
+// DATUM_VYRAZENI, leaves every other column as it was. A missing book throws DbError.
+void restoreBook(qint32 bookId, qint32 categoryId);

@@ -1,0 +1,202 @@
+#pragma once
+
+#include "app/cp1250.h"
+
+#include <QAbstractTableModel>
+#include <QApplication>
+#include <QHeaderView>
+#include <QTableView>
+
+#include <algorithm>
+#include <functional>
+#include <numeric>
+
+// One column of a list of prepared books: its title and width, the text shown for a row, and
+// the value the column sorts by (a text, compared byte by byte in the program's code page, or
+// a number).
+template <typename Item> struct PreparedColumn
+{
+    QString title;
+    int width = 60;
+    std::function<QString(const Item &)> text;
+    std::function<QVariant(const Item &)> key;
+    Qt::Alignment alignment = Qt::AlignLeft | Qt::AlignVCenter;
+};
+
+// The list of books prepared on a page: it owns one record per row. New rows go to the top;
+// commits work from the last row to the first and drop each row as it is written.
+template <typename Item> class CPreparedList final : public QAbstractTableModel
+{
+public:
+    static constexpr int SortRole = Qt::UserRole;
+
+    explicit CPreparedList(QList<PreparedColumn<Item>> columns, QObject *parent = nullptr)
+        : QAbstractTableModel(parent), m_columns(std::move(columns))
+    {}
+
+    int rowCount(const QModelIndex &parent = {}) const override
+    {
+        return parent.isValid() ? 0 : int(m_items.size());
+    }
+    int columnCount(const QModelIndex &parent = {}) const override
+    {
+        return parent.isValid() ? 0 : int(m_columns.size());
+    }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+            return {};
+        const PreparedColumn<Item> &c = m_columns.at(index.column());
+        const Item &item = m_items.at(index.row());
+        switch (role) {
+        case Qt::DisplayRole:
+            return c.text(item);
+        case Qt::TextAlignmentRole:
+            return QVariant::fromValue(c.alignment);
+        case SortRole:
+            return c.key(item);
+        default:
+            return {};
+        }
+    }
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override
+    {
+        if (orientation == Qt::Horizontal && role == Qt::DisplayRole && section >= 0 &&
+            section < m_columns.size())
+            return m_columns.at(section).title;
+        return {};
+    }
+
+    const QList<Item> &items() const { return m_items; }
+    const Item &at(int row) const { return m_items.at(row); }
+    qsizetype size() const { return m_items.size(); }
+    bool isEmpty() const { return m_items.isEmpty(); }
+    int columnWidth(int column) const { return m_columns.at(column).width; }
+
+    void insertTop(const Item &item)
+    {
+        beginInsertRows({}, 0, 0);
+        m_items.prepend(item);
+        endInsertRows();
+    }
+    void removeAt(int row)
+    {
+        if (row < 0 || row >= m_items.size())
+            return;
+        beginRemoveRows({}, row, row);
+        m_items.removeAt(row);
+        endRemoveRows();
+    }
+    void removeRowsAt(QList<int> rows)
+    {
+        std::sort(rows.begin(), rows.end(), std::greater<int>());
+        rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+        for (int r : rows)
+            removeAt(r);
+    }
+    void clear()
+    {
+        beginResetModel();
+        m_items.clear();
+        endResetModel();
+    }
+    // Always ascending; rows with equal keys keep their order.
+    void sortByColumn(int column)
+    {
+        if (column < 0 || column >= m_columns.size())
+            return;
+        const auto &key = m_columns.at(column).key;
+        Q_EMIT layoutAboutToBeChanged();
+        const QModelIndexList before = persistentIndexList();
+        QList<int> order(m_items.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::stable_sort(order.begin(), order.end(),
+                         [&](int a, int b) { return lessThan(key(m_items.at(a)), key(m_items.at(b))); });
+        QList<Item> sorted;
+        QList<int> newRow(m_items.size());
+        for (int i = 0; i < order.size(); ++i) {
+            sorted << m_items.at(order.at(i));
+            newRow[order.at(i)] = i;
+        }
+        m_items = sorted;
+        QModelIndexList after;
+        for (const QModelIndex &i : before)
+            after << index(newRow.at(i.row()), i.column());
+        changePersistentIndexList(before, after);
+        Q_EMIT layoutChanged();
+    }
+
+private:
+    static bool lessThan(const QVariant &a, const QVariant &b)
+    {
+        if (a.typeId() == QMetaType::QString)
+            return toCp1250(a.toString()) < toCp1250(b.toString());
+        return a.toLongLong() < b.toLongLong();
+    }
+
+    QList<PreparedColumn<Item>> m_columns;
+    QList<Item> m_items;
+};
+
+// The table that shows a prepared list: grid lines, whole rows selected (several at once for
+// "Odebrat"), a click on a column title sorts by that column.
+template <typename Item> QTableView *makePreparedListView(CPreparedList<Item> *model, QWidget *parent)
+{
+    auto *view = new QTableView(parent);
+    view->setModel(model);
+    view->setShowGrid(true);
+    view->setSelectionBehavior(QAbstractItemView::SelectRows);
+    view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    view->setTabKeyNavigation(false);
+    view->verticalHeader()->hide();
+    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
+    view->horizontalHeader()->setSectionsClickable(true);
+    view->horizontalHeader()->setHighlightSections(false);
+    view->horizontalHeader()->setStretchLastSection(true);
+    for (int c = 0; c < model->columnCount(); ++c)
+        view->setColumnWidth(c, model->columnWidth(c));
+    QObject::connect(view->horizontalHeader(), &QHeaderView::sectionClicked, model,
+                     [model](int column) { model->sortByColumn(column); });
+    return view;
+}
+
+// The rows selected in a list view, in no particular order.
+inline QList<int> selectedRows(const QTableView *view)
+{
+    QList<int> rows;
+    if (view->selectionModel())
+        for (const QModelIndex &i : view->selectionModel()->selectedRows())
+            rows << i.row();
+    return rows;
+}
+
+// The wait cursor for the length of one command.
+class WaitCursor final
+{
+public:
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    Q_DISABLE_COPY_MOVE(WaitCursor)
+};
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStyle>
+
+// A read-only text of the book or client just looked up.
+inline QLineEdit *readOnlyField(QWidget *parent)
+{
+    auto *e = new QLineEdit(parent);
+    e->setReadOnly(true);
+    e->setFocusPolicy(Qt::ClickFocus);
+    return e;
+}
+
+// The page's push buttons carry an icon beside the text.
+inline QPushButton *iconButton(const QString &text, QStyle::StandardPixmap icon, QWidget *parent)
+{
+    auto *b = new QPushButton(parent->style()->standardIcon(icon), text, parent);
+    b->setAutoDefault(false);
+    return b;
+}
