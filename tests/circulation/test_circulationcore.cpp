@@ -1,0 +1,223 @@
+#include "circulation/circulationcore.h"
+#include "data/database.h"
+#include "support/testsupport.h"
+
+#include <QtTest>
+
+// The writes of lending, returning, discarding and restoring, without a window.
+class TestCirculationCore : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void lendUnderOneNumber();
+    void lendFailureWritesNothing();
+    void returnUnderOneNumber();
+    void returnFailureWritesNothing();
+    void discardAndRestore();
+};
+
+namespace {
+
+QString q(const char *sql)
+{
+    return QString::fromUtf8(sql);
+}
+
+} // namespace
+
+void TestCirculationCore::lendUnderOneNumber()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 client = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const qint32 c = lib.addBook(QStringLiteral("C"));
+    const qint32 before = lib.ids("ID_VYPUJCKY_FIRSTFREE");
+
+    QList<int> order;
+    const qint32 loan = lendBooks(client, 20260315, {{a, 20260401}, {b, NoDate}, {c, 20260315}},
+                                  [&order](int i) { order << i; });
+    QCOMPARE(loan, before);
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before + 1);
+    QCOMPARE(order, (QList<int>{2, 1, 0})); // from the last book to the first
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY = %1 AND "
+                                      "ID_LIDE_VYPUJCKY = %2 AND NOT VRACENO AND DATUM_PUJCKY = 20260315 AND "
+                                      "DATUM_VRACENI = -1")
+                           .arg(loan)
+                           .arg(client)),
+             3);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO AND ID_LIDE_KNIHY = %1 AND "
+                                      "ID_VYPUJCKY_KNIHY = %2")
+                           .arg(client)
+                           .arg(loan)),
+             3);
+    // The unlimited book carries no date and no limit; the others their own dates.
+    QCOMPARE(lib.count(QStringLiteral("SELECT OMEZOVAT * 100000000 + DATUM_MAX FROM VYPUJCKY WHERE "
+                                      "ID_KNIHY_VYPUJCKY = %1")
+                           .arg(b)),
+             -1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_MAX FROM VYPUJCKY WHERE OMEZOVAT AND ID_KNIHY_VYPUJCKY = %1")
+                           .arg(a)),
+             20260401);
+    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_MAX FROM VYPUJCKY WHERE OMEZOVAT AND ID_KNIHY_VYPUJCKY = %1")
+                           .arg(c)),
+             20260315);
+
+    // The next loan takes the next number.
+    const qint32 d = lib.addBook(QStringLiteral("D"));
+    QCOMPARE(lendBooks(client, 20260316, {{d, NoDate}}), loan + 1);
+}
+
+void TestCirculationCore::lendFailureWritesNothing()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 client = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const qint32 c = lib.addBook(QStringLiteral("C"));
+    const qint32 before = lib.ids("ID_VYPUJCKY_FIRSTFREE");
+
+    // The middle book vanished between preparing the list and lending.
+    runSql(QStringLiteral("DELETE FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(b));
+    QList<int> written;
+    QVERIFY_THROWS_EXCEPTION(DbError, lendBooks(client, 20260315, {{a, NoDate}, {b, NoDate}, {c, NoDate}},
+                                                [&written](int i) { written << i; }));
+    QCOMPARE(written, QList<int>{2}); // the last book was written before the failure ...
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0); // ... and rolled back
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO OR ID_LIDE_KNIHY <> -1 OR "
+                                      "ID_VYPUJCKY_KNIHY <> -1")),
+             0);
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
+
+    // A failure of the database itself in the middle of the batch.
+    runSql(QStringLiteral("CREATE TRIGGER fail_loan BEFORE INSERT ON VYPUJCKY WHEN NEW.ID_KNIHY_VYPUJCKY = %1 "
+                          "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
+               .arg(a));
+    QVERIFY_THROWS_EXCEPTION(DbError, lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 0);
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
+
+    runSql(QStringLiteral("DROP TRIGGER fail_loan"));
+    QCOMPARE(lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}), before);
+}
+
+void TestCirculationCore::returnUnderOneNumber()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k1 = lib.addClient(QStringLiteral("K1"));
+    const qint32 k2 = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const qint32 loanA = lib.lend({a}, k1, 20260301, 20260310);
+    const qint32 loanB = lib.lend({b}, k2, 20260305);
+    const qint32 before = lib.ids("ID_VRACENI_FIRSTFREE");
+
+    QList<int> order;
+    const qint32 r = returnBooks(20260315,
+                                 {{a, k1, loanA, 20260301, 20260310, true}, {b, k2, loanB, 20260305, NoDate, false}},
+                                 [&order](int i) { order << i; });
+    QCOMPARE(r, before);
+    QCOMPARE(order, (QList<int>{1, 0}));
+    QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before + 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI WHERE ID_VRACENI_VRACENI = %1 AND "
+                                      "DATUM_VRACENI = 20260315")
+                           .arg(r)),
+             2);
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_LIDE_VRACENI * 1000 + OMEZOVAT FROM VRACENI WHERE "
+                                      "ID_KNIHY_VRACENI = %1 AND DATUM_VRACENI_MAX = 20260310 AND DATUM_PUJCKY = "
+                                      "20260301")
+                           .arg(a)),
+             k1 * 1000 + 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_LIDE_VRACENI * 1000 + OMEZOVAT FROM VRACENI WHERE "
+                                      "ID_KNIHY_VRACENI = %1 AND DATUM_VRACENI_MAX = -1 AND DATUM_PUJCKY = 20260305")
+                           .arg(b)),
+             k2 * 1000);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE VRACENO AND DATUM_VRACENI = 20260315")), 2);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO OR ID_LIDE_KNIHY <> -1 OR "
+                                      "ID_VYPUJCKY_KNIHY <> -1")),
+             0);
+}
+
+void TestCirculationCore::returnFailureWritesNothing()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k1 = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const qint32 c = lib.addBook(QStringLiteral("C"));
+    const qint32 loan = lib.lend({a, b, c}, k1, 20260301);
+    const qint32 before = lib.ids("ID_VRACENI_FIRSTFREE");
+    const QList<ReturnBook> books = {{a, k1, loan, 20260301, NoDate, false},
+                                     {b, k1, loan, 20260301, NoDate, false},
+                                     {c, k1, loan, 20260301, NoDate, false}};
+
+    // The loan row of the middle book is gone: an integrity fault inside the write.
+    runSql(QStringLiteral("UPDATE VYPUJCKY SET ID_VYPUJCKY_VYPUJCKY = 999 WHERE ID_KNIHY_VYPUJCKY = %1").arg(b));
+    QList<int> written;
+    QVERIFY_THROWS_EXCEPTION(DbError, returnBooks(20260315, books, [&written](int i) { written << i; }));
+    QCOMPARE(written, QList<int>{2});
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE VRACENO")), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 3);
+    QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before);
+
+    runSql(QStringLiteral("UPDATE VYPUJCKY SET ID_VYPUJCKY_VYPUJCKY = %1").arg(loan));
+    runSql(QStringLiteral("CREATE TRIGGER fail_return BEFORE INSERT ON VRACENI WHEN NEW.ID_KNIHY_VRACENI = %1 "
+                          "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
+               .arg(a));
+    QVERIFY_THROWS_EXCEPTION(DbError, returnBooks(20260315, books));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 3);
+    QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before);
+}
+
+void TestCirculationCore::discardAndRestore()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
+    TestLibrary::BookSpec spec(QStringLiteral("A"));
+    spec.category = fiction;
+    spec.acquired = 20200105;
+    const qint32 a = lib.addBook(spec);
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const QString idsRow = q("SELECT ID_KNIHY_FIRSTFREE + ID_LIDE_FIRSTFREE + ID_KATEGORIE_FIRSTFREE + "
+                             "ID_VYPUJCKY_FIRSTFREE + ID_VRACENI_FIRSTFREE + PRIRUSTEK_MAX FROM IDS");
+    const qint64 counters = lib.count(idsRow);
+
+    QVERIFY(discardBook(a, 20260315));
+    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_VYRAZENI FROM KNIHY WHERE VYRAZENO AND ID_KNIHY_KNIHY = %1")
+                           .arg(a)),
+             20260315);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
+    QVERIFY(!discardBook(12345, 20260315));
+    QCOMPARE(lib.count(idsRow), counters); // discarding takes no identifier
+
+    runSql(QStringLiteral("CREATE TRIGGER fail_discard BEFORE UPDATE ON KNIHY BEGIN SELECT RAISE(ABORT, 'x'); END"));
+    QVERIFY_THROWS_EXCEPTION(DbError, discardBook(b, 20260315));
+    QVERIFY_THROWS_EXCEPTION(DbError, restoreBook(a, poetry));
+    runSql(QStringLiteral("DROP TRIGGER fail_discard"));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
+
+    const qint64 accession = lib.count(QStringLiteral("SELECT PRIRUSTEK FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a));
+    restoreBook(a, poetry);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI = -1 AND "
+                                      "ID_KATEGORIE_KNIHY = %1 AND KOD = 'A' AND PRIRUSTEK = %2 AND DATUM_PORIZENI "
+                                      "= 20200105 AND ID_KNIHY_KNIHY = %3")
+                           .arg(poetry)
+                           .arg(accession)
+                           .arg(a)),
+             1);
+    QVERIFY_THROWS_EXCEPTION(DbError, restoreBook(12345, poetry));
+    QCOMPARE(lib.count(idsRow), counters);
+}
+
+QTEST_GUILESS_MAIN(TestCirculationCore)
+#include "test_circulationcore.moc"
