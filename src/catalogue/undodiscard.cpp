@@ -41,9 +41,9 @@ CUndoDiscardDialog::CUndoDiscardDialog(QWidget *parent) : QDialog(parent)
     m_code->setObjectName(QStringLiteral("code"));
     m_code->setMaxLength(32);
     m_lookUp = new QPushButton(QStringLiteral("OK"), this);
-    m_lookUp->setAutoDefault(false);
+    m_lookUp->setAutoDefault(true);
     m_pick = new QPushButton(QStringLiteral("Nalistovat..."), this);
-    m_pick->setAutoDefault(false);
+    m_pick->setAutoDefault(true);
     auto *codeRow = new QHBoxLayout;
     codeRow->addWidget(m_code, 1);
     codeRow->addWidget(m_lookUp);
@@ -78,8 +78,8 @@ CUndoDiscardDialog::CUndoDiscardDialog(QWidget *parent) : QDialog(parent)
     m_ok->setObjectName(QStringLiteral("restore"));
     auto *cancel = buttons->addButton(QStringLiteral("Storno"), QDialogButtonBox::RejectRole);
     cancel->setIcon(style()->standardIcon(QStyle::SP_DialogCancelButton));
-    m_ok->setAutoDefault(false);
-    cancel->setAutoDefault(false);
+    m_ok->setAutoDefault(true);
+    cancel->setAutoDefault(true);
 
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(header);

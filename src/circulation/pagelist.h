@@ -193,10 +193,25 @@ inline QLineEdit *readOnlyField(QWidget *parent)
     return e;
 }
 
-// The page's push buttons carry an icon beside the text.
+// Enter presses the focused button, as it does in a dialog: after a scanned code the focus is
+// on "Přidat" and the next Enter adds the book.
+inline QPushButton *pageButton(const QString &text, QWidget *parent)
+{
+    auto *b = new QPushButton(text, parent);
+    b->setAutoDefault(true);
+    return b;
+}
+
+// The page's main push buttons carry an icon beside the text.
 inline QPushButton *iconButton(const QString &text, QStyle::StandardPixmap icon, QWidget *parent)
 {
-    auto *b = new QPushButton(parent->style()->standardIcon(icon), text, parent);
-    b->setAutoDefault(false);
+    QPushButton *b = pageButton(text, parent);
+    b->setIcon(parent->style()->standardIcon(icon));
     return b;
+}
+
+// Date and number fields are as wide as their longest content, not as the page.
+inline void fitWidth(QLineEdit *edit, const QString &longest = QStringLiteral("30. 12.2026"))
+{
+    edit->setFixedWidth(edit->fontMetrics().horizontalAdvance(longest) + 24);
 }

@@ -38,14 +38,13 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
     m_bookCode->setMaxLength(32);
     auto *codeLabel = new QLabel(QStringLiteral("&Kód knihy"), bookBox);
     codeLabel->setBuddy(m_bookCode);
-    auto *ok = new QPushButton(QStringLiteral("OK"), bookBox);
-    ok->setAutoDefault(false);
-    auto *pick = new QPushButton(QStringLiteral("Nalistovat..."), bookBox);
-    pick->setAutoDefault(false);
+    auto *ok = pageButton(QStringLiteral("OK"), bookBox);
+    auto *pick = pageButton(QStringLiteral("Nalistovat..."), bookBox);
     m_returnDateEdit = new CRvEdit(bookBox);
     m_returnDateEdit->setObjectName(QStringLiteral("returnDate"));
     m_returnDateEdit->SetResType(CRvEdit::Date);
     m_returnDateEdit->setMaxLength(20);
+    fitWidth(m_returnDateEdit);
     auto *dateLabel = new QLabel(QStringLiteral("&Vrátit dne"), bookBox);
     dateLabel->setBuddy(m_returnDateEdit);
     m_title = readOnlyField(bookBox);
@@ -55,6 +54,8 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
     m_loanDateText = readOnlyField(bookBox);
     m_delayText = readOnlyField(bookBox);
     m_delayText->setAlignment(Qt::AlignRight);
+    fitWidth(m_loanDateText);
+    fitWidth(m_delayText, QStringLiteral("99999999"));
     m_title->setObjectName(QStringLiteral("title"));
     m_category->setObjectName(QStringLiteral("category"));
     m_client->setObjectName(QStringLiteral("client"));

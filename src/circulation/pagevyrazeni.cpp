@@ -33,16 +33,15 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
     m_bookCode->setMaxLength(32);
     auto *codeLabel = new QLabel(QStringLiteral("&Kód knihy"), bookBox);
     codeLabel->setBuddy(m_bookCode);
-    auto *ok = new QPushButton(QStringLiteral("OK"), bookBox);
-    ok->setAutoDefault(false);
-    auto *pick = new QPushButton(QStringLiteral("Nalistovat..."), bookBox);
-    pick->setAutoDefault(false);
+    auto *ok = pageButton(QStringLiteral("OK"), bookBox);
+    auto *pick = pageButton(QStringLiteral("Nalistovat..."), bookBox);
     m_accession = new CRvEdit(bookBox);
     m_accession->SetResType(CRvEdit::WholeNumber);
     m_accession->setReadOnly(true);
     m_accession->setFocusPolicy(Qt::ClickFocus);
     m_accession->setMaxLength(8);
     m_accession->setObjectName(QStringLiteral("accession"));
+    fitWidth(m_accession, QStringLiteral("99999999"));
     m_title = readOnlyField(bookBox);
     m_author = readOnlyField(bookBox);
     m_category = readOnlyField(bookBox);
@@ -85,6 +84,7 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
     m_discardDate->setObjectName(QStringLiteral("discardDate"));
     m_discardDate->SetResType(CRvEdit::Date);
     m_discardDate->setMaxLength(20);
+    fitWidth(m_discardDate);
     auto *dateLabel = new QLabel(QStringLiteral("&Vyřadit dne"), this);
     dateLabel->setBuddy(m_discardDate);
     auto *discardButton = iconButton(QStringLiteral("Vyřadit"), QStyle::SP_DialogOkButton, this);

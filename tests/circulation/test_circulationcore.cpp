@@ -58,12 +58,14 @@ void TestCirculationCore::lendUnderOneNumber()
                                       "ID_KNIHY_VYPUJCKY = %1")
                            .arg(b)),
              -1);
-    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_MAX FROM VYPUJCKY WHERE OMEZOVAT AND ID_KNIHY_VYPUJCKY = %1")
-                           .arg(a)),
-             20260401);
-    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_MAX FROM VYPUJCKY WHERE OMEZOVAT AND ID_KNIHY_VYPUJCKY = %1")
-                           .arg(c)),
-             20260315);
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT DATUM_MAX FROM VYPUJCKY WHERE OMEZOVAT AND ID_KNIHY_VYPUJCKY = %1")
+                      .arg(a)),
+        20260401);
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT DATUM_MAX FROM VYPUJCKY WHERE OMEZOVAT AND ID_KNIHY_VYPUJCKY = %1")
+                      .arg(c)),
+        20260315);
 
     // The next loan takes the next number.
     const qint32 d = lib.addBook(QStringLiteral("D"));
@@ -93,9 +95,10 @@ void TestCirculationCore::lendFailureWritesNothing()
     QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
 
     // A failure of the database itself in the middle of the batch.
-    runSql(QStringLiteral("CREATE TRIGGER fail_loan BEFORE INSERT ON VYPUJCKY WHEN NEW.ID_KNIHY_VYPUJCKY = %1 "
-                          "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
-               .arg(a));
+    runSql(
+        QStringLiteral("CREATE TRIGGER fail_loan BEFORE INSERT ON VYPUJCKY WHEN NEW.ID_KNIHY_VYPUJCKY = %1 "
+                       "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
+            .arg(a));
     QVERIFY_THROWS_EXCEPTION(DbError, lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 0);
@@ -118,9 +121,9 @@ void TestCirculationCore::returnUnderOneNumber()
     const qint32 before = lib.ids("ID_VRACENI_FIRSTFREE");
 
     QList<int> order;
-    const qint32 r = returnBooks(20260315,
-                                 {{a, k1, loanA, 20260301, 20260310, true}, {b, k2, loanB, 20260305, NoDate, false}},
-                                 [&order](int i) { order << i; });
+    const qint32 r = returnBooks(
+        20260315, {{a, k1, loanA, 20260301, 20260310, true}, {b, k2, loanB, 20260305, NoDate, false}},
+        [&order](int i) { order << i; });
     QCOMPARE(r, before);
     QCOMPARE(order, (QList<int>{1, 0}));
     QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before + 1);
@@ -128,16 +131,20 @@ void TestCirculationCore::returnUnderOneNumber()
                                       "DATUM_VRACENI = 20260315")
                            .arg(r)),
              2);
-    QCOMPARE(lib.count(QStringLiteral("SELECT ID_LIDE_VRACENI * 1000 + OMEZOVAT FROM VRACENI WHERE "
-                                      "ID_KNIHY_VRACENI = %1 AND DATUM_VRACENI_MAX = 20260310 AND DATUM_PUJCKY = "
-                                      "20260301")
-                           .arg(a)),
-             k1 * 1000 + 1);
-    QCOMPARE(lib.count(QStringLiteral("SELECT ID_LIDE_VRACENI * 1000 + OMEZOVAT FROM VRACENI WHERE "
-                                      "ID_KNIHY_VRACENI = %1 AND DATUM_VRACENI_MAX = -1 AND DATUM_PUJCKY = 20260305")
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT ID_LIDE_VRACENI * 1000 + OMEZOVAT FROM VRACENI WHERE "
+                                 "ID_KNIHY_VRACENI = %1 AND DATUM_VRACENI_MAX = 20260310 AND DATUM_PUJCKY = "
+                                 "20260301")
+                      .arg(a)),
+        k1 * 1000 + 1);
+    QCOMPARE(lib.count(QStringLiteral(
+                           "SELECT ID_LIDE_VRACENI * 1000 + OMEZOVAT FROM VRACENI WHERE "
+                           "ID_KNIHY_VRACENI = %1 AND DATUM_VRACENI_MAX = -1 AND DATUM_PUJCKY = 20260305")
                            .arg(b)),
              k2 * 1000);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE VRACENO AND DATUM_VRACENI = 20260315")), 2);
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE VRACENO AND DATUM_VRACENI = 20260315")),
+        2);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO OR ID_LIDE_KNIHY <> -1 OR "
                                       "ID_VYPUJCKY_KNIHY <> -1")),
              0);
@@ -158,7 +165,8 @@ void TestCirculationCore::returnFailureWritesNothing()
                                      {c, k1, loan, 20260301, NoDate, false}};
 
     // The loan row of the middle book is gone: an integrity fault inside the write.
-    runSql(QStringLiteral("UPDATE VYPUJCKY SET ID_VYPUJCKY_VYPUJCKY = 999 WHERE ID_KNIHY_VYPUJCKY = %1").arg(b));
+    runSql(
+        QStringLiteral("UPDATE VYPUJCKY SET ID_VYPUJCKY_VYPUJCKY = 999 WHERE ID_KNIHY_VYPUJCKY = %1").arg(b));
     QList<int> written;
     QVERIFY_THROWS_EXCEPTION(DbError, returnBooks(20260315, books, [&written](int i) { written << i; }));
     QCOMPARE(written, QList<int>{2});
@@ -168,9 +176,10 @@ void TestCirculationCore::returnFailureWritesNothing()
     QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before);
 
     runSql(QStringLiteral("UPDATE VYPUJCKY SET ID_VYPUJCKY_VYPUJCKY = %1").arg(loan));
-    runSql(QStringLiteral("CREATE TRIGGER fail_return BEFORE INSERT ON VRACENI WHEN NEW.ID_KNIHY_VRACENI = %1 "
-                          "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
-               .arg(a));
+    runSql(
+        QStringLiteral("CREATE TRIGGER fail_return BEFORE INSERT ON VRACENI WHEN NEW.ID_KNIHY_VRACENI = %1 "
+                       "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
+            .arg(a));
     QVERIFY_THROWS_EXCEPTION(DbError, returnBooks(20260315, books));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 0);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 3);
@@ -193,27 +202,31 @@ void TestCirculationCore::discardAndRestore()
     const qint64 counters = lib.count(idsRow);
 
     QVERIFY(discardBook(a, 20260315));
-    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_VYRAZENI FROM KNIHY WHERE VYRAZENO AND ID_KNIHY_KNIHY = %1")
-                           .arg(a)),
-             20260315);
+    QCOMPARE(
+        lib.count(
+            QStringLiteral("SELECT DATUM_VYRAZENI FROM KNIHY WHERE VYRAZENO AND ID_KNIHY_KNIHY = %1").arg(a)),
+        20260315);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
     QVERIFY(!discardBook(12345, 20260315));
     QCOMPARE(lib.count(idsRow), counters); // discarding takes no identifier
 
-    runSql(QStringLiteral("CREATE TRIGGER fail_discard BEFORE UPDATE ON KNIHY BEGIN SELECT RAISE(ABORT, 'x'); END"));
+    runSql(QStringLiteral(
+        "CREATE TRIGGER fail_discard BEFORE UPDATE ON KNIHY BEGIN SELECT RAISE(ABORT, 'x'); END"));
     QVERIFY_THROWS_EXCEPTION(DbError, discardBook(b, 20260315));
     QVERIFY_THROWS_EXCEPTION(DbError, restoreBook(a, poetry));
     runSql(QStringLiteral("DROP TRIGGER fail_discard"));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
 
-    const qint64 accession = lib.count(QStringLiteral("SELECT PRIRUSTEK FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a));
+    const qint64 accession =
+        lib.count(QStringLiteral("SELECT PRIRUSTEK FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a));
     restoreBook(a, poetry);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI = -1 AND "
-                                      "ID_KATEGORIE_KNIHY = %1 AND KOD = 'A' AND PRIRUSTEK = %2 AND DATUM_PORIZENI "
-                                      "= 20200105 AND ID_KNIHY_KNIHY = %3")
-                           .arg(poetry)
-                           .arg(accession)
-                           .arg(a)),
+    QCOMPARE(lib.count(
+                 QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI = -1 AND "
+                                "ID_KATEGORIE_KNIHY = %1 AND KOD = 'A' AND PRIRUSTEK = %2 AND DATUM_PORIZENI "
+                                "= 20200105 AND ID_KNIHY_KNIHY = %3")
+                     .arg(poetry)
+                     .arg(accession)
+                     .arg(a)),
              1);
     QVERIFY_THROWS_EXCEPTION(DbError, restoreBook(12345, poetry));
     QCOMPARE(lib.count(idsRow), counters);

@@ -1,1 +1,997 @@
-int main(){}
+#include "app/appstate.h"
+#include "app/rvedit.h"
+#include "catalogue/undodiscard.h"
+#include "circulation/pagevraceni.h"
+#include "circulation/pagevypujcky.h"
+#include "circulation/pagevyrazeni.h"
+#include "circulation/viewzadavani.h"
+#include "data/database.h"
+#include "support/testsupport.h"
+
+#include <QAbstractItemModelTester>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableView>
+#include <QtTest>
+
+// The loans, returns and discard pages and the undo-discard dialog, driven as the librarian
+// drives them: codes typed and Enter, buttons pressed in turn.
+class TestCirculationPages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void loansLookUpBook();
+    void loansAddBook();
+    void loansClients();
+    void loansCommitChecks();
+    void loansWithScannerAndKeyboard();
+    void loansCommitWritesOneLoan();
+    void loansCommitFailureKeepsUnprocessedRows();
+    void loansListAndLoanLength();
+    void entryViewClearsOnSwitch();
+    void returnsLookUpAndDelay();
+    void returnsAddChecks();
+    void returnsBatchOfClients();
+    void returnsFailureKeepsUnprocessedRows();
+    void discardPage();
+    void discardStopsAtMissingBook();
+    void undoDiscard();
+    void pagesFitAndScreenshots();
+};
+
+namespace {
+
+template <typename T> T *child(QWidget *w, const char *name)
+{
+    T *c = w->findChild<T *>(QString::fromLatin1(name));
+    if (!c)
+        qFatal("no child %s", name);
+    return c;
+}
+
+QString focused(QWidget *w)
+{
+    QWidget *f = w->window()->focusWidget();
+    return f ? f->objectName() : QString();
+}
+
+QString text(QWidget *w, const char *name)
+{
+    return child<QLineEdit>(w, name)->text();
+}
+
+void type(QWidget *w, const char *name, const QString &value)
+{
+    child<QLineEdit>(w, name)->setText(value);
+}
+
+// The codes of a prepared list from the top row down.
+template <typename Model> QStringList codes(const Model *list)
+{
+    QStringList out;
+    for (const auto &item : list->items())
+        out << item.code;
+    return out;
+}
+
+template <typename Page> void lookUp(Page &page, const QString &code)
+{
+    type(&page, "bookCode", code);
+    page.lookUpBook();
+}
+
+template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
+{
+    lookUp(page, code);
+    page.addBook();
+}
+
+void selectRows(QWidget *page, const QList<int> &rows)
+{
+    auto *view = child<QTableView>(page, "list");
+    view->clearSelection();
+    for (int r : rows)
+        view->selectionModel()->select(view->model()->index(r, 0),
+                                       QItemSelectionModel::Select | QItemSelectionModel::Rows);
+}
+
+} // namespace
+
+void TestCirculationPages::init()
+{
+    SettingsRecord &s = AppState::instance().settings;
+    s.loanLength = SettingsRecord::Limit;
+    s.loanDays = 30;
+    s.loanProtocol = SettingsRecord::PrintNever;
+    s.returnProtocol = SettingsRecord::PrintNever;
+    AppState::instance().protocol = ProtocolRequest{};
+}
+
+void TestCirculationPages::loansLookUpBook()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Beletrie"));
+    TestLibrary::BookSpec gone(QStringLiteral("V1"));
+    gone.discarded = true;
+    gone.discardedOn = 20250101;
+    lib.addBook(gone);
+    const qint32 b = lib.addBook(TestLibrary::BookSpec(QStringLiteral("B1"))
+                                     .withTitle(QStringLiteral("Krakatit"), QStringLiteral("Karel Čapek")));
+    CPageVypujcky page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+
+    lookUp(page, QStringLiteral("   "));
+    lookUp(page, QStringLiteral("O'Brien"));
+    QCOMPARE(text(&page, "bookCode"), QStringLiteral("O'Brien")); // 119 keeps the text for correcting
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+    lookUp(page, QStringLiteral("NIC"));
+    lookUp(page, QStringLiteral("V1")); // discarded: not found, never "lent"
+    QCOMPARE(rec.numbers(), (QList<int>{56, 119, 57, 57}));
+    QCOMPARE(rec.lastText(), QStringLiteral("Kniha s požadovaným kódem nebyla nalezena"));
+    QCOMPARE(text(&page, "bookCode"), QString());
+    QCOMPARE(page.currentBookId(), -1);
+
+    lookUp(page, QStringLiteral("  B1 "));
+    QCOMPARE(page.currentBookId(), b);
+    QCOMPARE(text(&page, "title"), QStringLiteral("Krakatit"));
+    QCOMPARE(text(&page, "category"), QStringLiteral("Beletrie"));
+    QCOMPARE(focused(&page), QStringLiteral("add"));
+
+    // A book whose category row is missing is an integrity fault of this page.
+    runSql(QStringLiteral("UPDATE KNIHY SET ID_KATEGORIE_KNIHY = 77 WHERE ID_KNIHY_KNIHY = %1").arg(b));
+    rec.clear();
+    lookUp(page, QStringLiteral("B1"));
+    QCOMPARE(rec.numbers(), QList<int>{58});
+    QCOMPARE(page.currentBookId(), -1);
+    QCOMPARE(text(&page, "title"), QString());
+
+    // A database failure during the lookup.
+    runSql(QStringLiteral("ALTER TABLE KATEGORIE RENAME TO KATEGORIE_X"));
+    rec.clear();
+    lookUp(page, QStringLiteral("B1"));
+    QCOMPARE(rec.numbers(), QList<int>{59});
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+    runSql(QStringLiteral("ALTER TABLE KATEGORIE_X RENAME TO KATEGORIE"));
+}
+
+void TestCirculationPages::loansAddBook()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    lib.addBook(QStringLiteral("B"));
+    const qint32 c = lib.addBook(QStringLiteral("C"));
+    CPageVypujcky page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+    const QString defaultDue = dateText(QDate(2026, 4, 14)); // today + 30 days
+
+    page.addBook();
+    QCOMPARE(rec.numbers(), QList<int>{60});
+
+    type(&page, "clientCode", QStringLiteral("K1"));
+    page.lookUpClient();
+    type(&page, "loanDate", QStringLiteral("14.3.2026"));
+    type(&page, "due", QStringLiteral("1.4.2026"));
+    lookUpAndAdd(page, QStringLiteral("A"));
+    // The partial clear after an add: the book goes, the list, client and loan date stay, the
+    // return-by date is back at its default.
+    QCOMPARE(page.list()->size(), 1);
+    QCOMPARE(page.list()->at(0).due, 20260401);
+    QCOMPARE(page.list()->at(0).bookId, a);
+    QCOMPARE(page.currentBookId(), -1);
+    QCOMPARE(text(&page, "bookCode"), QString());
+    QCOMPARE(text(&page, "due"), defaultDue);
+    QCOMPARE(text(&page, "clientName"), QStringLiteral("Novák Jan"));
+    QCOMPARE(text(&page, "loanDate"), QStringLiteral("14.3.2026"));
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+
+    rec.clear();
+    lookUpAndAdd(page, QStringLiteral("A")); // twice
+    QCOMPARE(rec.numbers(), QList<int>{61});
+
+    // Found while free, lent by the time it is added.
+    lookUp(page, QStringLiteral("B"));
+    QVERIFY(page.currentBookId() != -1);
+    lib.lend({page.currentBookId()}, k, 20260310);
+    page.addBook();
+    QCOMPARE(rec.numbers(), (QList<int>{61, 62}));
+    QCOMPARE(page.currentBookId(), -1);
+
+    // An unreadable return-by date keeps the book for correcting.
+    lookUp(page, QStringLiteral("C"));
+    type(&page, "due", QStringLiteral("31.2.2026"));
+    page.addBook();
+    QCOMPARE(rec.numbers(), (QList<int>{61, 62, 66}));
+    QCOMPARE(page.currentBookId(), c);
+    QCOMPARE(focused(&page), QStringLiteral("due"));
+    QCOMPARE(page.list()->size(), 1);
+    // Without the limit the book is lent for an unlimited time.
+    page.limitToggled(false);
+    QVERIFY(!child<QLineEdit>(&page, "due")->isEnabled());
+    page.addBook();
+    QCOMPARE(page.list()->size(), 2);
+    QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("A")})); // new rows on top
+    QCOMPARE(page.list()->at(0).due, NoDate);
+    QCOMPARE(page.list()->data(page.list()->index(0, 3), Qt::DisplayRole).toString(), QString());
+    QCOMPARE(page.list()->data(page.list()->index(1, 3), Qt::DisplayRole).toString(),
+             QStringLiteral(" 1. 4.2026"));
+    QVERIFY(child<QCheckBox>(&page, "limit")->isChecked()); // back at the default
+}
+
+void TestCirculationPages::loansClients()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 shown = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 hidden =
+        lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Skrytá"), false);
+    lib.addBook(QStringLiteral("A"));
+    CPageVypujcky page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+
+    page.lookUpClient();
+    type(&page, "clientCode", QStringLiteral("K%"));
+    page.lookUpClient();
+    QCOMPARE(focused(&page), QStringLiteral("clientCode"));
+    type(&page, "clientCode", QStringLiteral("K2")); // hidden: not found by its code
+    page.lookUpClient();
+    QCOMPARE(rec.numbers(), (QList<int>{63, 119, 64}));
+    QCOMPARE(page.clientId(), -1);
+    QCOMPARE(text(&page, "clientCode"), QString());
+
+    type(&page, "clientCode", QStringLiteral(" K1 "));
+    page.lookUpClient();
+    QCOMPARE(page.clientId(), shown);
+    QCOMPARE(text(&page, "clientName"), QStringLiteral("Novák Jan"));
+    QCOMPARE(focused(&page), QStringLiteral("loanDate"));
+
+    // Chosen from the client list, the hidden client is taken ...
+    page.clientChosen(QStringLiteral("K2"));
+    QCOMPARE(page.clientId(), hidden);
+    QCOMPARE(text(&page, "clientCode"), QStringLiteral("K2"));
+    QCOMPARE(text(&page, "clientName"), QStringLiteral("Skrytá Eva"));
+    // ... but the loan refuses it.
+    lookUpAndAdd(page, QStringLiteral("A"));
+    rec.clear();
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{64});
+    QCOMPARE(text(&page, "clientCode"), QString());
+    QCOMPARE(text(&page, "clientName"), QString());
+    QCOMPARE(page.clientId(), hidden); // the id is left as it was
+    QCOMPARE(focused(&page), QStringLiteral("clientCode"));
+    QCOMPARE(page.list()->size(), 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
+
+    // A client made by "Nový klient" is served at once.
+    page.takeNewClient(shown, QStringLiteral("K1"), QStringLiteral("Novák Jan"));
+    QCOMPARE(page.clientId(), shown);
+    QCOMPARE(focused(&page), QStringLiteral("loanDate"));
+    page.lend();
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_LIDE_VYPUJCKY FROM VYPUJCKY")), shown);
+}
+
+void TestCirculationPages::loansCommitChecks()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addClient(QStringLiteral("K1"));
+    TestLibrary::BookSpec late(QStringLiteral("NEW"));
+    late.acquired = 20260310;
+    lib.addBook(late);
+    lib.addBook(QStringLiteral("OLD"));
+    CPageVypujcky page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{67});
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+
+    type(&page, "due", QStringLiteral("12.3.2026"));
+    lookUpAndAdd(page, QStringLiteral("OLD"));
+    lookUpAndAdd(page, QStringLiteral("NEW"));
+    rec.clear();
+    type(&page, "loanDate", QStringLiteral("dnes"));
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{68});
+    QCOMPARE(focused(&page), QStringLiteral("loanDate"));
+
+    // Loan date after OLD's return-by date and before NEW's acquisition: the return-by date
+    // is reported first.
+    rec.clear();
+    type(&page, "loanDate", QStringLiteral("13.3.2026"));
+    page.lend();
+    type(&page, "loanDate", QStringLiteral("9.3.2026"));
+    page.lend();
+    QCOMPARE(rec.numbers(), (QList<int>{83, 85}));
+    QCOMPARE(focused(&page), QStringLiteral("loanDate"));
+
+    // Equal dates are allowed on both sides; next comes the client.
+    rec.clear();
+    type(&page, "loanDate", QStringLiteral("10.3.2026"));
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{63});
+    QCOMPARE(focused(&page), QStringLiteral("clientCode"));
+
+    // The return-by boundary alone: lending on the return-by day is fine, a day later is not.
+    page.cancel();
+    type(&page, "due", QStringLiteral("12.3.2026"));
+    lookUpAndAdd(page, QStringLiteral("OLD"));
+    type(&page, "clientCode", QStringLiteral("K1"));
+    page.lookUpClient();
+    rec.clear();
+    type(&page, "loanDate", QStringLiteral("13.3.2026"));
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{83});
+    type(&page, "loanDate", QStringLiteral("12.3.2026"));
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{83});
+    QCOMPARE(lib.count(
+                 QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE DATUM_PUJCKY = 20260312 AND DATUM_MAX = "
+                                "20260312")),
+             1);
+    QVERIFY(page.list()->isEmpty());
+}
+
+// A scanner types the code and Enter; the next Enter presses "Přidat" that the lookup focused.
+void TestCirculationPages::loansWithScannerAndKeyboard()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    lib.addBook(QStringLiteral("A1"));
+    lib.addBook(QStringLiteral("B2"));
+    CPageVypujcky page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+    page.onActivate();
+    for (const char *code : {"A1", "B2"}) {
+        QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+        QTest::keyClicks(page.window()->focusWidget(), QString::fromLatin1(code));
+        QTest::keyClick(page.window()->focusWidget(), Qt::Key_Return);
+        QCOMPARE(focused(&page), QStringLiteral("add"));
+        QTest::keyClick(page.window()->focusWidget(), Qt::Key_Return);
+    }
+    QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("B2"), QStringLiteral("A1")}));
+    QTest::keyClicks(child<QLineEdit>(&page, "clientCode"), QStringLiteral("K1"));
+    QTest::keyClick(child<QLineEdit>(&page, "clientCode"), Qt::Key_Enter);
+    QCOMPARE(focused(&page), QStringLiteral("loanDate"));
+    auto *lend = child<QPushButton>(&page, "lend");
+    lend->setFocus();
+    QTest::keyClick(lend, Qt::Key_Return);
+    QVERIFY(rec.shown().isEmpty());
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ID_LIDE_KNIHY = %1").arg(k)), 2);
+}
+
+void TestCirculationPages::loansCommitWritesOneLoan()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    for (const char *code : {"A", "B", "C", "D", "E"})
+        lib.addBook(QString::fromLatin1(code));
+    CViewZadavani view; // the page's protocol request reaches the entry view
+    auto *page = qobject_cast<CPageVypujcky *>(view.page(CViewZadavani::Vypujcky));
+    QVERIFY(page);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QSignalSpy printed(&view, &CViewZadavani::protocolRequested);
+    MessageRecorder rec;
+    AppState::instance().settings.loanProtocol = SettingsRecord::PrintOnRequest;
+
+    const qint32 before = lib.ids("ID_VYPUJCKY_FIRSTFREE");
+    for (const char *code : {"A", "B", "C"})
+        lookUpAndAdd(*page, QString::fromLatin1(code));
+    type(page, "clientCode", QStringLiteral("K1"));
+    page->lookUpClient();
+    rec.answerNext(ResultYes);
+    page->lend();
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before + 1);
+    QCOMPARE(lib.count(QStringLiteral(
+                           "SELECT COUNT(*) FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY = %1 AND "
+                           "ID_LIDE_VYPUJCKY = %2 AND DATUM_PUJCKY = 20260315 AND OMEZOVAT AND DATUM_MAX = "
+                           "20260414")
+                           .arg(before)
+                           .arg(k)),
+             3);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO AND ID_VYPUJCKY_KNIHY = %1")
+                           .arg(before)),
+             3);
+    // The question, then the request for the loan's protocol.
+    QCOMPARE(rec.shown().size(), 1);
+    QCOMPARE(rec.lastText(), QStringLiteral("Přejete si vytisknout protokol o právě provedené výpůjčce?"));
+    QCOMPARE(rec.shown().last().kind, MessageKind::Information);
+    QCOMPARE(rec.shown().last().buttons, int(ButtonsYesNo));
+    QCOMPARE(printed.size(), 1);
+    QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Loan));
+    QCOMPARE(AppState::instance().protocol.number, before);
+    // Full clear after the loan.
+    QVERIFY(page->list()->isEmpty());
+    QCOMPARE(page->clientId(), -1);
+    QCOMPARE(text(page, "clientCode"), QString());
+    QCOMPARE(focused(page), QStringLiteral("bookCode"));
+
+    // "No" prints nothing; "Netisknout nikdy" does not ask; "Tisknout vždy" prints without asking.
+    lookUpAndAdd(*page, QStringLiteral("D"));
+    page->clientChosen(QStringLiteral("K1"));
+    rec.clear();
+    rec.answerNext(ResultNo);
+    page->lend();
+    QCOMPARE(rec.shown().size(), 1);
+    QCOMPARE(printed.size(), 1);
+    AppState::instance().settings.loanProtocol = SettingsRecord::PrintAlways;
+    lookUpAndAdd(*page, QStringLiteral("E"));
+    page->clientChosen(QStringLiteral("K1"));
+    rec.clear();
+    page->lend();
+    QVERIFY(rec.shown().isEmpty());
+    QCOMPARE(printed.size(), 2);
+    QCOMPARE(AppState::instance().protocol.number, before + 2);
+}
+
+void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addClient(QStringLiteral("K1"));
+    lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    lib.addBook(QStringLiteral("C"));
+    CPageVypujcky page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+    for (const char *code : {"A", "B", "C"})
+        lookUpAndAdd(page, QString::fromLatin1(code));
+    page.clientChosen(QStringLiteral("K1"));
+    QCOMPARE(codes(page.list()),
+             (QStringList{QStringLiteral("C"), QStringLiteral("B"), QStringLiteral("A")}));
+    const qint32 before = lib.ids("ID_VYPUJCKY_FIRSTFREE");
+
+    runSql(QStringLiteral("DELETE FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(b));
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{59});
+    // A (the last row) was written and left the list before B failed; its write is rolled back.
+    QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("B")}));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 0);
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+    QVERIFY(page.clientId() != -1); // a partial clear: the client stays
+}
+
+void TestCirculationPages::loansListAndLoanLength()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addBook(
+        TestLibrary::BookSpec(QStringLiteral("B2")).withTitle(QStringLiteral("Čtení"), QStringLiteral("Z")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("A1"))
+                    .withTitle(QStringLiteral("Zahrada"), QStringLiteral("Y")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("C3"))
+                    .withTitle(QStringLiteral("Abeceda"), QStringLiteral("X")));
+    CPageVypujcky page;
+    QAbstractItemModelTester tester(page.list(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+
+    type(&page, "due", QStringLiteral("20.4.2026"));
+    lookUpAndAdd(page, QStringLiteral("B2"));
+    page.limitToggled(false);
+    lookUpAndAdd(page, QStringLiteral("A1"));
+    type(&page, "due", QStringLiteral("1.4.2026"));
+    lookUpAndAdd(page, QStringLiteral("C3"));
+    QCOMPARE(codes(page.list()),
+             (QStringList{QStringLiteral("C3"), QStringLiteral("A1"), QStringLiteral("B2")}));
+
+    page.list()->sortByColumn(3); // by the return-by date: unlimited first
+    QCOMPARE(codes(page.list()),
+             (QStringList{QStringLiteral("A1"), QStringLiteral("C3"), QStringLiteral("B2")}));
+    page.list()->sortByColumn(0);
+    QCOMPARE(codes(page.list()),
+             (QStringList{QStringLiteral("A1"), QStringLiteral("B2"), QStringLiteral("C3")}));
+    page.list()->sortByColumn(0); // no descending toggle
+    QCOMPARE(codes(page.list()),
+             (QStringList{QStringLiteral("A1"), QStringLiteral("B2"), QStringLiteral("C3")}));
+    page.list()->sortByColumn(1); // titles byte-wise: "Č" sorts after every ASCII letter
+    QCOMPARE(codes(page.list()),
+             (QStringList{QStringLiteral("C3"), QStringLiteral("A1"), QStringLiteral("B2")}));
+
+    page.removeSelected();
+    QCOMPARE(rec.numbers(), QList<int>{52});
+    selectRows(&page, {0, 2});
+    page.removeSelected();
+    QCOMPARE(codes(page.list()), QStringList{QStringLiteral("A1")});
+
+    // The loan length follows the settings when they change.
+    AppState::instance().settings.loanDays = 14;
+    page.settingsChanged();
+    QCOMPARE(text(&page, "due"), QStringLiteral("29. 3.2026"));
+    AppState::instance().settings.loanLength = SettingsRecord::NoLimit;
+    page.settingsChanged();
+    QVERIFY(!child<QCheckBox>(&page, "limit")->isChecked());
+    QVERIFY(!child<QLineEdit>(&page, "due")->isEnabled());
+    QCOMPARE(text(&page, "due"), QString());
+    page.limitToggled(true); // by hand without a configured length: today
+    QCOMPARE(text(&page, "due"), QStringLiteral("15. 3.2026"));
+    QVERIFY(child<QLineEdit>(&page, "due")->isEnabled());
+}
+
+void TestCirculationPages::entryViewClearsOnSwitch()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addClient(QStringLiteral("K1"));
+    lib.addBook(QStringLiteral("A"));
+    CViewZadavani view;
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    MessageRecorder rec;
+    auto *loans = view.activePageAs<CPageVypujcky>();
+    QVERIFY(loans);
+    lookUpAndAdd(*loans, QStringLiteral("A"));
+    type(loans, "clientCode", QStringLiteral("K1"));
+    loans->lookUpClient();
+    QCOMPARE(loans->list()->size(), 1);
+
+    view.setActivePage(CViewZadavani::Vraceni);
+    view.setActivePage(CViewZadavani::Vypujcky);
+    QVERIFY(loans->list()->isEmpty());
+    QCOMPARE(loans->clientId(), -1);
+    QCOMPARE(text(loans, "clientName"), QString());
+    QVERIFY(rec.shown().isEmpty());
+}
+
+void TestCirculationPages::returnsLookUpAndDelay()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Poezie"));
+    const qint32 k = lib.addClient(QStringLiteral("K7"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    const qint32 due = lib.addBook(QStringLiteral("DUE"));
+    const qint32 free = lib.addBook(QStringLiteral("FREE"));
+    Q_UNUSED(free);
+    const qint32 open = lib.addBook(QStringLiteral("OPEN"));
+    TestLibrary::BookSpec gone(QStringLiteral("GONE"));
+    gone.discarded = true;
+    lib.addBook(gone);
+    lib.lend({due}, k, 20260301, 20260315);
+    lib.lend({open}, k, 20260302);
+    // Once the client has been hidden the book is still returned normally.
+    runSql(QStringLiteral("UPDATE LIDE SET UKAZOVAT = 0"));
+    CPageVraceni page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+
+    lookUp(page, QString());
+    lookUp(page, QStringLiteral("[x]"));
+    lookUp(page, QStringLiteral("GONE"));
+    QCOMPARE(rec.numbers(), (QList<int>{69, 119, 70}));
+    QCOMPARE(page.fixedReturnDate(), NoDate);
+    QVERIFY(child<QLineEdit>(&page, "returnDate")->isEnabled());
+
+    // An unreadable return date is reported at the first lookup.
+    rec.clear();
+    type(&page, "returnDate", QStringLiteral("32.3.2026"));
+    lookUp(page, QStringLiteral("DUE"));
+    QCOMPARE(rec.numbers(), QList<int>{73});
+    QCOMPARE(focused(&page), QStringLiteral("returnDate"));
+    QCOMPARE(page.currentBookId(), -1);
+
+    // Returned on the return-by day: no delay.
+    type(&page, "returnDate", QStringLiteral("15.3.2026"));
+    lookUp(page, QStringLiteral("DUE"));
+    QCOMPARE(page.currentBookId(), due);
+    QCOMPARE(page.fixedReturnDate(), 20260315);
+    QVERIFY(!child<QLineEdit>(&page, "returnDate")->isEnabled());
+    QCOMPARE(text(&page, "client"), QStringLiteral("K7  (Malá Eva)"));
+    QCOMPARE(text(&page, "loanDate"), QStringLiteral(" 1. 3.2026"));
+    QCOMPARE(text(&page, "delay"), QString());
+    QCOMPARE(text(&page, "category"), QStringLiteral("Poezie"));
+    QCOMPARE(focused(&page), QStringLiteral("add"));
+
+    // The date stays fixed for the batch even when the field is changed meanwhile.
+    type(&page, "returnDate", QStringLiteral("20.3.2026"));
+    lookUp(page, QStringLiteral("OPEN"));
+    QCOMPARE(page.fixedReturnDate(), 20260315);
+    QCOMPARE(text(&page, "delay"), QString()); // an unlimited loan is never late
+
+    // A day later: one day late.
+    page.cancel();
+    QVERIFY(child<QLineEdit>(&page, "returnDate")->isEnabled());
+    QCOMPARE(text(&page, "returnDate"), QStringLiteral("15. 3.2026"));
+    type(&page, "returnDate", QStringLiteral("16.3.2026"));
+    lookUpAndAdd(page, QStringLiteral("DUE"));
+    QCOMPARE(page.list()->size(), 1);
+    QCOMPARE(page.list()->at(0).delay, 1);
+    QCOMPARE(page.list()->data(page.list()->index(0, 3), Qt::DisplayRole).toString(), QStringLiteral("1"));
+    QCOMPARE(page.list()->at(0).returnDate, 20260316);
+    QCOMPARE(rec.numbers(), QList<int>{73});
+}
+
+void TestCirculationPages::returnsAddChecks()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    lib.addBook(QStringLiteral("FREE"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    lib.lend({a}, k, 20260310);
+    lib.lend({b}, k, 20260311);
+    CPageVraceni page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+
+    page.addBook();
+    lookUpAndAdd(page, QStringLiteral("FREE"));
+    QCOMPARE(rec.numbers(), (QList<int>{74, 75}));
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+
+    // The holder decides, not VYPUJCENO.
+    runSql(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 0 WHERE ID_KNIHY_KNIHY = %1").arg(a));
+    // The batch is returned on 10 March: the loan day of A, a day before B's.
+    rec.clear();
+    page.cancel();
+    type(&page, "returnDate", QStringLiteral("10.3.2026"));
+    lookUpAndAdd(page, QStringLiteral("A"));
+    lookUpAndAdd(page, QStringLiteral("B"));
+    QCOMPARE(rec.numbers(), QList<int>{84});
+    QCOMPARE(page.currentBookId(), -1);
+    lookUpAndAdd(page, QStringLiteral("A"));
+    QCOMPARE(rec.numbers(), (QList<int>{84, 77}));
+    QCOMPARE(codes(page.list()), QStringList{QStringLiteral("A")});
+
+    page.removeSelected();
+    QCOMPARE(rec.numbers(), (QList<int>{84, 77, 76}));
+    QCOMPARE(rec.lastText(), QStringLiteral("Nevybrali jste žádnou knihu za seznamu!"));
+    selectRows(&page, {0});
+    page.removeSelected();
+    QVERIFY(page.list()->isEmpty());
+    rec.clear();
+    page.giveBack();
+    QCOMPARE(rec.numbers(), QList<int>{78});
+    QCOMPARE(page.fixedReturnDate(), 20260310); // the batch keeps its date
+}
+
+void TestCirculationPages::returnsBatchOfClients()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k1 = lib.addClient(QStringLiteral("K1"));
+    const qint32 k2 = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const qint32 c = lib.addBook(QStringLiteral("C"));
+    lib.lend({a, b}, k1, 20260301, 20260310);
+    lib.lend({c}, k2, 20260305);
+    CViewZadavani view;
+    auto *page = qobject_cast<CPageVraceni *>(view.page(CViewZadavani::Vraceni));
+    QVERIFY(page);
+    view.setActivePage(CViewZadavani::Vraceni);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QSignalSpy printed(&view, &CViewZadavani::protocolRequested);
+    MessageRecorder rec;
+    AppState::instance().settings.returnProtocol = SettingsRecord::PrintOnRequest;
+    const qint32 before = lib.ids("ID_VRACENI_FIRSTFREE");
+
+    for (const char *code : {"A", "C", "B"})
+        lookUpAndAdd(*page, QString::fromLatin1(code));
+    QCOMPARE(page->list()->size(), 3);
+    QCOMPARE(page->list()->at(2).delay, 5);
+    rec.answerNext(ResultYes);
+    page->giveBack();
+    QCOMPARE(rec.numbers(), QList<int>{0});
+    QCOMPARE(rec.lastText(),
+             QStringLiteral("Přejete si vytisknout protokol o právě provedeném vrácení knih?"));
+    QCOMPARE(printed.size(), 1);
+    QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Return));
+    QCOMPARE(AppState::instance().protocol.number, before);
+    QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before + 1);
+    QCOMPARE(lib.count(QStringLiteral(
+                           "SELECT COUNT(DISTINCT ID_LIDE_VRACENI) FROM VRACENI WHERE ID_VRACENI_VRACENI = "
+                           "%1 AND DATUM_VRACENI = 20260315")
+                           .arg(before)),
+             2);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 3);
+    QCOMPARE(lib.count(QStringLiteral(
+                           "SELECT COUNT(*) FROM VRACENI WHERE ID_KNIHY_VRACENI = %1 AND NOT OMEZOVAT AND "
+                           "DATUM_VRACENI_MAX = -1 AND DATUM_PUJCKY = 20260305")
+                           .arg(c)),
+             1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO OR ID_LIDE_KNIHY <> -1")),
+             0);
+    // Full clear: the date is free again.
+    QVERIFY(page->list()->isEmpty());
+    QCOMPARE(page->fixedReturnDate(), NoDate);
+    QVERIFY(child<QLineEdit>(page, "returnDate")->isEnabled());
+    QCOMPARE(focused(page), QStringLiteral("bookCode"));
+    Q_UNUSED(b);
+}
+
+void TestCirculationPages::returnsFailureKeepsUnprocessedRows()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const qint32 c = lib.addBook(QStringLiteral("C"));
+    lib.lend({a, b, c}, k, 20260301);
+    CPageVraceni page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+    for (const char *code : {"A", "B", "C"})
+        lookUpAndAdd(page, QString::fromLatin1(code));
+    const qint32 before = lib.ids("ID_VRACENI_FIRSTFREE");
+
+    runSql(QStringLiteral("DELETE FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(b));
+    page.giveBack();
+    QCOMPARE(rec.numbers(), QList<int>{72});
+    QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("B")}));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 3);
+    QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before);
+    QCOMPARE(page.fixedReturnDate(), 20260315); // a partial clear keeps the batch's date
+}
+
+void TestCirculationPages::discardPage()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    TestLibrary::BookSpec spec(QStringLiteral("A"));
+    spec.acquired = 20260310;
+    spec.accession = 417;
+    const qint32 a = lib.addBook(spec);
+    const qint32 lent = lib.addBook(QStringLiteral("L"));
+    lib.lend({lent}, k, 20260301);
+    lib.addBook(QStringLiteral("B"));
+    CPageVyrazeni page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+
+    page.discard();
+    lookUp(page, QString());
+    lookUp(page, QStringLiteral("NIC"));
+    page.addBook();
+    QCOMPARE(rec.numbers(), (QList<int>{54, 48, 45, 50}));
+
+    lookUp(page, QStringLiteral("A"));
+    QCOMPARE(page.currentBookId(), a);
+    QCOMPARE(text(&page, "accession"), QStringLiteral("417"));
+    QCOMPARE(focused(&page), QStringLiteral("add"));
+    page.addBook();
+    lookUpAndAdd(page, QStringLiteral("A"));
+    QCOMPARE(rec.numbers(), (QList<int>{54, 48, 45, 50, 51}));
+
+    // A lent book is found but cannot be added; it stays shown.
+    rec.clear();
+    lookUpAndAdd(page, QStringLiteral("L"));
+    QCOMPARE(rec.numbers(), QList<int>{53});
+    QCOMPARE(page.currentBookId(), lent);
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+    lookUpAndAdd(page, QStringLiteral("B"));
+    QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("B"), QStringLiteral("A")}));
+
+    rec.clear();
+    type(&page, "discardDate", QStringLiteral("zítra"));
+    page.discard();
+    type(&page, "discardDate", QStringLiteral("9.3.2026")); // a day before A was acquired
+    page.discard();
+    QCOMPARE(rec.numbers(), (QList<int>{55, 86}));
+    QCOMPARE(focused(&page), QStringLiteral("discardDate"));
+
+    // On the acquisition day it may go; "No" to the question leaves everything as it was.
+    rec.clear();
+    type(&page, "discardDate", QStringLiteral("10.3.2026"));
+    rec.answerNext(ResultNo);
+    page.discard();
+    QCOMPARE(rec.shown().size(), 1);
+    QCOMPARE(rec.lastText(), QStringLiteral("Pozor, skutečně chcete vyřadit uvedené knihy?"));
+    QCOMPARE(rec.shown().last().kind, MessageKind::Warning);
+    QCOMPARE(rec.shown().last().buttons, int(ButtonsYesNoIrreversible));
+    QCOMPARE(page.list()->size(), 2);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 0);
+
+    rec.answerNext(ResultYes);
+    page.discard();
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND DATUM_VYRAZENI = 20260310")),
+        2);
+    QVERIFY(page.list()->isEmpty());
+    QCOMPARE(text(&page, "discardDate"), QStringLiteral("15. 3.2026"));
+
+    // Discarded books are found nowhere any more.
+    rec.clear();
+    lookUp(page, QStringLiteral("A"));
+    CPageVypujcky loans;
+    lookUp(loans, QStringLiteral("A"));
+    CPageVraceni returns;
+    lookUp(returns, QStringLiteral("B"));
+    QCOMPARE(rec.numbers(), (QList<int>{45, 57, 70}));
+}
+
+void TestCirculationPages::discardStopsAtMissingBook()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    lib.addBook(QStringLiteral("C"));
+    CPageVyrazeni page;
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    MessageRecorder rec;
+    for (const char *code : {"A", "B", "C"})
+        lookUpAndAdd(page, QString::fromLatin1(code));
+    runSql(QStringLiteral("DELETE FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(b));
+    rec.answerNext(ResultYes);
+    page.discard();
+    QCOMPARE(rec.numbers(), (QList<int>{0, 47}));
+    // A, processed first, stays discarded; B and what follows it stay in the list.
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND ID_KNIHY_KNIHY = %1").arg(a)),
+        1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
+    QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("B")}));
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+}
+
+void TestCirculationPages::undoDiscard()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
+    lib.addCategory(QStringLiteral("Zrušená"), false);
+    const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
+    TestLibrary::BookSpec spec(QStringLiteral("V1"));
+    spec.category = fiction;
+    spec.discarded = true;
+    spec.discardedOn = 20250601;
+    spec.acquired = 20010203;
+    const qint32 v1 = lib.addBook(spec);
+    spec.code = QStringLiteral("V2");
+    lib.addBook(spec);
+    lib.addBook(QStringLiteral("STOCK"));
+
+    CUndoDiscardDialog dialog;
+    QVERIFY(dialog.prepare());
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    MessageRecorder rec;
+    auto *categories = child<QComboBox>(&dialog, "categories");
+    QCOMPARE(categories->count(), 2); // only the categories in use
+    QCOMPARE(categories->itemText(1), QStringLiteral("Poezie"));
+    QCOMPARE(categories->itemData(1).toInt(), poetry);
+    QVERIFY(!categories->isEnabled());
+
+    dialog.restore();
+    dialog.lookUp();
+    type(&dialog, "code", QStringLiteral("V*"));
+    dialog.lookUp();
+    type(&dialog, "code", QStringLiteral("STOCK")); // in stock, not discarded
+    dialog.lookUp();
+    QCOMPARE(rec.numbers(), (QList<int>{121, 121, 119, 122}));
+    QVERIFY(dialog.isSearching());
+
+    type(&dialog, "code", QStringLiteral("V1"));
+    dialog.lookUp();
+    QCOMPARE(dialog.bookId(), v1);
+    QVERIFY(child<QLineEdit>(&dialog, "code")->isReadOnly());
+    QVERIFY(categories->isEnabled());
+    QCOMPARE(categories->currentIndex(), -1); // the former category is not proposed
+    QCOMPARE(focused(&dialog), QStringLiteral("restore"));
+    rec.clear();
+    dialog.restore();
+    QCOMPARE(rec.numbers(), QList<int>{124});
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 2);
+    QVERIFY(!dialog.restored());
+
+    dialog.chooseCategory(poetry);
+    dialog.restore();
+    QCOMPARE(rec.numbers(), QList<int>{124});
+    QVERIFY(dialog.restored());
+    QVERIFY(dialog.isVisible()); // stays open for the next book
+    QVERIFY(dialog.isSearching());
+    QVERIFY(!child<QLineEdit>(&dialog, "code")->isReadOnly());
+    QVERIFY(!categories->isEnabled());
+    QCOMPARE(lib.count(QStringLiteral(
+                           "SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI = -1 AND "
+                           "ID_KATEGORIE_KNIHY = %1 AND ID_KNIHY_KNIHY = %2 AND DATUM_PORIZENI = 20010203")
+                           .arg(poetry)
+                           .arg(v1)),
+             1);
+
+    // Not discarded any more: not found here, found again on the loans page.
+    type(&dialog, "code", QStringLiteral("V1"));
+    dialog.lookUp();
+    QCOMPARE(rec.numbers(), (QList<int>{124, 122}));
+    CPageVypujcky loans;
+    lookUp(loans, QStringLiteral("V1"));
+    QCOMPARE(loans.currentBookId(), v1);
+    QCOMPARE(text(&loans, "category"), QStringLiteral("Poezie"));
+
+    // A database failure during a restore closes the dialog; the earlier success is kept.
+    type(&dialog, "code", QStringLiteral("V2"));
+    dialog.lookUp();
+    dialog.chooseCategory(fiction);
+    runSql(QStringLiteral("CREATE TRIGGER fail BEFORE UPDATE ON KNIHY BEGIN SELECT RAISE(ABORT, 'x'); END"));
+    rec.clear();
+    dialog.restore();
+    QCOMPARE(rec.numbers(), QList<int>{123});
+    QVERIFY(!dialog.isVisible());
+    QVERIFY(dialog.restored());
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
+}
+
+// The pages fit the sheet's size; with FOLIVO_SCREENSHOTS=dir they are also saved as pictures.
+void TestCirculationPages::pagesFitAndScreenshots()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k =
+        lib.addClient(QStringLiteral("K001"), QStringLiteral("Jana"), QStringLiteral("Dvořáková"));
+    const qint32 lent =
+        lib.addBook(TestLibrary::BookSpec(QStringLiteral("K0002"))
+                        .withTitle(QStringLiteral("Válka s mloky"), QStringLiteral("Karel Čapek")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("K0003"))
+                    .withTitle(QStringLiteral("R.U.R."), QStringLiteral("Karel Čapek")));
+    lib.lend({lent}, k, 20260201, 20260301);
+    TestLibrary::BookSpec gone(QStringLiteral("K0009"));
+    gone.discarded = true;
+    gone.discardedOn = 20250505;
+    lib.addBook(gone);
+    MessageRecorder rec;
+    const QString dir = qEnvironmentVariable("FOLIVO_SCREENSHOTS");
+
+    CPageVypujcky loans;
+    lookUpAndAdd(loans, QStringLiteral("K0003"));
+    lookUp(loans, QStringLiteral("K0002"));
+    loans.clientChosen(QStringLiteral("K001"));
+    CPageVraceni returns;
+    lookUpAndAdd(returns, QStringLiteral("K0002"));
+    lookUp(returns, QStringLiteral("K0002"));
+    CPageVyrazeni discard;
+    lookUpAndAdd(discard, QStringLiteral("K0003"));
+    CUndoDiscardDialog dialog;
+    QVERIFY(dialog.prepare());
+    type(&dialog, "code", QStringLiteral("K0009"));
+    dialog.lookUp();
+    const QList<QPair<QWidget *, const char *>> shots = {
+        {&loans, "vypujcky"}, {&returns, "vraceni"}, {&discard, "vyrazeni"}, {&dialog, "zruseni"}};
+    for (const auto &[w, name] : shots) {
+        w->show();
+        QVERIFY(QTest::qWaitForWindowExposed(w));
+        if (w != &dialog) {
+            QVERIFY2(w->minimumSizeHint().width() <= 640 && w->minimumSizeHint().height() <= 470, name);
+            w->resize(640, 470);
+        }
+        if (!dir.isEmpty())
+            QVERIFY(w->grab().save(QStringLiteral("%1/%2.png").arg(dir, QString::fromLatin1(name))));
+    }
+    QVERIFY(rec.shown().isEmpty());
+}
+
+QTEST_MAIN(TestCirculationPages)
+#include "test_circulationpages.moc"
