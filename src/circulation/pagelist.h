@@ -153,9 +153,10 @@ template <typename Item> QTableView *makePreparedListView(CPreparedList<Item> *m
     view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
     view->horizontalHeader()->setSectionsClickable(true);
     view->horizontalHeader()->setHighlightSections(false);
-    view->horizontalHeader()->setStretchLastSection(true);
     for (int c = 0; c < model->columnCount(); ++c)
         view->setColumnWidth(c, model->columnWidth(c));
+    // The title takes what the page gives beyond the columns' own widths.
+    view->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
     QObject::connect(view->horizontalHeader(), &QHeaderView::sectionClicked, model,
                      [model](int column) { model->sortByColumn(column); });
     return view;

@@ -1,6 +1,9 @@
 #include "app/appstate.h"
+#include "app/commands.h"
+#include "app/mainframe.h"
 #include "app/rvedit.h"
 #include "catalogue/undodiscard.h"
+#include "circulation/pagecommands.h"
 #include "circulation/pagevraceni.h"
 #include "circulation/pagevypujcky.h"
 #include "circulation/pagevyrazeni.h"
@@ -40,6 +43,7 @@ private Q_SLOTS:
     void discardPage();
     void discardStopsAtMissingBook();
     void undoDiscard();
+    void undoDiscardFromEveryView();
     void pagesFitAndScreenshots();
 };
 
@@ -943,6 +947,74 @@ void TestCirculationPages::undoDiscard()
     QVERIFY(!dialog.isVisible());
     QVERIFY(dialog.restored());
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
+}
+
+namespace {
+
+// Stands in for the report view: counts the refreshes it is asked for.
+class FakeReportView final : public CFrameView
+{
+public:
+    using CFrameView::CFrameView;
+    int viewTarget() const override { return ViewSwitchRequest::ReportView; }
+    int helpTopic() const override { return 5; }
+    void discardUndone() override { ++refreshes; }
+    int refreshes = 0;
+};
+
+// Runs "Zrušení vyřazení knihy..." from the frame, restoring the given codes in the open dialog.
+void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes, qint32 category)
+{
+    QTimer::singleShot(0, [restoreCodes, category] {
+        auto *dialog = qobject_cast<CUndoDiscardDialog *>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        for (const QString &code : restoreCodes) {
+            type(dialog, "code", code);
+            dialog->lookUp();
+            dialog->chooseCategory(category);
+            dialog->restore();
+        }
+        dialog->reject();
+    });
+    frame.runCommand(Cmd::UndoDiscard);
+}
+
+} // namespace
+
+// The command works in every view; only the report view refreshes, once, after the dialog.
+void TestCirculationPages::undoDiscardFromEveryView()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 category = lib.addCategory(QStringLiteral("Beletrie"));
+    for (const char *code : {"V1", "V2", "V3"}) {
+        TestLibrary::BookSpec spec{QString::fromLatin1(code)};
+        spec.discarded = true;
+        lib.addBook(spec);
+    }
+    MessageRecorder rec;
+    CMainFrame frame;
+    frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
+    frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new FakeReportView(p); });
+    installCirculationCommands(frame);
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+
+    ViewSwitchRequest report;
+    report.target = ViewSwitchRequest::ReportView;
+    QVERIFY(frame.switchView(report));
+    auto *fake = static_cast<FakeReportView *>(frame.view(ViewSwitchRequest::ReportView));
+    undoDiscardThroughFrame(frame, {}, category);
+    QCOMPARE(fake->refreshes, 0); // nothing restored, nothing to refresh
+    undoDiscardThroughFrame(frame, {QStringLiteral("V1"), QStringLiteral("V2")}, category);
+    QCOMPARE(fake->refreshes, 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
+
+    QVERIFY(frame.switchView(ViewSwitchRequest{}));
+    undoDiscardThroughFrame(frame, {QStringLiteral("V3")}, category);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 0);
+    QCOMPARE(fake->refreshes, 1);
+    QVERIFY(rec.shown().isEmpty());
 }
 
 // The pages fit the sheet's size; with FOLIVO_SCREENSHOTS=dir they are also saved as pictures.
