@@ -15,6 +15,16 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+namespace {
+
+// Who has the book: "K7  (Malá Eva)".
+QString clientText(const QString &code, const QString &surname, const QString &first)
+{
+    return code + QStringLiteral("  (") + surname + QLatin1Char(' ') + first + QLatin1Char(')');
+}
+
+} // namespace
+
 CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
 {
     auto delayText = [](qint32 delay) { return delay > 0 ? QString::number(delay) : QString(); };
@@ -205,14 +215,13 @@ void CPageVraceni::lookUpBook()
             m_returnDate = dateNumberFromDate(date);
             m_returnDateEdit->setEnabled(false);
         }
-        QString clientText;
+        QString holderText;
         if (book.m_ID_LIDE_KNIHY != -1) {
             CSetLide lide;
             lide.open(QString::asprintf(Stmt::LideById, book.m_ID_LIDE_KNIHY));
             if (lide.isEOF())
                 return refuse(71, m_bookCode);
-            clientText = lide.m_KOD + QStringLiteral("  (") + lide.m_PRIJMENI + QLatin1Char(' ') +
-                         lide.m_JMENO + QLatin1Char(')');
+            holderText = clientText(lide.m_KOD, lide.m_PRIJMENI, lide.m_JMENO);
         }
         DateNumber loanDate = NoDate, due = NoDate;
         bool limited = false;
@@ -240,7 +249,7 @@ void CPageVraceni::lookUpBook()
         m_title->setText(book.m_NAZEV);
         m_author->setText(book.m_AUTOR);
         m_category->setText(category.m_NAZEV);
-        m_client->setText(clientText);
+        m_client->setText(holderText);
         m_loanDateText->setText(loanDate == NoDate ? QString() : dateText(loanDate));
         m_delayText->setText(delay > 0 ? QString::number(delay) : QString());
         m_add->setFocus();
@@ -331,6 +340,20 @@ void CPageVraceni::categoriesChanged()
     } catch (const DbError &) {
         // Ignored: the text stays as it was.
     }
+}
+
+void CPageVraceni::clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first)
+{
+    if (id != -1 && id == m_holder)
+        m_client->setText(clientText(code, surname, first));
+}
+
+bool CPageVraceni::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(oldName);
+    if (id != -1 && id == m_categoryId)
+        m_category->setText(newName);
+    return true;
 }
 
 void CPageVraceni::giveBack()

@@ -436,12 +436,38 @@ void CPageVypujcky::clientChosen(const QString &code)
     }
 }
 
-void CPageVypujcky::takeNewClient(qint32 clientId, const QString &code, const QString &name)
+void CPageVypujcky::clientCreated(qint32 id, const QString &code, const QString &name)
 {
     m_clientCode->setText(code);
     m_clientName->setText(name);
-    m_clientId = clientId;
+    m_clientId = id;
     m_loanDate->setFocus();
+}
+
+void CPageVypujcky::clientChanged(qint32 id, const QString &code, const QString &surname,
+                                  const QString &first)
+{
+    if (id != m_clientId || id == -1)
+        return;
+    m_clientCode->setText(code);
+    m_clientName->setText(surname + QLatin1Char(' ') + first);
+}
+
+// The id stays: "Půjčit" then refuses the client as one no longer in use.
+void CPageVypujcky::clientRemoved(qint32 id)
+{
+    if (id != m_clientId || id == -1)
+        return;
+    m_clientCode->clear();
+    m_clientName->clear();
+}
+
+bool CPageVypujcky::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(oldName);
+    if (id != -1 && id == m_categoryId)
+        m_category->setText(newName);
+    return true;
 }
 
 void CPageVypujcky::categoriesChanged()

@@ -47,8 +47,14 @@ public:
     void cancel();
     void limitToggled(bool limited);
     void showDetails();
+
+    // What the register commands tell the active page after they wrote (the entry page hooks of
+    // the registers; they become overrides once CEntryPage declares them).
     // A client just created by "Nový klient" is served at once.
-    void takeNewClient(qint32 clientId, const QString &code, const QString &name);
+    void clientCreated(qint32 id, const QString &code, const QString &name);
+    void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first);
+    void clientRemoved(qint32 id);
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName);
 
     void partialClear();
     void fullClear();

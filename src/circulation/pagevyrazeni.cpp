@@ -287,6 +287,14 @@ void CPageVyrazeni::categoriesChanged()
     }
 }
 
+bool CPageVyrazeni::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(oldName);
+    if (id != -1 && id == m_categoryId)
+        m_category->setText(newName);
+    return true;
+}
+
 void CPageVyrazeni::discard()
 {
     if (m_list->isEmpty()) {

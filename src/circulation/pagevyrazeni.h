@@ -39,6 +39,10 @@ public:
     void cancel();
     void showDetails();
 
+    // What the register commands tell the active page after they wrote (the entry page hooks of
+    // the registers; they become overrides once CEntryPage declares them).
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName);
+
     void partialClear();
     void fullClear();
 

@@ -42,6 +42,7 @@ private Q_SLOTS:
     void returnsFailureKeepsUnprocessedRows();
     void discardPage();
     void discardStopsAtMissingBook();
+    void registerChangesReachThePages();
     void undoDiscard();
     void undoDiscardFromEveryView();
     void pagesFitAndScreenshots();
@@ -279,7 +280,7 @@ void TestCirculationPages::loansClients()
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
 
     // A client made by "Nový klient" is served at once.
-    page.takeNewClient(shown, QStringLiteral("K1"), QStringLiteral("Novák Jan"));
+    page.clientCreated(shown, QStringLiteral("K1"), QStringLiteral("Novák Jan"));
     QCOMPARE(page.clientId(), shown);
     QCOMPARE(focused(&page), QStringLiteral("loanDate"));
     page.lend();
@@ -860,6 +861,65 @@ void TestCirculationPages::discardStopsAtMissingBook()
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
     QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("B")}));
     QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+}
+
+// Renamed or removed clients and categories, and books moved between categories, show at once
+// on the page that holds them.
+void TestCirculationPages::registerChangesReachThePages()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
+    const qint32 k1 = lib.addClient(QStringLiteral("K1"));
+    const qint32 k2 = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 lent = lib.addBook(QStringLiteral("L"));
+    lib.lend({lent}, k2, 20260301);
+    MessageRecorder rec;
+
+    CPageVypujcky loans;
+    lookUp(loans, QStringLiteral("A"));
+    loans.clientChosen(QStringLiteral("K1"));
+    loans.clientChanged(k2, QStringLiteral("X"), QStringLiteral("Jiný"), QStringLiteral("Klient"));
+    QCOMPARE(text(&loans, "clientName"), QStringLiteral("Novák Jan"));
+    loans.clientChanged(k1, QStringLiteral("K1B"), QStringLiteral("Nováková"), QStringLiteral("Jana"));
+    QCOMPARE(text(&loans, "clientCode"), QStringLiteral("K1B"));
+    QCOMPARE(text(&loans, "clientName"), QStringLiteral("Nováková Jana"));
+    loans.categoryRenamed(poetry, QStringLiteral("Poezie"), QStringLiteral("Verše"));
+    QCOMPARE(text(&loans, "category"), QStringLiteral("Beletrie"));
+    loans.categoryRenamed(fiction, QStringLiteral("Beletrie"), QStringLiteral("Próza"));
+    QCOMPARE(text(&loans, "category"), QStringLiteral("Próza"));
+    runSql(QStringLiteral("UPDATE KNIHY SET ID_KATEGORIE_KNIHY = %1 WHERE ID_KNIHY_KNIHY = %2")
+               .arg(poetry)
+               .arg(a));
+    loans.categoriesChanged();
+    QCOMPARE(text(&loans, "category"), QStringLiteral("Poezie"));
+    loans.clientRemoved(k1);
+    QCOMPARE(text(&loans, "clientCode"), QString());
+    QCOMPARE(text(&loans, "clientName"), QString());
+    QCOMPARE(loans.clientId(), k1);
+
+    CPageVraceni returns;
+    lookUp(returns, QStringLiteral("L"));
+    returns.clientChanged(k2, QStringLiteral("K2"), QStringLiteral("Veliká"), QStringLiteral("Eva"));
+    QCOMPARE(text(&returns, "client"), QStringLiteral("K2  (Veliká Eva)"));
+    returns.clientChanged(k1, QStringLiteral("K1"), QStringLiteral("Jiný"), QStringLiteral("Klient"));
+    QCOMPARE(text(&returns, "client"), QStringLiteral("K2  (Veliká Eva)"));
+    returns.categoryRenamed(fiction, QStringLiteral("Beletrie"), QStringLiteral("Próza"));
+    QCOMPARE(text(&returns, "category"), QStringLiteral("Próza"));
+
+    CPageVyrazeni discard;
+    lookUp(discard, QStringLiteral("A"));
+    QCOMPARE(text(&discard, "category"), QStringLiteral("Poezie"));
+    discard.categoryRenamed(poetry, QStringLiteral("Poezie"), QStringLiteral("Verše"));
+    QCOMPARE(text(&discard, "category"), QStringLiteral("Verše"));
+    runSql(QStringLiteral("UPDATE KNIHY SET ID_KATEGORIE_KNIHY = %1 WHERE ID_KNIHY_KNIHY = %2")
+               .arg(fiction)
+               .arg(a));
+    discard.categoriesChanged();
+    QCOMPARE(text(&discard, "category"), QStringLiteral("Beletrie"));
+    QVERIFY(rec.shown().isEmpty());
 }
 
 void TestCirculationPages::undoDiscard()
