@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QHash>
 #include <QString>
+#include <QHash>
 #include <QStringList>
 
 #include <functional>

@@ -14,12 +14,7 @@
 class FieldExchange
 {
 public:
-    enum class Mode
-    {
-        Read,
-        Collect,
-        Reset
-    };
+    enum class Mode { Read, Collect, Reset };
     FieldExchange(Mode mode, const QVariantList *row = nullptr) : m_mode(mode), m_row(row) {}
 
     void Long(const char *column, qint32 &field);
@@ -84,12 +79,7 @@ private:
     void fetchAll();
     void loadCurrent();
 
-    enum class EditMode
-    {
-        None,
-        Add,
-        Edit
-    };
+    enum class EditMode { None, Add, Edit };
     bool m_open = false;
     std::unique_ptr<QSqlQuery> m_query;
     bool m_exhausted = true;
