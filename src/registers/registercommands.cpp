@@ -24,6 +24,11 @@ CEntryPage *activePage(CViewZadavani *view)
     return view ? view->activePage() : nullptr;
 }
 
+CEntryPage *loansPageIfActive(CViewZadavani *view)
+{
+    return view && view->activeIndex() == CViewZadavani::Vypujcky ? view->activePage() : nullptr;
+}
+
 QWidget *dialogParent(CViewZadavani *view)
 {
     return view ? static_cast<QWidget *>(view) : QApplication::activeWindow();
@@ -49,7 +54,7 @@ private:
 
 // ---- Categories ----
 
-bool saveNewCategory(CViewZadavani *view, const QString &name)
+bool saveNewCategory(CEntryPage *page, const QString &name)
 {
     {
         WaitCursor wait;
@@ -65,12 +70,12 @@ bool saveNewCategory(CViewZadavani *view, const QString &name)
         }
     }
     AppState::instance().history.remember(name, 8);
-    if (CEntryPage *page = activePage(view); page && !page->categoryAdded(name))
+    if (page && !page->categoryAdded(name))
         showMessage(7);
     return true;
 }
 
-bool saveRenamedCategory(CViewZadavani *view, qint32 id, const QString &oldName, const QString &newName)
+bool saveRenamedCategory(CEntryPage *page, qint32 id, const QString &oldName, const QString &newName)
 {
     {
         WaitCursor wait;
@@ -85,12 +90,12 @@ bool saveRenamedCategory(CViewZadavani *view, qint32 id, const QString &oldName,
             return false;
         }
     }
-    if (CEntryPage *page = activePage(view); page && !page->categoryRenamed(id, oldName, newName))
+    if (page && !page->categoryRenamed(id, oldName, newName))
         showMessage(7);
     return true;
 }
 
-bool saveRemovedCategory(CViewZadavani *view, qint32 id, const QString &name)
+bool saveRemovedCategory(CEntryPage *page, qint32 id, const QString &name)
 {
     try {
         WaitCursor wait;
@@ -99,7 +104,7 @@ bool saveRemovedCategory(CViewZadavani *view, qint32 id, const QString &name)
         showMessage(4);
         return false;
     }
-    if (CEntryPage *page = activePage(view); page && !page->categoryRemoved(name))
+    if (page && !page->categoryRemoved(name))
         showMessage(4);
     return true;
 }
@@ -109,7 +114,7 @@ void newCategory(CViewZadavani *view)
     FocusKeeper focus;
     CDlgNovaKategorie dialog(dialogParent(view));
     if (dialog.exec() == QDialog::Accepted)
-        saveNewCategory(view, dialog.name());
+        saveNewCategory(activePage(view), dialog.name());
 }
 
 void renameCategory(CViewZadavani *view)
@@ -117,7 +122,7 @@ void renameCategory(CViewZadavani *view)
     FocusKeeper focus;
     CDlgPrejmenovaniKategorie dialog(dialogParent(view));
     if (dialog.exec() == QDialog::Accepted)
-        saveRenamedCategory(view, dialog.categoryId(), dialog.oldName(), dialog.newName());
+        saveRenamedCategory(activePage(view), dialog.categoryId(), dialog.oldName(), dialog.newName());
 }
 
 void removeCategory(CViewZadavani *view)
@@ -125,7 +130,7 @@ void removeCategory(CViewZadavani *view)
     FocusKeeper focus;
     CDlgOdstraneniKategorie dialog(dialogParent(view));
     if (dialog.exec() == QDialog::Accepted)
-        saveRemovedCategory(view, dialog.categoryId(), dialog.categoryName());
+        saveRemovedCategory(activePage(view), dialog.categoryId(), dialog.categoryName());
 }
 
 void moveBetweenCategories(CViewZadavani *view)
@@ -161,7 +166,7 @@ void rememberClientEntry(const Registers::ClientEntry &entry)
     h.remember(entry.birth, 7);
 }
 
-bool saveNewClient(CViewZadavani *view, const Registers::ClientData &data)
+bool saveNewClient(CEntryPage *page, const Registers::ClientData &data)
 {
     qint32 id = -1;
     {
@@ -177,13 +182,12 @@ bool saveNewClient(CViewZadavani *view, const Registers::ClientData &data)
             return false;
         }
     }
-    if (view && view->activeIndex() == CViewZadavani::Vypujcky)
-        if (CEntryPage *page = activePage(view))
-            page->clientCreated(id, data.code, data.surname + QLatin1Char(' ') + data.first);
+    if (page)
+        page->clientCreated(id, data.code, data.surname + QLatin1Char(' ') + data.first);
     return true;
 }
 
-bool saveChangedClient(CViewZadavani *view, qint32 id, const Registers::ClientData &data)
+bool saveChangedClient(CEntryPage *page, qint32 id, const Registers::ClientData &data)
 {
     bool changed = false;
     try {
@@ -193,13 +197,12 @@ bool saveChangedClient(CViewZadavani *view, qint32 id, const Registers::ClientDa
         showMessage(13);
         return false;
     }
-    if (changed)
-        if (CEntryPage *page = activePage(view))
-            page->clientChanged(id, data.code, data.surname, data.first);
+    if (changed && page)
+        page->clientChanged(id, data.code, data.surname, data.first);
     return true;
 }
 
-bool saveRemovedClient(CViewZadavani *view, qint32 id)
+bool saveRemovedClient(CEntryPage *page, qint32 id)
 {
     try {
         WaitCursor wait;
@@ -208,9 +211,8 @@ bool saveRemovedClient(CViewZadavani *view, qint32 id)
         showMessage(13);
         return false;
     }
-    if (view && view->activeIndex() == CViewZadavani::Vypujcky)
-        if (CEntryPage *page = activePage(view))
-            page->clientRemoved(id);
+    if (page)
+        page->clientRemoved(id);
     return true;
 }
 
@@ -219,7 +221,7 @@ void newClient(CViewZadavani *view)
     FocusKeeper focus;
     CDlgNovyKlient dialog(dialogParent(view));
     const bool accepted = dialog.exec() == QDialog::Accepted;
-    if (accepted && !saveNewClient(view, dialog.data()))
+    if (accepted && !saveNewClient(loansPageIfActive(view), dialog.data()))
         return;
     rememberClientEntry(dialog.form()->entry());
 }
@@ -229,7 +231,7 @@ void editClient(CViewZadavani *view)
     FocusKeeper focus;
     CDlgOpravaKlienta dialog(dialogParent(view));
     if (dialog.exec() == QDialog::Accepted)
-        saveChangedClient(view, dialog.clientId(), dialog.data());
+        saveChangedClient(activePage(view), dialog.clientId(), dialog.data());
 }
 
 void removeClient(CViewZadavani *view)
@@ -237,7 +239,7 @@ void removeClient(CViewZadavani *view)
     FocusKeeper focus;
     CDlgOdstraneniKlienta dialog(dialogParent(view));
     if (dialog.exec() == QDialog::Accepted)
-        saveRemovedClient(view, dialog.clientId());
+        saveRemovedClient(loansPageIfActive(view), dialog.clientId());
 }
 
 void listClients(CViewZadavani *view)
