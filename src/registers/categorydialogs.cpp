@@ -345,8 +345,10 @@ void CDlgPresunKategorie::categoryChosen(int half)
     CRegisterListModel *m = model(half);
     m->clear();
     const int index = combo(half)->currentIndex();
-    if (index < 0)
+    if (index < 0) {
+        updateArrows();
         return;
+    }
     try {
         WaitCursor wait;
         const QList<Registers::MovableBook> books =
