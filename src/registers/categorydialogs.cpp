@@ -254,6 +254,7 @@ CDlgPresunKategorie::CDlgPresunKategorie(QWidget *parent) : QDialog(parent)
     setWindowTitle(QStringLiteral("Proveďte přesun mezi kategoriemi"));
     auto *grid = new QGridLayout;
     const QStringList headers = {QStringLiteral("Kód"), QStringLiteral("Název")};
+    QList<QWidget *> tabOrder[2];
     auto makeHalf = [&](int column, const QString &title, QComboBox *&combo, QTableView *&list,
                         CRegisterListModel *&model, int half) {
         auto *label = new QLabel(title, this);
@@ -267,6 +268,7 @@ CDlgPresunKategorie::CDlgPresunKategorie(QWidget *parent) : QDialog(parent)
         list->setMinimumHeight(list->verticalHeader()->defaultSectionSize() * 14);
         auto *all = new QPushButton(QStringLiteral("Vybrat vše"), this);
         auto *invert = new QPushButton(QStringLiteral("Invertovat výběr"), this);
+        tabOrder[half] = {combo, list, all, invert};
         for (QPushButton *b : {all, invert})
             b->setAutoDefault(false);
         auto *selectRow = new QHBoxLayout;
@@ -303,6 +305,10 @@ CDlgPresunKategorie::CDlgPresunKategorie(QWidget *parent) : QDialog(parent)
     }
     arrows->addStretch(1);
     grid->addLayout(arrows, 2, 1);
+    // Tab walks the left half, the arrows, then the right half.
+    const QList<QWidget *> chain = tabOrder[0] + QList<QWidget *>{m_toRight, m_toLeft} + tabOrder[1];
+    for (qsizetype i = 1; i < chain.size(); ++i)
+        setTabOrder(chain.at(i - 1), chain.at(i));
     connect(m_toRight, &QPushButton::clicked, this, [this] { moveSelected(0); });
     connect(m_toLeft, &QPushButton::clicked, this, [this] { moveSelected(1); });
 

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QFormLayout>
+#include <QFrame>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -223,6 +224,10 @@ CDlgOpravaKlienta::CDlgOpravaKlienta(QWidget *parent) : QDialog(parent)
     lookupRow->addWidget(find);
     lookupRow->addWidget(browse);
     layout->addLayout(lookupRow);
+    auto *line = new QFrame(this);
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Sunken);
+    layout->addWidget(line);
 
     m_form = new CClientForm(this);
     layout->addWidget(m_form);
