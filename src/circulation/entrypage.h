@@ -49,4 +49,56 @@ public:
 Q_SIGNALS:
     // After a loan or a return: print the protocol prepared in the application state.
     void protocolRequested();
+
+public:
+    // What the register commands tell the active page after they wrote. The entry view calls
+    // these on the active page only, after the commit; a page that shows none of the changed
+    // data keeps the defaults.
+
+    // A new client was saved ("Nový klient..."): the loans page takes it as its client. name is
+    // the surname, one blank, the first name.
+    virtual void clientCreated(qint32 id, const QString &code, const QString &name)
+    {
+        Q_UNUSED(id);
+        Q_UNUSED(code);
+        Q_UNUSED(name);
+    }
+    // A client's data were changed ("Přejmenování klienta..."): the loans page rebuilds its client
+    // code and name when it shows this client, the returns page the holder of its current book,
+    // the browse page the holder of the shown book.
+    virtual void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first)
+    {
+        Q_UNUSED(id);
+        Q_UNUSED(code);
+        Q_UNUSED(surname);
+        Q_UNUSED(first);
+    }
+    // A client was removed: the loans page showing this client empties its client code and name
+    // texts but keeps the client's id (the loan is then refused as for an unknown client).
+    virtual void clientRemoved(qint32 id) { Q_UNUSED(id); }
+    // A new category was saved: the new-books and corrections pages add the name to their
+    // category combo. Returning false (the name could not be added) shows message 7.
+    virtual bool categoryAdded(const QString &name)
+    {
+        Q_UNUSED(name);
+        return true;
+    }
+    // A category was renamed: the new-books and corrections pages replace the old name in their
+    // combo (keeping it selected if it was); false when the old name was not there or the new one
+    // could not be added (message 7). The loans, returns, discard and browse pages replace the
+    // shown category name when they show category id.
+    virtual bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+    {
+        Q_UNUSED(id);
+        Q_UNUSED(oldName);
+        Q_UNUSED(newName);
+        return true;
+    }
+    // A category was removed: the new-books and corrections pages delete the name from their
+    // combo; false when it was not there (message 4).
+    virtual bool categoryRemoved(const QString &name)
+    {
+        Q_UNUSED(name);
+        return true;
+    }
 };

@@ -50,12 +50,14 @@ int cmdDemo(const QStringList &argv)
     QElapsedTimer timer;
     timer.start();
     try {
-        QSqlQuery q = runSql(QStringLiteral("SELECT (SELECT COUNT(*) FROM KNIHY) + (SELECT COUNT(*) FROM LIDE) + "
-                                            "(SELECT COUNT(*) FROM KATEGORIE)"));
+        QSqlQuery q =
+            runSql(QStringLiteral("SELECT (SELECT COUNT(*) FROM KNIHY) + (SELECT COUNT(*) FROM LIDE) + "
+                                  "(SELECT COUNT(*) FROM KATEGORIE)"));
         if (q.next() && q.value(0).toLongLong() > 0) {
             q.finish();
             Database::close();
-            return cliFail(QStringLiteral("%1 already holds a library; demo fills only an empty one").arg(path));
+            return cliFail(
+                QStringLiteral("%1 already holds a library; demo fills only an empty one").arg(path));
         }
         q.finish();
         const DemoSummary s = fillDemoLibrary(options);

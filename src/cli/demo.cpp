@@ -14,51 +14,51 @@
 
 namespace {
 
-const char *const CategoryNames[] = {"Beletrie",       "Detektivky",     "Dětská literatura", "Poezie",
-                                     "Historie",       "Cestopisy",      "Naučná literatura", "Sci-fi a fantasy",
-                                     "Životopisy",     "Kuchařky",       "Příroda",           "Umění",
-                                     "Zahrádkaření",   "Pohádky",        "Regionální literatura"};
+const char *const CategoryNames[] = {
+    "Beletrie",          "Detektivky",       "Dětská literatura",    "Poezie",   "Historie", "Cestopisy",
+    "Naučná literatura", "Sci-fi a fantasy", "Životopisy",           "Kuchařky", "Příroda",  "Umění",
+    "Zahrádkaření",      "Pohádky",          "Regionální literatura"};
 const char *const RemovedCategoryNames[] = {"Učebnice (staré)", "Časopisy"};
 
-const char *const FirstNames[] = {"Jan",    "Petr",   "Josef",  "Pavel",   "Jiří",   "Martin", "Tomáš",
-                                  "Jaroslav", "Miroslav", "Zdeněk", "Václav", "Karel",  "Lukáš",  "Ondřej",
-                                  "Marie",  "Jana",   "Eva",    "Hana",    "Anna",   "Lenka",  "Kateřina",
-                                  "Věra",   "Lucie",  "Alena",  "Petra",   "Jitka",  "Zuzana", "Božena"};
-const char *const SurnamesMale[] = {"Novák",   "Svoboda", "Novotný", "Dvořák",  "Černý",   "Procházka",
-                                    "Kučera",  "Veselý",  "Horák",   "Němec",   "Marek",   "Pospíšil",
-                                    "Hájek",   "Jelínek", "Král",    "Růžička", "Beneš",   "Fiala",
-                                    "Sedláček", "Doležal", "Zeman",  "Kolář",   "Navrátil", "Čermák",
-                                    "Urban",   "Vaněk",   "Blažek",  "Kříž",    "Kovář",   "Bartoš"};
-const char *const SurnamesFemale[] = {"Nováková",   "Svobodová", "Novotná",   "Dvořáková", "Černá",
-                                      "Procházková", "Kučerová",  "Veselá",    "Horáková",  "Němcová",
-                                      "Marková",    "Pospíšilová", "Hájková", "Jelínková", "Králová",
-                                      "Růžičková",  "Benešová",  "Fialová",   "Sedláčková", "Doležalová",
-                                      "Zemanová",   "Kolářová",  "Navrátilová", "Čermáková", "Urbanová",
-                                      "Vaňková",    "Blažková",  "Křížová",   "Kovářová",  "Bartošová"};
-const char *const Authors[] = {"Karel Čapek",       "Božena Němcová",    "Jaroslav Hašek",   "Bohumil Hrabal",
-                               "Milan Kundera",     "Josef Škvorecký",   "Jan Neruda",       "Alois Jirásek",
-                               "Vladislav Vančura", "Jaroslav Seifert",  "Karel Jaromír Erben", "Ota Pavel",
-                               "Eduard Petiška",    "Josef Lada",        "Zdeněk Svěrák",    "Michal Viewegh",
-                               "Jiří Žáček",        "Petra Braunová",    "Ludvík Souček",    "Jules Verne",
-                               "Agatha Christie",   "Astrid Lindgrenová", "Jack London",     "Karel May",
-                               "Ondřej Sekora",     "Václav Čtvrtek",    "Jan Werich",       "Radek Malý",
-                               "Iva Procházková",   "Kateřina Tučková",  "Alena Mornštajnová", "Jiří Mahen"};
-const char *const TitleStart[] = {"Babička",  "Krakatit",   "Dobrý voják", "Ostře sledované", "Žert",
-                                  "Zbabělci", "Povídky",    "Staré pověsti", "Markéta",        "Kytice",
-                                  "Zlatý",    "Tajemství",  "Cesta",       "Příběh",          "Dům",
-                                  "Stíny",    "Pohádky",    "Deník",       "Kniha",           "Písně",
-                                  "Návrat",   "Zahrada",    "Řeka",        "Hory",            "Město",
-                                  "Ďáblova",  "Čarovná",    "Ztracená",    "Poslední",        "Modrá"};
-const char *const TitleEnd[] = {"",          "z Podskalí",   "o lásce",       "na Vltavě",   "pod Řípem",
-                                "malostranské", "české",      "a noc",         "v zimě",      "ze Šumavy",
-                                "pro děti",  "o koni",       "za oponou",     "u řeky",      "bez konce",
-                                "první",     "na cestách",   "žlutého psa",   "v Praze",     "dědečka"};
-const char *const Publishers[] = {"Albatros",   "Odeon",       "Mladá fronta", "Argo",   "Host",
-                                  "Euromedia",  "Československý spisovatel", "Vyšehrad", "Academia",
-                                  "Portál",     "Grada",       "Fragment"};
-const char *const Keywords[] = {"láska",    "válka",   "dětství",  "příroda", "humor", "historie",
-                                "detektiv", "Praha",   "zvířata",  "vesnice", "moře",  "hory",
-                                "rodina",   "cestování", "pohádka", "poezie", "vesmír", "řemeslo"};
+const char *const FirstNames[] = {"Jan",      "Petr",     "Josef",  "Pavel",  "Jiří",  "Martin", "Tomáš",
+                                  "Jaroslav", "Miroslav", "Zdeněk", "Václav", "Karel", "Lukáš",  "Ondřej",
+                                  "Marie",    "Jana",     "Eva",    "Hana",   "Anna",  "Lenka",  "Kateřina",
+                                  "Věra",     "Lucie",    "Alena",  "Petra",  "Jitka", "Zuzana", "Božena"};
+const char *const SurnamesMale[] = {"Novák",    "Svoboda", "Novotný", "Dvořák",  "Černý",    "Procházka",
+                                    "Kučera",   "Veselý",  "Horák",   "Němec",   "Marek",    "Pospíšil",
+                                    "Hájek",    "Jelínek", "Král",    "Růžička", "Beneš",    "Fiala",
+                                    "Sedláček", "Doležal", "Zeman",   "Kolář",   "Navrátil", "Čermák",
+                                    "Urban",    "Vaněk",   "Blažek",  "Kříž",    "Kovář",    "Bartoš"};
+const char *const SurnamesFemale[] = {"Nováková",    "Svobodová",   "Novotná",     "Dvořáková",  "Černá",
+                                      "Procházková", "Kučerová",    "Veselá",      "Horáková",   "Němcová",
+                                      "Marková",     "Pospíšilová", "Hájková",     "Jelínková",  "Králová",
+                                      "Růžičková",   "Benešová",    "Fialová",     "Sedláčková", "Doležalová",
+                                      "Zemanová",    "Kolářová",    "Navrátilová", "Čermáková",  "Urbanová",
+                                      "Vaňková",     "Blažková",    "Křížová",     "Kovářová",   "Bartošová"};
+const char *const Authors[] = {
+    "Karel Čapek",         "Božena Němcová",     "Jaroslav Hašek", "Bohumil Hrabal",    "Milan Kundera",
+    "Josef Škvorecký",     "Jan Neruda",         "Alois Jirásek",  "Vladislav Vančura", "Jaroslav Seifert",
+    "Karel Jaromír Erben", "Ota Pavel",          "Eduard Petiška", "Josef Lada",        "Zdeněk Svěrák",
+    "Michal Viewegh",      "Jiří Žáček",         "Petra Braunová", "Ludvík Souček",     "Jules Verne",
+    "Agatha Christie",     "Astrid Lindgrenová", "Jack London",    "Karel May",         "Ondřej Sekora",
+    "Václav Čtvrtek",      "Jan Werich",         "Radek Malý",     "Iva Procházková",   "Kateřina Tučková",
+    "Alena Mornštajnová",  "Jiří Mahen"};
+const char *const TitleStart[] = {
+    "Babička", "Krakatit",      "Dobrý voják", "Ostře sledované", "Žert",     "Zbabělci",
+    "Povídky", "Staré pověsti", "Markéta",     "Kytice",          "Zlatý",    "Tajemství",
+    "Cesta",   "Příběh",        "Dům",         "Stíny",           "Pohádky",  "Deník",
+    "Kniha",   "Písně",         "Návrat",      "Zahrada",         "Řeka",     "Hory",
+    "Město",   "Ďáblova",       "Čarovná",     "Ztracená",        "Poslední", "Modrá"};
+const char *const TitleEnd[] = {
+    "",          "z Podskalí", "o lásce",    "na Vltavě",   "pod Řípem", "malostranské", "české",
+    "a noc",     "v zimě",     "ze Šumavy",  "pro děti",    "o koni",    "za oponou",    "u řeky",
+    "bez konce", "první",      "na cestách", "žlutého psa", "v Praze",   "dědečka"};
+const char *const Publishers[] = {
+    "Albatros", "Odeon",    "Mladá fronta", "Argo",  "Host",    "Euromedia", "Československý spisovatel",
+    "Vyšehrad", "Academia", "Portál",       "Grada", "Fragment"};
+const char *const Keywords[] = {"láska",    "válka",     "dětství", "příroda", "humor",  "historie",
+                                "detektiv", "Praha",     "zvířata", "vesnice", "moře",   "hory",
+                                "rodina",   "cestování", "pohádka", "poezie",  "vesmír", "řemeslo"};
 
 template <size_t N> QString pick(std::mt19937 &rng, const char *const (&list)[N])
 {
@@ -107,8 +107,9 @@ DemoSummary fillDemoLibrary(const DemoOptions &options)
         throw DbError(QStringLiteral("today is too early for a demo library"));
 
     Transaction tx;
-    QSqlQuery ids = runSql(QStringLiteral("SELECT ID_KNIHY_FIRSTFREE, ID_LIDE_FIRSTFREE, ID_KATEGORIE_FIRSTFREE, "
-                                          "ID_VYPUJCKY_FIRSTFREE, ID_VRACENI_FIRSTFREE, PRIRUSTEK_MAX FROM IDS"));
+    QSqlQuery ids =
+        runSql(QStringLiteral("SELECT ID_KNIHY_FIRSTFREE, ID_LIDE_FIRSTFREE, ID_KATEGORIE_FIRSTFREE, "
+                              "ID_VYPUJCKY_FIRSTFREE, ID_VRACENI_FIRSTFREE, PRIRUSTEK_MAX FROM IDS"));
     if (!ids.next())
         throw DbError(QStringLiteral("the IDS row is missing"));
     qint32 nextBook = qint32(ids.value(0).toLongLong());
@@ -235,20 +236,25 @@ DemoSummary fillDemoLibrary(const DemoOptions &options)
             b.category = removedCategories[uniform(rng, 0, int(removedCategories.size()) - 1)];
     }
 
-    QSqlQuery addClient = prepareSql(QStringLiteral("INSERT INTO LIDE VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
+    QSqlQuery addClient =
+        prepareSql(QStringLiteral("INSERT INTO LIDE VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
     for (const Client &c : clients) {
         const bool extended = uniform(rng, 0, 2) == 0;
         const QDate born = QDate(1940, 1, 1).addDays(uniform(rng, 0, 365 * 70));
-        const QString address = QStringLiteral("%1 %2\n%3").arg(pick(rng, TitleStart)).arg(uniform(rng, 1, 999))
+        const QString address = QStringLiteral("%1 %2\n%3")
+                                    .arg(pick(rng, TitleStart))
+                                    .arg(uniform(rng, 1, 999))
                                     .arg(QStringLiteral("Horní Lhota"));
         addClient.addBindValue(c.id);
         addClient.addBindValue(c.code);
         addClient.addBindValue(c.first);
         addClient.addBindValue(c.last);
         addClient.addBindValue(extended ? 1 : 0);
-        addClient.addBindValue(extended ? QString::asprintf("OP%08d", uniform(rng, 0, 99999999)) : QString(QLatin1String("")));
+        addClient.addBindValue(extended ? QString::asprintf("OP%08d", uniform(rng, 0, 99999999))
+                                        : QString(QLatin1String("")));
         addClient.addBindValue(extended ? address : QString(QLatin1String("")));
-        addClient.addBindValue(extended && uniform(rng, 0, 1) ? QStringLiteral("učitel") : QString(QLatin1String("")));
+        addClient.addBindValue(extended && uniform(rng, 0, 1) ? QStringLiteral("učitel")
+                                                              : QString(QLatin1String("")));
         addClient.addBindValue(extended ? dateNumberFromDate(born) : NoDate);
         addClient.addBindValue(c.hidden ? 0 : 1);
         addClient.addBindValue(extended ? 1 : 0);
@@ -264,7 +270,8 @@ DemoSummary fillDemoLibrary(const DemoOptions &options)
     for (int i = 0; i < books.size(); ++i) {
         const Book &b = books[i];
         const QString end = pick(rng, TitleEnd);
-        const QString title = end.isEmpty() ? pick(rng, TitleStart) : pick(rng, TitleStart) + QLatin1Char(' ') + end;
+        const QString title =
+            end.isEmpty() ? pick(rng, TitleStart) : pick(rng, TitleStart) + QLatin1Char(' ') + end;
         QStringList words;
         const int nk = uniform(rng, 0, 3);
         while (words.size() < nk) {
@@ -349,8 +356,9 @@ DemoSummary fillDemoLibrary(const DemoOptions &options)
     }
     summary.returnRows = int(returned.size());
 
-    runSql(QStringLiteral("UPDATE IDS SET ID_KNIHY_FIRSTFREE = ?, ID_LIDE_FIRSTFREE = ?, ID_KATEGORIE_FIRSTFREE = ?, "
-                          "ID_VYPUJCKY_FIRSTFREE = ?, ID_VRACENI_FIRSTFREE = ?, PRIRUSTEK_MAX = ?"),
+    runSql(QStringLiteral(
+               "UPDATE IDS SET ID_KNIHY_FIRSTFREE = ?, ID_LIDE_FIRSTFREE = ?, ID_KATEGORIE_FIRSTFREE = ?, "
+               "ID_VYPUJCKY_FIRSTFREE = ?, ID_VRACENI_FIRSTFREE = ?, PRIRUSTEK_MAX = ?"),
            {nextBook, nextClient, nextCategory, nextLoan, nextReturn, prirustek});
     tx.commit();
     return summary;

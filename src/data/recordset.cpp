@@ -79,7 +79,8 @@ void RecordSet::open(const QString &jetSql)
         const QString star = QStringLiteral("SELECT * FROM ");
         if (!sql.startsWith(star, Qt::CaseInsensitive))
             throw DbError(QStringLiteral("a record set needs SELECT * FROM ...: ") + jetSql);
-        sql = QStringLiteral("SELECT ") + tableName() + QStringLiteral(".rowid, * FROM ") + sql.mid(star.size());
+        sql = QStringLiteral("SELECT ") + tableName() + QStringLiteral(".rowid, * FROM ") +
+              sql.mid(star.size());
     }
     m_query = std::make_unique<QSqlQuery>(prepareSql(sql));
     execPrepared(*m_query);
@@ -219,8 +220,9 @@ void RecordSet::update()
         QStringList marks;
         for (int i = 0; i < cols.size(); ++i)
             marks << QStringLiteral("?");
-        const QString sql = QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
-                                .arg(tableName(), cols.join(QLatin1String(", ")), marks.join(QLatin1String(", ")));
+        const QString sql =
+            QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
+                .arg(tableName(), cols.join(QLatin1String(", ")), marks.join(QLatin1String(", ")));
         runSql(sql, vals);
     } else if (m_editMode == EditMode::Edit) {
         QStringList sets;
@@ -228,7 +230,8 @@ void RecordSet::update()
             sets << c + QStringLiteral(" = ?");
         QVariantList bind = vals;
         bind << m_rows[m_current].at(0);
-        runSql(QStringLiteral("UPDATE %1 SET %2 WHERE rowid = ?").arg(tableName(), sets.join(QLatin1String(", "))),
+        runSql(QStringLiteral("UPDATE %1 SET %2 WHERE rowid = ?")
+                   .arg(tableName(), sets.join(QLatin1String(", "))),
                bind);
         QVariantList row;
         row << m_rows[m_current].at(0);

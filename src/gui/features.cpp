@@ -4,6 +4,7 @@
 #include "app/mainframe.h"
 #include "circulation/pagecommands.h"
 #include "circulation/viewzadavani.h"
+#include "registers/registercommands.h"
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
 
@@ -28,5 +29,6 @@ void installFeatures(CMainFrame &frame)
     frame.setHandler(Cmd::ViewToolBar, [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
     frame.setHandler(Cmd::ViewStatusBar,
                      [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
+    installRegisterCommands(frame);
     installCirculationCommands(frame);
 }

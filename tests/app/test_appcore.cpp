@@ -46,9 +46,11 @@ void TestAppCore::catalogue()
     }
     QCOMPARE(informations, 1);
     QCOMPARE(messageKind(1), MessageKind::Information);
-    QCOMPARE(messageText(14), QStringLiteral("Nazadali jste kód klienta, jehož data chcete opravovat.\nZadejte nějaký nebo "
-                                             "klienta nalistujte"));
-    QVERIFY(messageText(85).endsWith(QStringLiteral("(Oprava data pořízení se provádí na stránce \"Opravy\")")));
+    QCOMPARE(messageText(14),
+             QStringLiteral("Nazadali jste kód klienta, jehož data chcete opravovat.\nZadejte nějaký nebo "
+                            "klienta nalistujte"));
+    QVERIFY(
+        messageText(85).endsWith(QStringLiteral("(Oprava data pořízení se provádí na stránce \"Opravy\")")));
 }
 
 void TestAppCore::settingsRecordLayout()
@@ -149,7 +151,8 @@ void TestAppCore::passwords()
     r.passwordLength = 2;
     QVERIFY(!checkPassword(r, QStringLiteral("xy")));
 
-    QCOMPARE(toCp1250(QStringLiteral("ČŘŽščřžýáíéůú")), QByteArray("\xC8\xD8\x8E\x9A\xE8\xF8\x9E\xFD\xE1\xED\xE9\xF9\xFA"));
+    QCOMPARE(toCp1250(QStringLiteral("ČŘŽščřžýáíéůú")),
+             QByteArray("\xC8\xD8\x8E\x9A\xE8\xF8\x9E\xFD\xE1\xED\xE9\xF9\xFA"));
     QCOMPARE(fromCp1250(QByteArray("\xC8\xD8\x8E")), QStringLiteral("ČŘŽ"));
     QCOMPARE(toCp1250(QStringLiteral("日")), QByteArray("?"));
 }

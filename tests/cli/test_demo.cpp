@@ -1,3 +1,4 @@
+#include "data/consistency.h"
 #include "data/database.h"
 #include "support/testsupport.h"
 
@@ -12,6 +13,7 @@ class TestDemo : public QObject
 private Q_SLOTS:
     void initInstallsOnceOnly();
     void demoLibraryKeepsEveryRelation();
+    void checkFindsEveryBrokenRule();
 
 private:
     static int runCli(const QStringList &args, QByteArray *err = nullptr)
@@ -46,15 +48,16 @@ void TestDemo::demoLibraryKeepsEveryRelation()
 {
     QTemporaryDir dir;
     QByteArray err;
-    QCOMPARE(runCli({QStringLiteral("demo"), QStringLiteral("--data-dir"), dir.path(), QStringLiteral("--books"),
-                     QStringLiteral("3000"), QStringLiteral("--clients"), QStringLiteral("300"),
-                     QStringLiteral("--seed"), QStringLiteral("7")},
+    QCOMPARE(runCli({QStringLiteral("demo"), QStringLiteral("--data-dir"), dir.path(),
+                     QStringLiteral("--books"), QStringLiteral("3000"), QStringLiteral("--clients"),
+                     QStringLiteral("300"), QStringLiteral("--seed"), QStringLiteral("7")},
                     &err),
              0);
     // A second fill is refused: demo fills only an empty library.
     QCOMPARE(runCli({QStringLiteral("demo"), QStringLiteral("--data-dir"), dir.path()}, &err), 1);
 
-    QCOMPARE(Database::open(QDir(dir.path()).filePath(QStringLiteral("Folivo.db"))), Database::OpenResult::Ok);
+    QCOMPARE(Database::open(QDir(dir.path()).filePath(QStringLiteral("Folivo.db"))),
+             Database::OpenResult::Ok);
     auto count = [](const char *sql) {
         QSqlQuery q = runSql(QString::fromUtf8(sql));
         return q.next() ? q.value(0).toLongLong() : -1;
@@ -69,35 +72,45 @@ void TestDemo::demoLibraryKeepsEveryRelation()
     QVERIFY(count("SELECT COUNT(*) FROM KATEGORIE WHERE NOT UKAZOVAT") > 0);
     QVERIFY(count("SELECT COUNT(*) FROM KNIHY WHERE IS_KLICOVESLOVO AND KLICOVA_SLOVA LIKE '~%~'") > 0);
     // Some loans are overdue today, and some loans share a number.
-    QVERIFY(count("SELECT COUNT(*) FROM VYPUJCKY WHERE NOT VRACENO AND OMEZOVAT AND DATUM_MAX < 20260315") > 0);
-    QVERIFY(count("SELECT COUNT(*) FROM (SELECT ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY GROUP BY 1 HAVING COUNT(*) > 1)") > 0);
+    QVERIFY(count("SELECT COUNT(*) FROM VYPUJCKY WHERE NOT VRACENO AND OMEZOVAT AND DATUM_MAX < 20260315") >
+            0);
+    QVERIFY(count("SELECT COUNT(*) FROM (SELECT ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY GROUP BY 1 HAVING "
+                  "COUNT(*) > 1)") > 0);
 
     const char *violations[] = {
         // A lent book has exactly one open loan row under its loan number and a visible holder.
         "SELECT COUNT(*) FROM KNIHY K WHERE K.VYPUJCENO AND (SELECT COUNT(*) FROM VYPUJCKY V WHERE "
-        "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY AND NOT V.VRACENO "
+        "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY AND NOT "
+        "V.VRACENO "
         "AND V.ID_LIDE_VYPUJCKY = K.ID_LIDE_KNIHY) <> 1",
-        "SELECT COUNT(*) FROM KNIHY K WHERE K.VYPUJCENO AND NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
+        "SELECT COUNT(*) FROM KNIHY K WHERE K.VYPUJCENO AND NOT EXISTS (SELECT 1 FROM LIDE L WHERE "
+        "L.ID_LIDE_LIDE = "
         "K.ID_LIDE_KNIHY AND L.UKAZOVAT)",
         // A book not lent has no open loan and no references.
         "SELECT COUNT(*) FROM KNIHY WHERE NOT VYPUJCENO AND (ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> -1)",
-        "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE NOT V.VRACENO "
+        "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE NOT "
+        "V.VRACENO "
         "AND NOT K.VYPUJCENO",
         // A discarded book is never lent, and was discarded after it came.
         "SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND (VYPUJCENO OR DATUM_VYRAZENI < DATUM_PORIZENI)",
         "SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI <> -1",
         // Every reference points at a row.
-        "SELECT COUNT(*) FROM KNIHY K WHERE NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE C.ID_KATEGORIE_KATEGORIE = "
+        "SELECT COUNT(*) FROM KNIHY K WHERE NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
+        "C.ID_KATEGORIE_KATEGORIE = "
         "K.ID_KATEGORIE_KNIHY)",
         "SELECT COUNT(*) FROM KNIHY K WHERE NOT K.VYRAZENO AND NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
         "C.ID_KATEGORIE_KATEGORIE = K.ID_KATEGORIE_KNIHY AND C.UKAZOVAT)",
         "SELECT COUNT(*) FROM VYPUJCKY V WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
-        "V.ID_LIDE_VYPUJCKY) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY)",
+        "V.ID_LIDE_VYPUJCKY) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = "
+        "V.ID_KNIHY_VYPUJCKY)",
         "SELECT COUNT(*) FROM VRACENI R WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
-        "R.ID_LIDE_VRACENI) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = R.ID_KNIHY_VRACENI)",
+        "R.ID_LIDE_VRACENI) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = "
+        "R.ID_KNIHY_VRACENI)",
         // Dates in order: loan not before acquisition, return not before loan, deadline as flagged.
-        "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE V.DATUM_PUJCKY "
-        "< K.DATUM_PORIZENI OR (V.VRACENO AND V.DATUM_VRACENI < V.DATUM_PUJCKY) OR (V.OMEZOVAT <> (V.DATUM_MAX <> "
+        "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE "
+        "V.DATUM_PUJCKY "
+        "< K.DATUM_PORIZENI OR (V.VRACENO AND V.DATUM_VRACENI < V.DATUM_PUJCKY) OR (V.OMEZOVAT <> "
+        "(V.DATUM_MAX <> "
         "-1)) OR (NOT V.VRACENO AND V.DATUM_VRACENI <> -1)",
         // Every returned loan row has its return row.
         "SELECT COUNT(*) FROM VYPUJCKY V WHERE V.VRACENO AND NOT EXISTS (SELECT 1 FROM VRACENI R WHERE "
@@ -106,7 +119,8 @@ void TestDemo::demoLibraryKeepsEveryRelation()
         // Keys below their counters, unique codes and names, accession numbers covered.
         "SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY >= (SELECT ID_KNIHY_FIRSTFREE FROM IDS)",
         "SELECT COUNT(*) FROM LIDE WHERE ID_LIDE_LIDE >= (SELECT ID_LIDE_FIRSTFREE FROM IDS)",
-        "SELECT COUNT(*) FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE >= (SELECT ID_KATEGORIE_FIRSTFREE FROM IDS)",
+        "SELECT COUNT(*) FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE >= (SELECT ID_KATEGORIE_FIRSTFREE FROM "
+        "IDS)",
         "SELECT COUNT(*) FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY >= (SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS)",
         "SELECT COUNT(*) FROM VRACENI WHERE ID_VRACENI_VRACENI >= (SELECT ID_VRACENI_FIRSTFREE FROM IDS)",
         "SELECT COUNT(*) FROM KNIHY WHERE PRIRUSTEK > (SELECT PRIRUSTEK_MAX FROM IDS)",
@@ -116,15 +130,53 @@ void TestDemo::demoLibraryKeepsEveryRelation()
         "SELECT COUNT(*) - COUNT(DISTINCT NAZEV) FROM KATEGORIE",
         "SELECT COUNT(*) - COUNT(DISTINCT ID_KNIHY_KNIHY) FROM KNIHY",
         // Presence flags agree with their fields.
-        "SELECT COUNT(*) FROM KNIHY WHERE IS_KLICOVESLOVO <> (KLICOVA_SLOVA <> '') OR IS_ROKVYDANI <> (ROK_VYDANI <> "
+        "SELECT COUNT(*) FROM KNIHY WHERE IS_KLICOVESLOVO <> (KLICOVA_SLOVA <> '') OR IS_ROKVYDANI <> "
+        "(ROK_VYDANI <> "
         "-1) OR IS_POCETSTRAN <> (POCET_STRAN <> -1) OR IS_VYDAVATEL <> (VYDAVATEL <> '')",
     };
     for (const char *sql : violations)
         QVERIFY2(count(sql) == 0, sql);
-    QSqlQuery ic = runSql(QStringLiteral("PRAGMA integrity_check"));
-    QVERIFY(ic.next());
-    QCOMPARE(ic.value(0).toString(), QStringLiteral("ok"));
+    QCOMPARE(checkLibrary(), QStringList());
     Database::close();
+    QCOMPARE(runCli({QStringLiteral("check"), QStringLiteral("--data-dir"), dir.path()}, &err), 0);
+}
+
+void TestDemo::checkFindsEveryBrokenRule()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 jan = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    lib.lend({a, b}, jan, 20050301, 20050310);
+    lib.giveBack({b}, 20050305);
+    QCOMPARE(checkLibrary(), QStringList());
+
+    struct Breakage
+    {
+        const char *sql;
+        const char *found;
+    };
+    const Breakage cases[] = {
+        {"UPDATE KNIHY SET VYPUJCENO = 0 WHERE KOD = 'A'", "není vypůjčená, ale odkazuje"},
+        {"UPDATE VYPUJCKY SET VRACENO = 1 WHERE ID_KNIHY_VYPUJCKY = 1",
+         "nemá právě jednu otevřenou výpůjčku"},
+        {"UPDATE KNIHY SET VYRAZENO = 1 WHERE KOD = 'A'", "vyřazená a přitom vypůjčená"},
+        {"UPDATE KNIHY SET ID_KATEGORIE_KNIHY = 99 WHERE KOD = 'B'", "kategorie, která v evidenci není"},
+        {"DELETE FROM LIDE", "vypůjčená klientovi, který v evidenci není"},
+        {"UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = 1", "výpůjčka 1 má číslo, které ještě nebylo přiděleno"},
+        {"UPDATE IDS SET PRIRUSTEK_MAX = 1", "přírůstkové číslo 2 je vyšší než PRIRUSTEK_MAX"},
+        {"UPDATE KNIHY SET KOD = 'A'", "kód knihy A je použit vícekrát"},
+        {"INSERT INTO KATEGORIE SELECT ID_KATEGORIE_KATEGORIE + 5, NAZEV, 0 FROM KATEGORIE",
+         "název kategorie Beletrie je použit vícekrát"},
+    };
+    for (const Breakage &c : cases) {
+        Transaction tx; // rolled back after each case: every breakage is checked alone
+        runSql(QString::fromLatin1(c.sql));
+        const QStringList found = checkLibrary();
+        QVERIFY2(!found.filter(QString::fromUtf8(c.found)).isEmpty(), c.sql);
+    }
+    QCOMPARE(checkLibrary(), QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestDemo)

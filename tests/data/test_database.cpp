@@ -29,7 +29,8 @@ void TestDatabase::openRefusesMissingForeignAndLocked()
 {
     QTemporaryDir dir;
     QString detail;
-    QCOMPARE(Database::open(dir.filePath(QStringLiteral("nothing.db")), &detail), Database::OpenResult::Missing);
+    QCOMPARE(Database::open(dir.filePath(QStringLiteral("nothing.db")), &detail),
+             Database::OpenResult::Missing);
     QVERIFY(!Database::isOpen());
 
     const QString text = dir.filePath(QStringLiteral("text.db"));
@@ -78,7 +79,7 @@ void TestDatabase::secondProcessCannotOpen()
     // ... and so does the sqlite3 library in another process, through folivo's own open.
     QProcess p;
     p.start(QStringLiteral(FOLIVO_CLI), {QStringLiteral("demo"), QStringLiteral("--data-dir"), lib.dir(),
-                                        QStringLiteral("--books"), QStringLiteral("1")});
+                                         QStringLiteral("--books"), QStringLiteral("1")});
     QVERIFY(p.waitForFinished(30000));
     QVERIFY(p.exitCode() != 0);
     QVERIFY2(p.readAllStandardError().contains("cannot open"), "the second copy must be refused");
@@ -98,11 +99,12 @@ void TestDatabase::translation_data()
     QTest::newRow("keyword tildes") << "AND KLICOVA_SLOVA LIKE '*~moře~*' "
                                     << "AND KLICOVA_SLOVA LIKE '%~moře~%' ";
     QTest::newRow("any") << QString::fromLatin1(Stmt::ReportClientHistory)
-                         << QStringLiteral("SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND (KNIHY.ID_KNIHY_KNIHY IN "
-                                           "(SELECT DISTINCT VYPUJCKY.ID_KNIHY_VYPUJCKY FROM VYPUJCKY WHERE "
-                                           "VYPUJCKY.ID_LIDE_VYPUJCKY = %d)) ORDER BY KNIHY.KOD DESC");
-    QTest::newRow("booleans untouched") << QString::fromLatin1(Stmt::PickLendable)
-                                        << QString::fromLatin1(Stmt::PickLendable);
+                         << QStringLiteral(
+                                "SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND (KNIHY.ID_KNIHY_KNIHY IN "
+                                "(SELECT DISTINCT VYPUJCKY.ID_KNIHY_VYPUJCKY FROM VYPUJCKY WHERE "
+                                "VYPUJCKY.ID_LIDE_VYPUJCKY = %d)) ORDER BY KNIHY.KOD DESC");
+    QTest::newRow("booleans untouched")
+        << QString::fromLatin1(Stmt::PickLendable) << QString::fromLatin1(Stmt::PickLendable);
 }
 
 void TestDatabase::translation()
@@ -123,10 +125,13 @@ void TestDatabase::czechLikeIgnoresCase()
 
     TestLibrary lib;
     QVERIFY(lib.isValid());
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("1")).withTitle(QStringLiteral("ČAP A ŘEKA"), QStringLiteral("DVOŘÁK")));
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("2")).withTitle(QStringLiteral("žluťoučký kůň"), QStringLiteral("Karel")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("1"))
+                    .withTitle(QStringLiteral("ČAP A ŘEKA"), QStringLiteral("DVOŘÁK")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("2"))
+                    .withTitle(QStringLiteral("žluťoučký kůň"), QStringLiteral("Karel")));
     auto hits = [&](const char *where) {
-        return lib.count(jetToSqlite(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ") + QString::fromUtf8(where)));
+        return lib.count(
+            jetToSqlite(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ") + QString::fromUtf8(where)));
     };
     QCOMPARE(hits("NAZEV LIKE '*čap*'"), 1);
     QCOMPARE(hits("NAZEV LIKE '*řek*'"), 1);
@@ -146,12 +151,12 @@ void TestDatabase::everyStatementRuns()
     const qint32 b = lib.addBook(QStringLiteral("A1"));
     const qint32 loan = lib.lend({b}, c, 20050307, 20050320);
     const qint32 ret = lib.giveBack({b}, 20050325);
-    const char *withId[] = {Stmt::KnihyById,        Stmt::KnihyByIdBare,      Stmt::KnihyByPrirustek,
-                            Stmt::KnihyHeldBy,      Stmt::KnihyInCategory,    Stmt::KnihyInCategoryByKodDesc,
-                            Stmt::ReportCategory,   Stmt::ReportOverdue,      Stmt::ReportClientLoans,
+    const char *withId[] = {Stmt::KnihyById,           Stmt::KnihyByIdBare,   Stmt::KnihyByPrirustek,
+                            Stmt::KnihyHeldBy,         Stmt::KnihyInCategory, Stmt::KnihyInCategoryByKodDesc,
+                            Stmt::ReportCategory,      Stmt::ReportOverdue,   Stmt::ReportClientLoans,
                             Stmt::ReportClientHistory, Stmt::LideById,        Stmt::LideByIdVisible,
-                            Stmt::KategorieById,    Stmt::VypujckyByLoan,     Stmt::VypujckyOfBook,
-                            Stmt::VypujckyHistory,  Stmt::VraceniOfBook,      Stmt::ProtocolLoan,
+                            Stmt::KategorieById,       Stmt::VypujckyByLoan,  Stmt::VypujckyOfBook,
+                            Stmt::VypujckyHistory,     Stmt::VraceniOfBook,   Stmt::ProtocolLoan,
                             Stmt::ProtocolLoanChooser, Stmt::ProtocolReturn,  Stmt::ProtocolReturnChooser};
     for (const char *s : withId) {
         CSetKnihy set; // any record set runs any statement's text through the same path
@@ -164,12 +169,12 @@ void TestDatabase::everyStatementRuns()
     for (const char *s : withTwo)
         QVERIFY2(runJet(QString::asprintf(s, 20050301, 20050331)).isActive(), s);
     const char *withText[] = {Stmt::KnihyByKod, Stmt::KnihyByKodNotDiscarded, Stmt::KnihyDiscardedByKod,
-                              Stmt::LideByKod, Stmt::LideByKodVisible, Stmt::KategorieByNameVisible};
+                              Stmt::LideByKod,  Stmt::LideByKodVisible,       Stmt::KategorieByNameVisible};
     for (const char *s : withText)
         QVERIFY2(runJet(QString::asprintf(s, "A1")).isActive(), s);
-    const char *plain[] = {Stmt::KnihyBrowse, Stmt::PickLendable, Stmt::PickLent, Stmt::PickNotDiscarded,
-                           Stmt::PickDiscarded, Stmt::LideVisible, Stmt::LidePicker, Stmt::KategorieVisible,
-                           Stmt::Ids};
+    const char *plain[] = {Stmt::KnihyBrowse,      Stmt::PickLendable,     Stmt::PickLent,
+                           Stmt::PickNotDiscarded, Stmt::PickDiscarded,    Stmt::LideVisible,
+                           Stmt::LidePicker,       Stmt::KategorieVisible, Stmt::Ids};
     for (const char *s : plain)
         QVERIFY2(runJet(QString::fromLatin1(s)).isActive(), s);
 
@@ -218,7 +223,8 @@ void TestDatabase::reportStatementsSelectTheRightRows()
     };
     // Overdue means strictly before the day, and only loans with a deadline.
     QCOMPARE(codes(QString::asprintf(Stmt::ReportOverdue, day)), QStringList{QStringLiteral("B3")});
-    QCOMPARE(codes(QString::asprintf(Stmt::ReportOverdue, day + 1)), (QStringList{QStringLiteral("B3"), QStringLiteral("B1")}));
+    QCOMPARE(codes(QString::asprintf(Stmt::ReportOverdue, day + 1)),
+             (QStringList{QStringLiteral("B3"), QStringLiteral("B1")}));
     QCOMPARE(codes(QString::asprintf(Stmt::ReportClientOverdue, day + 1, eva)), QStringList());
     QCOMPARE(codes(QString::fromLatin1(Stmt::ReportLent)),
              (QStringList{QStringLiteral("B4"), QStringLiteral("B3"), QStringLiteral("B1")}));
@@ -292,7 +298,8 @@ void TestDatabase::recordSetMovesAndWrites()
     k.edit();
     k.m_NAZEV = QStringLiteral("Krakatit");
     k.update();
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE NAZEV = 'Krakatit' AND KOD = 'C2'")), 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE NAZEV = 'Krakatit' AND KOD = 'C2'")),
+             1);
     k.deleteRow();
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 4);
 
@@ -303,7 +310,8 @@ void TestDatabase::recordSetMovesAndWrites()
     cat.m_NAZEV = QStringLiteral("Poezie");
     cat.m_UKAZOVAT = true;
     cat.update();
-    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = 77")), 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = 77")),
+             1);
 
     CSetLide empty;
     empty.open(QString::asprintf(Stmt::LideByKod, "nobody"));

@@ -1,0 +1,103 @@
+#include "data/consistency.h"
+
+#include "data/database.h"
+
+#include <QSqlQuery>
+
+namespace {
+
+struct Rule
+{
+    const char *what; // what is wrong with each row found, "%1" = the row's key
+    const char *sql;  // one row per violation, its key in the first column
+};
+
+// Each statement lists the offending rows; the first column names the row in the message.
+const Rule Rules[] = {
+    {"kniha %1 je vypůjčená, ale nemá právě jednu otevřenou výpůjčku pod svým číslem výpůjčky a klientem",
+     "SELECT K.ID_KNIHY_KNIHY FROM KNIHY K WHERE K.VYPUJCENO AND (SELECT COUNT(*) FROM VYPUJCKY V WHERE "
+     "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY AND NOT "
+     "V.VRACENO AND "
+     "V.ID_LIDE_VYPUJCKY = K.ID_LIDE_KNIHY) <> 1"},
+    {"kniha %1 je vypůjčená klientovi, který v evidenci není",
+     "SELECT K.ID_KNIHY_KNIHY FROM KNIHY K WHERE K.VYPUJCENO AND NOT EXISTS (SELECT 1 FROM LIDE L WHERE "
+     "L.ID_LIDE_LIDE = K.ID_LIDE_KNIHY)"},
+    {"kniha %1 není vypůjčená, ale odkazuje na klienta nebo výpůjčku",
+     "SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE NOT VYPUJCENO AND (ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> "
+     "-1)"},
+    {"výpůjčka %1 je otevřená, ale její kniha není vypůjčená pod tímto číslem",
+     "SELECT V.ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY V LEFT JOIN KNIHY K ON K.ID_KNIHY_KNIHY = "
+     "V.ID_KNIHY_VYPUJCKY "
+     "WHERE NOT V.VRACENO AND (K.ID_KNIHY_KNIHY IS NULL OR NOT K.VYPUJCENO OR K.ID_VYPUJCKY_KNIHY <> "
+     "V.ID_VYPUJCKY_VYPUJCKY)"},
+    {"kniha %1 je vyřazená a přitom vypůjčená",
+     "SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE VYRAZENO AND VYPUJCENO"},
+    {"kniha %1 patří do kategorie, která v evidenci není",
+     "SELECT K.ID_KNIHY_KNIHY FROM KNIHY K WHERE NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
+     "C.ID_KATEGORIE_KATEGORIE = K.ID_KATEGORIE_KNIHY)"},
+    {"výpůjčka %1 odkazuje na klienta nebo knihu, které v evidenci nejsou",
+     "SELECT V.ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY V WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE "
+     "L.ID_LIDE_LIDE = "
+     "V.ID_LIDE_VYPUJCKY) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = "
+     "V.ID_KNIHY_VYPUJCKY)"},
+    {"vrácení %1 odkazuje na klienta nebo knihu, které v evidenci nejsou",
+     "SELECT R.ID_VRACENI_VRACENI FROM VRACENI R WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE "
+     "= "
+     "R.ID_LIDE_VRACENI) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = R.ID_KNIHY_VRACENI)"},
+    {"kniha %1 má klíč, který ještě nebyl přidělen (ID_KNIHY_FIRSTFREE)",
+     "SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE ID_KNIHY_KNIHY >= (SELECT ID_KNIHY_FIRSTFREE FROM IDS)"},
+    {"klient %1 má klíč, který ještě nebyl přidělen (ID_LIDE_FIRSTFREE)",
+     "SELECT ID_LIDE_LIDE FROM LIDE WHERE ID_LIDE_LIDE >= (SELECT ID_LIDE_FIRSTFREE FROM IDS)"},
+    {"kategorie %1 má klíč, který ještě nebyl přidělen (ID_KATEGORIE_FIRSTFREE)",
+     "SELECT ID_KATEGORIE_KATEGORIE FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE >= (SELECT "
+     "ID_KATEGORIE_FIRSTFREE "
+     "FROM IDS)"},
+    {"výpůjčka %1 má číslo, které ještě nebylo přiděleno (ID_VYPUJCKY_FIRSTFREE)",
+     "SELECT DISTINCT ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY >= (SELECT "
+     "ID_VYPUJCKY_FIRSTFREE FROM IDS)"},
+    {"vrácení %1 má číslo, které ještě nebylo přiděleno (ID_VRACENI_FIRSTFREE)",
+     "SELECT DISTINCT ID_VRACENI_VRACENI FROM VRACENI WHERE ID_VRACENI_VRACENI >= (SELECT "
+     "ID_VRACENI_FIRSTFREE FROM "
+     "IDS)"},
+    {"přírůstkové číslo %1 je vyšší než PRIRUSTEK_MAX",
+     "SELECT PRIRUSTEK FROM KNIHY WHERE PRIRUSTEK > (SELECT PRIRUSTEK_MAX FROM IDS)"},
+    {"kód knihy %1 je použit vícekrát", "SELECT KOD FROM KNIHY GROUP BY KOD HAVING COUNT(*) > 1"},
+    {"přírůstkové číslo %1 je použito vícekrát",
+     "SELECT PRIRUSTEK FROM KNIHY GROUP BY PRIRUSTEK HAVING COUNT(*) > 1"},
+    {"klíč knihy %1 je použit vícekrát", "SELECT ID_KNIHY_KNIHY FROM KNIHY GROUP BY 1 HAVING COUNT(*) > 1"},
+    {"kód klienta %1 je použit vícekrát", "SELECT KOD FROM LIDE GROUP BY KOD HAVING COUNT(*) > 1"},
+    {"klíč klienta %1 je použit vícekrát", "SELECT ID_LIDE_LIDE FROM LIDE GROUP BY 1 HAVING COUNT(*) > 1"},
+    {"název kategorie %1 je použit vícekrát",
+     "SELECT NAZEV FROM KATEGORIE GROUP BY NAZEV HAVING COUNT(*) > 1"},
+    {"klíč kategorie %1 je použit vícekrát",
+     "SELECT ID_KATEGORIE_KATEGORIE FROM KATEGORIE GROUP BY 1 HAVING COUNT(*) > 1"},
+    {"výpůjčka %1 obsahuje tutéž knihu vícekrát",
+     "SELECT ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY GROUP BY ID_VYPUJCKY_VYPUJCKY, ID_KNIHY_VYPUJCKY HAVING "
+     "COUNT(*) > 1"},
+};
+
+} // namespace
+
+QStringList checkLibrary()
+{
+    QStringList problems;
+    {
+        QSqlQuery q = runSql(QStringLiteral("PRAGMA integrity_check"));
+        while (q.next()) {
+            const QString line = q.value(0).toString();
+            if (line != QLatin1String("ok"))
+                problems << QStringLiteral("databázový soubor je poškozen: %1").arg(line);
+        }
+    }
+    {
+        QSqlQuery q = runSql(QStringLiteral("SELECT COUNT(*) FROM IDS"));
+        if (!q.next() || q.value(0).toLongLong() != 1)
+            return problems << QStringLiteral("tabulka IDS nemá právě jeden řádek");
+    }
+    for (const Rule &r : Rules) {
+        QSqlQuery q = runSql(QString::fromLatin1(r.sql));
+        while (q.next())
+            problems << QString::fromUtf8(r.what).arg(q.value(0).toString());
+    }
+    return problems;
+}

@@ -1,0 +1,340 @@
+#include "data/database.h"
+#include "registers/registercore.h"
+#include "support/testsupport.h"
+
+#include <QtTest>
+
+using namespace Registers;
+
+namespace {
+
+// Makes every insert into (or update of) a table fail, as a full disk or a broken file would.
+void breakWrites(const QString &table, const char *when)
+{
+    runSql(
+        QStringLiteral("CREATE TRIGGER broken_%1_%2 BEFORE %2 ON %1 BEGIN SELECT RAISE(ABORT, 'broken'); END")
+            .arg(table, QString::fromLatin1(when)));
+}
+
+ClientEntry entry(const QString &code, const QString &first = QStringLiteral("Jana"),
+                  const QString &surname = QStringLiteral("Dvořáková"))
+{
+    ClientEntry e;
+    e.code = code;
+    e.first = first;
+    e.surname = surname;
+    return e;
+}
+
+} // namespace
+
+class TestRegisterCore : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void categoryNamesAreNeverReused();
+    void renameFindsTheOldName();
+    void removalNeedsNoBookInStock();
+    void movesAreOneTransaction();
+    void failedWritesLeaveTheCountersAlone();
+    void clientChecksRunInOrder();
+    void presenceFlags();
+    void newClientWritesOnlyPresentTexts();
+    void editWritesOnlyWhatChanged();
+    void removedClientsLeaveTheLists();
+};
+
+void TestRegisterCore::categoryNamesAreNeverReused()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 firstFree = lib.ids("ID_KATEGORIE_FIRSTFREE");
+    const qint32 id = addCategory(QStringLiteral("Poezie"));
+    QCOMPARE(id, firstFree);
+    QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), firstFree + 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE NAZEV = 'Poezie'")), 1);
+
+    QCOMPARE(categoryNameMessage(QString()), 3);
+    QCOMPARE(categoryNameMessage(QStringLiteral("50%")), 119);
+    QCOMPARE(categoryNameMessage(QStringLiteral("Poezie")), 5);
+    QCOMPARE(categoryNameMessage(QStringLiteral("Próza")), 0);
+
+    hideCategory(id);
+    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE NAZEV = 'Poezie'")), 0);
+    // The removed name stays taken, for a new category as for a rename.
+    QCOMPARE(categoryNameMessage(QStringLiteral("Poezie")), 6);
+    QCOMPARE(categoryLookupMessage(QStringLiteral("Poezie")), 6);
+    QVERIFY(visibleCategories().isEmpty());
+
+    Database::close();
+    QCOMPARE(categoryLookupMessage(QStringLiteral("Próza")), 4);
+}
+
+void TestRegisterCore::renameFindsTheOldName()
+{
+    TestLibrary lib;
+    const qint32 id = lib.addCategory(QStringLiteral("Detektivky"));
+    const qint32 counter = lib.ids("ID_KATEGORIE_FIRSTFREE");
+    renameCategory(QStringLiteral("Detektivky"), QStringLiteral("Krimi"));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Krimi' AND "
+                                      "ID_KATEGORIE_KATEGORIE = %1")
+                           .arg(id)),
+             1);
+    QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), counter);
+    QVERIFY_THROWS_EXCEPTION(DbError, renameCategory(QStringLiteral("Detektivky"), QStringLiteral("Jiné")));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Jiné'")), 0);
+    QVERIFY_THROWS_EXCEPTION(DbError, hideCategory(id + 100));
+}
+
+void TestRegisterCore::removalNeedsNoBookInStock()
+{
+    TestLibrary lib;
+    const qint32 old = lib.addCategory(QStringLiteral("Staré"));
+    const qint32 live = lib.addCategory(QStringLiteral("Živé"));
+    TestLibrary::BookSpec gone(QStringLiteral("K1"));
+    gone.category = old;
+    gone.discarded = true;
+    gone.discardedOn = 20100101;
+    lib.addBook(gone);
+    TestLibrary::BookSpec kept(QStringLiteral("K2"));
+    kept.category = live;
+    lib.addBook(kept);
+    TestLibrary::BookSpec keptToo(QStringLiteral("K3"));
+    keptToo.category = live;
+    keptToo.discarded = true;
+    lib.addBook(keptToo);
+
+    QVERIFY(!categoryHasBooksInStock(old));
+    QVERIFY(categoryHasBooksInStock(live));
+    // A book on loan is still in stock.
+    const qint32 client = lib.addClient(QStringLiteral("C1"));
+    const qint32 lent = lib.addBook(TestLibrary::BookSpec(QStringLiteral("K4")));
+    QVERIFY(categoryHasBooksInStock(old));
+    lib.lend({lent}, client, 20260301);
+    QVERIFY(categoryHasBooksInStock(old));
+}
+
+void TestRegisterCore::movesAreOneTransaction()
+{
+    TestLibrary lib;
+    const qint32 a = lib.addCategory(QStringLiteral("A"));
+    const qint32 b = lib.addCategory(QStringLiteral("B"));
+    QList<qint32> books;
+    for (const char *code : {"30", "10", "20"}) {
+        TestLibrary::BookSpec s(QString::fromLatin1(code));
+        s.category = a;
+        books << lib.addBook(s);
+    }
+    TestLibrary::BookSpec discarded(QStringLiteral("15"));
+    discarded.category = a;
+    discarded.discarded = true;
+    lib.addBook(discarded);
+
+    const QList<MovableBook> listed = movableBooks(a);
+    QCOMPARE(listed.size(), 3);
+    QCOMPARE(listed.at(0).code, QStringLiteral("10"));
+    QCOMPARE(listed.at(1).code, QStringLiteral("20"));
+    QCOMPARE(listed.at(2).code, QStringLiteral("30"));
+    QCOMPARE(listed.at(0).category, a);
+
+    moveBooks({{books.at(0), b}, {books.at(2), b}});
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ID_KATEGORIE_KNIHY = %1").arg(b)), 2);
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_KATEGORIE_KNIHY FROM KNIHY WHERE KOD = '10'")), a);
+
+    // A missing book undoes the moves before it.
+    QVERIFY_THROWS_EXCEPTION(DbError, moveBooks({{books.at(1), b}, {9999, b}}));
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_KATEGORIE_KNIHY FROM KNIHY WHERE KOD = '10'")), a);
+}
+
+void TestRegisterCore::failedWritesLeaveTheCountersAlone()
+{
+    TestLibrary lib;
+    const qint32 kategorie = lib.ids("ID_KATEGORIE_FIRSTFREE");
+    const qint32 lide = lib.ids("ID_LIDE_FIRSTFREE");
+    breakWrites(QStringLiteral("KATEGORIE"), "INSERT");
+    breakWrites(QStringLiteral("LIDE"), "INSERT");
+    QVERIFY_THROWS_EXCEPTION(DbError, addCategory(QStringLiteral("Nová")));
+    ClientData d;
+    d.code = QStringLiteral("X1");
+    d.first = QStringLiteral("Petr");
+    d.surname = QStringLiteral("Malý");
+    QVERIFY_THROWS_EXCEPTION(DbError, addClient(d));
+    QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), kategorie);
+    QCOMPARE(lib.ids("ID_LIDE_FIRSTFREE"), lide);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE")), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE")), 0);
+}
+
+void TestRegisterCore::clientChecksRunInOrder()
+{
+    TestLibrary lib;
+    lib.addClient(QStringLiteral("A1"));
+    lib.addClient(QStringLiteral("OLD"), QStringLiteral("Karel"), QStringLiteral("Starý"), false);
+
+    auto check = [](const ClientEntry &e, const QString *stored = nullptr) {
+        const ClientCheck c = checkClientEntry(e, stored, nullptr);
+        return qMakePair(c.message, int(c.field));
+    };
+    using F = ClientField;
+    QCOMPARE(check(entry(QString(), QString(), QString())), qMakePair(9, int(F::Code)));
+    QCOMPARE(check(entry(QStringLiteral("  "), QStringLiteral("Jana"))), qMakePair(9, int(F::Code)));
+    QCOMPARE(check(entry(QStringLiteral("N1"), QStringLiteral(" "), QString())), qMakePair(9, int(F::First)));
+    QCOMPARE(check(entry(QStringLiteral("N1"), QStringLiteral("Jana"), QString())),
+             qMakePair(9, int(F::Surname)));
+
+    ClientEntry badDate = entry(QStringLiteral("O'B"));
+    badDate.birth = QStringLiteral("31.2.1990");
+    // Without the supplementary part the date is not looked at; the code is.
+    QCOMPARE(check(badDate), qMakePair(119, int(F::Code)));
+    badDate.extended = true;
+    QCOMPARE(check(badDate), qMakePair(10, int(F::Birth)));
+    badDate.birth = QStringLiteral(" 7. 3.1990");
+    QCOMPARE(check(badDate), qMakePair(119, int(F::Code)));
+
+    QCOMPARE(check(entry(QStringLiteral(" A1 "))), qMakePair(11, int(F::Code)));
+    QCOMPARE(check(entry(QStringLiteral("OLD"))), qMakePair(12, int(F::Code)));
+    QCOMPARE(check(entry(QStringLiteral("N1"))), qMakePair(0, int(F::None)));
+
+    // An edit is checked only when its code changes, and cannot take a removed client's code.
+    const QString stored = QStringLiteral("A1");
+    QCOMPARE(check(entry(QStringLiteral("A1")), &stored), qMakePair(0, int(F::None)));
+    QCOMPARE(check(entry(QStringLiteral("OLD")), &stored), qMakePair(12, int(F::Code)));
+
+    Database::close();
+    QCOMPARE(check(entry(QStringLiteral("N2"))), qMakePair(13, int(F::Code)));
+}
+
+void TestRegisterCore::presenceFlags()
+{
+    ClientEntry e = entry(QStringLiteral(" K7 "), QStringLiteral(" Eva "), QStringLiteral(" Malá "));
+    e.document = QStringLiteral("OP 123");
+    e.address = QStringLiteral("Praha");
+    ClientData d = clientDataFromEntry(e);
+    QCOMPARE(d.code, QStringLiteral("K7"));
+    QCOMPARE(d.first, QStringLiteral("Eva"));
+    QVERIFY(!d.extended && !d.hasDocument && !d.hasAddress && d.document.isEmpty());
+
+    e.extended = true;
+    e.address = QStringLiteral("  \n Dlouhá 5\nPraha \n");
+    e.document.clear();
+    d = clientDataFromEntry(e);
+    QVERIFY(d.extended);
+    QVERIFY(d.hasAddress && !d.hasDocument && !d.hasFunction && !d.hasBirth);
+    QCOMPARE(d.address, QStringLiteral("Dlouhá 5\nPraha"));
+
+    e.address.clear();
+    e.birth = QStringLiteral("7.3.1990");
+    d = clientDataFromEntry(e);
+    QVERIFY(d.extended && d.hasBirth && !d.hasAddress);
+    QCOMPARE(d.birth, 19900307);
+
+    e.birth.clear();
+    d = clientDataFromEntry(e);
+    QVERIFY(!d.extended);
+    QCOMPARE(d.birth, NoDate);
+}
+
+void TestRegisterCore::newClientWritesOnlyPresentTexts()
+{
+    TestLibrary lib;
+    const qint32 firstFree = lib.ids("ID_LIDE_FIRSTFREE");
+    ClientEntry e = entry(QStringLiteral("K1"));
+    e.extended = true;
+    e.function = QStringLiteral("učitelka");
+    e.birth = QStringLiteral("1.12.1980");
+    const qint32 id = addClient(clientDataFromEntry(e));
+    QCOMPARE(id, firstFree);
+    QCOMPARE(lib.ids("ID_LIDE_FIRSTFREE"), firstFree + 1);
+    const std::optional<ClientRecord> r = clientById(id);
+    QVERIFY(r);
+    QVERIFY(r->visible);
+    QCOMPARE(r->data.code, QStringLiteral("K1"));
+    QCOMPARE(r->data.surname, QStringLiteral("Dvořáková"));
+    QVERIFY(r->data.extended && r->data.hasFunction && r->data.hasBirth);
+    QVERIFY(!r->data.hasAddress && !r->data.hasDocument);
+    QCOMPARE(r->data.function, QStringLiteral("učitelka"));
+    QCOMPARE(r->data.birth, 19801201);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE WHERE ADRESA = '' AND DOKLAD = ''")), 1);
+    QCOMPARE(clientByCode(QStringLiteral("K1"))->id, id);
+    QVERIFY(!clientByCode(QStringLiteral("K2")));
+}
+
+void TestRegisterCore::editWritesOnlyWhatChanged()
+{
+    TestLibrary lib;
+    ClientEntry e = entry(QStringLiteral("K1"));
+    e.extended = true;
+    e.address = QStringLiteral("Brno");
+    e.document = QStringLiteral("OP 1");
+    const qint32 id = addClient(clientDataFromEntry(e));
+    breakWrites(QStringLiteral("LIDE"), "UPDATE");
+
+    // Nothing differs: no update is attempted (it would fail).
+    QVERIFY(!changeClient(id, clientDataFromEntry(e)));
+
+    runSql(QStringLiteral("DROP TRIGGER broken_LIDE_UPDATE"));
+    // Clearing the address keeps the old text; only the flag changes.
+    e.address.clear();
+    QVERIFY(changeClient(id, clientDataFromEntry(e)));
+    std::optional<ClientRecord> r = clientById(id);
+    QVERIFY(!r->data.hasAddress);
+    QCOMPARE(r->data.address, QStringLiteral("Brno"));
+    QVERIFY(r->data.extended && r->data.hasDocument);
+
+    // Clearing the supplementary part keeps every old text too.
+    e.extended = false;
+    QVERIFY(changeClient(id, clientDataFromEntry(e)));
+    r = clientById(id);
+    QVERIFY(!r->data.extended && !r->data.hasDocument);
+    QCOMPARE(r->data.document, QStringLiteral("OP 1"));
+
+    e.code = QStringLiteral("K9");
+    e.first = QStringLiteral("Ivana");
+    QVERIFY(changeClient(id, clientDataFromEntry(e)));
+    r = clientById(id);
+    QCOMPARE(r->data.code, QStringLiteral("K9"));
+    QCOMPARE(r->data.first, QStringLiteral("Ivana"));
+
+    QVERIFY_THROWS_EXCEPTION(DbError, changeClient(id + 50, clientDataFromEntry(e)));
+}
+
+void TestRegisterCore::removedClientsLeaveTheLists()
+{
+    TestLibrary lib;
+    const qint32 a = lib.addClient(QStringLiteral("A"), QStringLiteral("Jan"), QStringLiteral("Zeman"));
+    const qint32 b = lib.addClient(QStringLiteral("B"), QStringLiteral("Eva"), QStringLiteral("Adamová"));
+    const qint32 c = lib.addClient(QStringLiteral("C"), QStringLiteral("Ota"), QStringLiteral("Mach"));
+    const qint32 book = lib.addBook(QStringLiteral("K1"));
+    lib.lend({book}, c, 20260301);
+    QVERIFY(clientHoldsBook(c));
+    QVERIFY(!clientHoldsBook(a));
+    lib.giveBack({book}, 20260310);
+    QVERIFY(!clientHoldsBook(c));
+
+    const qint32 d = lib.addClient(QStringLiteral("D"), QStringLiteral("Jiří"), QStringLiteral("Čech"));
+    QList<ClientRecord> picker = clientsBySurname();
+    QCOMPARE(picker.size(), 4);
+    QCOMPARE(picker.at(0).data.surname, QStringLiteral("Adamová"));
+    QCOMPARE(picker.at(1).id, d); // Č comes after C, before M
+    QCOMPARE(picker.at(2).data.surname, QStringLiteral("Mach"));
+    QCOMPARE(picker.at(3).data.surname, QStringLiteral("Zeman"));
+    hideClient(d);
+
+    hideClient(b);
+    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM LIDE WHERE ID_LIDE_LIDE = %1").arg(b)), 0);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE")), 4);
+    picker = clientsBySurname();
+    QCOMPARE(picker.size(), 2);
+    QCOMPARE(picker.at(0).id, c);
+    const QList<ClientRecord> listed = visibleClients();
+    QCOMPARE(listed.size(), 2);
+    QVERIFY(listed.at(0).id != b && listed.at(1).id != b);
+    // Still found by code, for the history and to refuse the code.
+    QVERIFY(clientByCode(QStringLiteral("B")) && !clientByCode(QStringLiteral("B"))->visible);
+    QCOMPARE(clientCodeMessage(QStringLiteral("B")), 12);
+    QVERIFY_THROWS_EXCEPTION(DbError, hideClient(999));
+}
+
+QTEST_GUILESS_MAIN(TestRegisterCore)
+#include "test_registercore.moc"

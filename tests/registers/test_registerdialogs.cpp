@@ -1,0 +1,890 @@
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/mainframe.h"
+#include "app/rvedit.h"
+#include "circulation/entrypage.h"
+#include "circulation/viewzadavani.h"
+#include "data/database.h"
+#include "registers/categorydialogs.h"
+#include "registers/clientdialogs.h"
+#include "registers/registercommands.h"
+#include "registers/registerwidgets.h"
+#include "support/testsupport.h"
+
+#include <QAbstractItemModelTester>
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSqlQuery>
+#include <QTableView>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+// A page that records what the register commands tell it and answers as told.
+class RecordingPage final : public CEntryPage
+{
+public:
+    QString tabTitle() const override { return QStringLiteral("Zkouška"); }
+    void clientCreated(qint32 id, const QString &code, const QString &name) override
+    {
+        calls << QStringLiteral("created %1 %2 %3").arg(id).arg(code, name);
+    }
+    void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first) override
+    {
+        calls << QStringLiteral("changed %1 %2 %3 %4").arg(id).arg(code, surname, first);
+    }
+    void clientRemoved(qint32 id) override { calls << QStringLiteral("removed %1").arg(id); }
+    bool categoryAdded(const QString &name) override
+    {
+        calls << QStringLiteral("added ") + name;
+        return answer;
+    }
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override
+    {
+        calls << QStringLiteral("renamed %1 %2 %3").arg(id).arg(oldName, newName);
+        return answer;
+    }
+    bool categoryRemoved(const QString &name) override
+    {
+        calls << QStringLiteral("category removed ") + name;
+        return answer;
+    }
+    QStringList calls;
+    bool answer = true;
+};
+
+void showActive(QWidget *w)
+{
+    w->show();
+    QApplication::setActiveWindow(w);
+    QVERIFY(QTest::qWaitForWindowActive(w));
+}
+
+// Makes every change of a book fail in the database.
+void breakWrites()
+{
+    runSql(QStringLiteral(
+        "CREATE TRIGGER broken_moves BEFORE UPDATE ON KNIHY BEGIN SELECT RAISE(ABORT, 'x'); END"));
+}
+
+int comboIndexOf(QComboBox *combo, const QString &name)
+{
+    return combo->findText(name);
+}
+
+void selectRows(QTableView *view, const QList<int> &rows)
+{
+    view->clearSelection();
+    for (int r : rows)
+        view->selectionModel()->select(view->model()->index(r, 0),
+                                       QItemSelectionModel::Select | QItemSelectionModel::Rows);
+}
+
+QStringList column(const CRegisterListModel *model, int col)
+{
+    QStringList out;
+    for (int r = 0; r < model->rowCount(); ++r)
+        out << model->index(r, col).data().toString();
+    return out;
+}
+
+// Runs f on the next modal dialog that opens, then closes it.
+void onNextModal(std::function<void(QDialog *)> f)
+{
+    QTimer::singleShot(0, [f] {
+        auto *d = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (!d) {
+            onNextModal(f);
+            return;
+        }
+        f(d);
+        if (d->isVisible())
+            d->reject();
+    });
+}
+
+} // namespace
+
+class TestRegisterDialogs : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { AppState::instance().history.clear(); }
+    void newCategory();
+    void renameCategory();
+    void removeCategory();
+    void moveBooks();
+    void categoryList();
+    void newClientForm();
+    void newClientCommand();
+    void editClient();
+    void removeClient();
+    void clientLists();
+    void commandsFollowTheEntryView();
+    void dialogsAreReadable();
+};
+
+void TestRegisterDialogs::newCategory()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    lib.addCategory(QStringLiteral("Poezie"));
+    lib.addCategory(QStringLiteral("Romány"), false);
+
+    CDlgNovaKategorie dialog;
+    showActive(&dialog);
+    const QList<QPair<QString, int>> refused = {{QStringLiteral("   "), 3},
+                                                {QStringLiteral("[x]"), 119},
+                                                {QStringLiteral(" Poezie "), 5},
+                                                {QStringLiteral("Romány"), 6}};
+    for (const auto &[text, message] : refused) {
+        dialog.nameEdit()->setText(text);
+        dialog.findChild<QPushButton *>()->setFocus();
+        messages.clear();
+        dialog.accept();
+        QCOMPARE(messages.numbers(), QList<int>{message});
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(QApplication::focusWidget(), dialog.nameEdit());
+    }
+    dialog.nameEdit()->setText(QStringLiteral("  Cestopisy "));
+    messages.clear();
+    dialog.accept();
+    QVERIFY(messages.numbers().isEmpty());
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dialog.name(), QStringLiteral("Cestopisy"));
+
+    // The entry view's part: the lookup again, the write, history slot 8, the page's combo.
+    RecordingPage page;
+    const qint32 id = lib.ids("ID_KATEGORIE_FIRSTFREE");
+    QVERIFY(RegisterCommands::saveNewCategory(&page, dialog.name()));
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT ID_KATEGORIE_KATEGORIE FROM KATEGORIE WHERE NAZEV = 'Cestopisy' "
+                                 "AND UKAZOVAT")),
+        id);
+    QCOMPARE(AppState::instance().history.recall(8), QStringLiteral("Cestopisy"));
+    QCOMPARE(page.calls, QStringList{QStringLiteral("added Cestopisy")});
+    QVERIFY(messages.numbers().isEmpty());
+
+    messages.clear();
+    QVERIFY(!RegisterCommands::saveNewCategory(&page, QStringLiteral("Cestopisy")));
+    QVERIFY(!RegisterCommands::saveNewCategory(&page, QStringLiteral("Romány")));
+    QCOMPARE(messages.numbers(), (QList<int>{5, 6}));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE")), 3);
+
+    // The write stands even when the page cannot show the name.
+    page.answer = false;
+    messages.clear();
+    QVERIFY(RegisterCommands::saveNewCategory(&page, QStringLiteral("Sci-fi")));
+    QCOMPARE(messages.numbers(), QList<int>{7});
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Sci-fi'")), 1);
+}
+
+void TestRegisterDialogs::renameCategory()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
+    lib.addCategory(QStringLiteral("Drama"));
+    lib.addCategory(QStringLiteral("Romány"), false);
+
+    CDlgPrejmenovaniKategorie dialog;
+    QVERIFY(dialog.filled());
+    showActive(&dialog);
+    QCOMPARE(dialog.combo()->count(), 2); // removed categories are not offered
+    QCOMPARE(dialog.combo()->itemText(0), QStringLiteral("Drama"));
+    QCOMPARE(dialog.combo()->currentIndex(), -1);
+
+    dialog.nameEdit()->setText(QStringLiteral("Verše"));
+    dialog.nameEdit()->setFocus();
+    dialog.accept();
+    QCOMPARE(messages.numbers(), QList<int>{8});
+    QCOMPARE(QApplication::focusWidget(), dialog.combo());
+
+    dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Poezie")));
+    const QList<QPair<QString, int>> refused = {{QString(), 3},
+                                                {QStringLiteral("Verše*"), 119},
+                                                {QStringLiteral("Romány"), 6},
+                                                {QStringLiteral("Drama"), 5}};
+    for (const auto &[text, message] : refused) {
+        dialog.nameEdit()->setText(text);
+        dialog.combo()->setFocus();
+        messages.clear();
+        dialog.accept();
+        QCOMPARE(messages.numbers(), QList<int>{message});
+        QCOMPARE(QApplication::focusWidget(), dialog.nameEdit());
+    }
+    dialog.nameEdit()->setText(QStringLiteral(" Verše "));
+    messages.clear();
+    dialog.accept();
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dialog.categoryId(), poezie);
+    QCOMPARE(dialog.oldName(), QStringLiteral("Poezie"));
+    QCOMPARE(dialog.newName(), QStringLiteral("Verše"));
+
+    RecordingPage page;
+    QVERIFY(RegisterCommands::saveRenamedCategory(&page, poezie, dialog.oldName(), dialog.newName()));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Verše' AND "
+                                      "ID_KATEGORIE_KATEGORIE = %1")
+                           .arg(poezie)),
+             1);
+    QCOMPARE(page.calls, QStringList{QStringLiteral("renamed %1 Poezie Verše").arg(poezie)});
+    QVERIFY(messages.numbers().isEmpty());
+
+    // The repeated lookup refuses a removed name; a vanished old name is a database error.
+    QVERIFY(!RegisterCommands::saveRenamedCategory(&page, poezie, QStringLiteral("Verše"),
+                                                   QStringLiteral("Romány")));
+    QVERIFY(!RegisterCommands::saveRenamedCategory(&page, poezie, QStringLiteral("Poezie"),
+                                                   QStringLiteral("Lyrika")));
+    QCOMPARE(messages.numbers(), (QList<int>{6, 4}));
+    page.answer = false;
+    messages.clear();
+    QVERIFY(RegisterCommands::saveRenamedCategory(&page, poezie, QStringLiteral("Verše"),
+                                                  QStringLiteral("Lyrika")));
+    QCOMPARE(messages.numbers(), QList<int>{7});
+}
+
+void TestRegisterDialogs::removeCategory()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const qint32 live = lib.addCategory(QStringLiteral("Naučná"));
+    const qint32 old = lib.addCategory(QStringLiteral("Staré"));
+    TestLibrary::BookSpec inStock(QStringLiteral("N1"));
+    inStock.category = live;
+    lib.addBook(inStock);
+    TestLibrary::BookSpec gone(QStringLiteral("S1"));
+    gone.category = old;
+    gone.discarded = true;
+    gone.discardedOn = 20200101;
+    lib.addBook(gone);
+
+    CDlgOdstraneniKategorie dialog;
+    showActive(&dialog);
+    dialog.accept();
+    QCOMPARE(messages.numbers(), QList<int>{8});
+
+    dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Naučná")));
+    messages.clear();
+    dialog.accept();
+    QCOMPARE(messages.numbers(), QList<int>{90});
+    QVERIFY(dialog.isVisible());
+
+    // Only discarded books: the irreversible question decides.
+    dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Staré")));
+    messages.clear();
+    messages.answerNext(ResultNo);
+    dialog.accept();
+    QCOMPARE(messages.shown().size(), 1);
+    const MessageRecorder::Shown question = messages.shown().first();
+    QCOMPARE(question.number, 0);
+    QCOMPARE(question.kind, MessageKind::Question);
+    QCOMPARE(question.buttons, int(ButtonsYesNoIrreversible));
+    QCOMPARE(question.text,
+             QStringLiteral(
+                 "Pozor, tato akce je nevratná, po jejím provedení bude zvolená kategorie\nvyřazena navždy "
+                 "z databáze. Pouze o ní zůstanou informace pro archivní účely.\n Skutečně chcete tuto "
+                 "kategorii vyřadit?"));
+    QVERIFY(dialog.isVisible());
+    messages.answerNext(ResultYes);
+    dialog.accept();
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dialog.categoryId(), old);
+    QCOMPARE(dialog.categoryName(), QStringLiteral("Staré"));
+    QCOMPARE(lib.count(
+                 QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = %1").arg(old)),
+             1);
+
+    RecordingPage page;
+    messages.clear();
+    QVERIFY(RegisterCommands::saveRemovedCategory(&page, old, QStringLiteral("Staré")));
+    QCOMPARE(lib.count(
+                 QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = %1").arg(old)),
+             0);
+    QCOMPARE(page.calls, QStringList{QStringLiteral("category removed Staré")});
+    QVERIFY(messages.numbers().isEmpty());
+    page.answer = false;
+    QVERIFY(!RegisterCommands::saveRemovedCategory(&page, 999, QStringLiteral("Nic")));
+    QVERIFY(RegisterCommands::saveRemovedCategory(&page, live, QStringLiteral("Naučná")));
+    QCOMPARE(messages.numbers(), (QList<int>{4, 4}));
+
+    CDlgOdstraneniKategorie again;
+    QCOMPARE(again.combo()->count(), 0);
+}
+
+void TestRegisterDialogs::moveBooks()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const qint32 a = lib.addCategory(QStringLiteral("A"));
+    const qint32 b = lib.addCategory(QStringLiteral("B"));
+    for (const char *code : {"A3", "A1", "A2"}) {
+        TestLibrary::BookSpec s(QString::fromLatin1(code));
+        s.category = a;
+        lib.addBook(s);
+    }
+    TestLibrary::BookSpec inB(QStringLiteral("B1"));
+    inB.category = b;
+    lib.addBook(inB);
+    TestLibrary::BookSpec discarded(QStringLiteral("A0"));
+    discarded.category = a;
+    discarded.discarded = true;
+    lib.addBook(discarded);
+    auto codesIn = [&](qint32 category) {
+        QSqlQuery q =
+            runSql(QStringLiteral("SELECT KOD FROM KNIHY WHERE ID_KATEGORIE_KNIHY = ? AND NOT VYRAZENO "
+                                  "ORDER BY KOD"),
+                   {category});
+        QStringList out;
+        while (q.next())
+            out << q.value(0).toString();
+        return out;
+    };
+
+    {
+        CDlgPresunKategorie dialog;
+        QAbstractItemModelTester tester(dialog.model(0));
+        showActive(&dialog);
+        QVERIFY(!dialog.arrowButton(0)->isEnabled() && !dialog.arrowButton(1)->isEnabled());
+        QVERIFY(!dialog.applyButton()->isEnabled() && !dialog.okButton()->isEnabled());
+
+        dialog.combo(0)->setCurrentIndex(comboIndexOf(dialog.combo(0), QStringLiteral("A")));
+        QCOMPARE(column(dialog.model(0), 0),
+                 (QStringList{QStringLiteral("A1"), QStringLiteral("A2"), QStringLiteral("A3")}));
+        QCOMPARE(column(dialog.model(0), 1).first(), QStringLiteral("Babička"));
+        selectRows(dialog.list(0), {0});
+        QVERIFY(dialog.arrowButton(0)->isEnabled());
+        QVERIFY(!dialog.arrowButton(1)->isEnabled());
+
+        // Both categories must be chosen and differ.
+        QVERIFY(!dialog.moveSelected(0));
+        QCOMPARE(messages.numbers(), QList<int>{92});
+        dialog.combo(1)->setCurrentIndex(comboIndexOf(dialog.combo(1), QStringLiteral("A")));
+        selectRows(dialog.list(0), {0});
+        messages.clear();
+        QVERIFY(!dialog.moveSelected(0));
+        QCOMPARE(messages.numbers(), QList<int>{93});
+        dialog.combo(0)->setCurrentIndex(-1);
+        QVERIFY(!dialog.arrowButton(0)->isEnabled());
+        selectRows(dialog.list(1), {0});
+        messages.clear();
+        QVERIFY(!dialog.moveSelected(1));
+        QCOMPARE(messages.numbers(), QList<int>{91});
+
+        dialog.combo(0)->setCurrentIndex(comboIndexOf(dialog.combo(0), QStringLiteral("A")));
+        dialog.combo(1)->setCurrentIndex(comboIndexOf(dialog.combo(1), QStringLiteral("B")));
+        QCOMPARE(column(dialog.model(1), 0), QStringList{QStringLiteral("B1")});
+        dialog.selectAll(0);
+        QCOMPARE(dialog.list(0)->selectionModel()->selectedRows().size(), 3);
+        selectRows(dialog.list(0), {1});
+        dialog.invertSelection(0);
+        QCOMPARE(dialog.list(0)->selectionModel()->selectedRows().size(), 2);
+        QVERIFY(!dialog.list(0)->selectionModel()->isRowSelected(1, {}));
+        QVERIFY(dialog.moveSelected(0));
+        QCOMPARE(column(dialog.model(0), 0), QStringList{QStringLiteral("A2")});
+        QCOMPARE(dialog.model(1)->rowCount(), 3);
+        QVERIFY(!dialog.combo(0)->isEnabled() && !dialog.combo(1)->isEnabled());
+        QVERIFY(dialog.applyButton()->isEnabled() && dialog.okButton()->isEnabled());
+
+        // "Storno" drops the pending moves.
+        dialog.reject();
+    }
+    QCOMPARE(codesIn(a), (QStringList{QStringLiteral("A1"), QStringLiteral("A2"), QStringLiteral("A3")}));
+    QCOMPARE(codesIn(b), QStringList{QStringLiteral("B1")});
+
+    {
+        CDlgPresunKategorie dialog;
+        showActive(&dialog);
+        QSignalSpy moved(&dialog, &CDlgPresunKategorie::categoriesMoved);
+        // OK with nothing pending only beeps.
+        dialog.accept();
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(moved.count(), 0);
+
+        dialog.combo(0)->setCurrentIndex(comboIndexOf(dialog.combo(0), QStringLiteral("A")));
+        dialog.combo(1)->setCurrentIndex(comboIndexOf(dialog.combo(1), QStringLiteral("B")));
+        selectRows(dialog.list(0), {0, 2}); // A1, A3
+        QVERIFY(dialog.moveSelected(0));
+        selectRows(dialog.list(1), {0}); // B1 (the moved books sit above it)
+        QCOMPARE(column(dialog.model(1), 0).first(), QStringLiteral("A1"));
+        selectRows(dialog.list(1), {2});
+        QCOMPARE(dialog.model(1)->index(2, 0).data().toString(), QStringLiteral("B1"));
+        QVERIFY(dialog.moveSelected(1));
+        // A3 goes there and back: it stays where it is.
+        selectRows(dialog.list(0), {0});
+        QCOMPARE(dialog.model(0)->index(0, 0).data().toString(), QStringLiteral("B1"));
+        selectRows(dialog.list(1), {1});
+        QCOMPARE(dialog.model(1)->index(1, 0).data().toString(), QStringLiteral("A3"));
+        QVERIFY(dialog.moveSelected(1));
+
+        breakWrites();
+        messages.clear();
+        QVERIFY(!dialog.apply());
+        QCOMPARE(messages.numbers(), QList<int>{4});
+        QCOMPARE(codesIn(b), QStringList{QStringLiteral("B1")});
+        runSql(QStringLiteral("DROP TRIGGER broken_moves"));
+
+        QVERIFY(dialog.apply());
+        QCOMPARE(moved.count(), 1);
+        QCOMPARE(codesIn(a), (QStringList{QStringLiteral("A2"), QStringLiteral("A3"), QStringLiteral("B1")}));
+        QCOMPARE(codesIn(b), QStringList{QStringLiteral("A1")});
+        QVERIFY(dialog.combo(0)->isEnabled() && !dialog.applyButton()->isEnabled());
+        QVERIFY(!dialog.okButton()->isEnabled());
+
+        // Moving back and pressing OK writes and closes.
+        selectRows(dialog.list(1), {0});
+        QVERIFY(dialog.moveSelected(1));
+        dialog.accept();
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(moved.count(), 2);
+    }
+    QCOMPARE(codesIn(a).size(), 4);
+    QVERIFY(codesIn(b).isEmpty());
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_KATEGORIE_KNIHY FROM KNIHY WHERE KOD = 'A0'")), a);
+}
+
+void TestRegisterDialogs::categoryList()
+{
+    TestLibrary lib;
+    lib.addCategory(QStringLiteral("Poezie"));
+    lib.addCategory(QStringLiteral("Staré"), false);
+    lib.addCategory(QStringLiteral("Drama"));
+    CDlgSeznamKategorii dialog;
+    QAbstractItemModelTester tester(dialog.model());
+    QCOMPARE(dialog.model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("Název kategorie"));
+    QStringList names = column(dialog.model(), 0);
+    names.sort();
+    QCOMPARE(names, (QStringList{QStringLiteral("Drama"), QStringLiteral("Poezie")}));
+}
+
+void TestRegisterDialogs::newClientForm()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    lib.addClient(QStringLiteral("A1"));
+    lib.addClient(QStringLiteral("OLD"), QStringLiteral("Karel"), QStringLiteral("Starý"), false);
+
+    CDlgNovyKlient dialog;
+    CClientForm *f = dialog.form();
+    showActive(&dialog);
+    // The supplementary fields follow the check box, and clearing it empties them.
+    QVERIFY(!f->document()->isEnabled() && !f->birth()->isEnabled() && !f->address()->isEnabled());
+    f->extended()->setChecked(true);
+    QVERIFY(f->document()->isEnabled() && f->birth()->isEnabled() && f->address()->isEnabled() &&
+            f->function()->isEnabled());
+    f->document()->setText(QStringLiteral("OP 5"));
+    f->address()->setPlainText(QStringLiteral("Praha"));
+    f->birth()->setText(QStringLiteral("1.1.2000"));
+    f->function()->setText(QStringLiteral("žák"));
+    f->extended()->setChecked(false);
+    QVERIFY(f->document()->text().isEmpty() && f->address()->toPlainText().isEmpty());
+    QVERIFY(f->birth()->text().isEmpty() && f->function()->text().isEmpty());
+    QVERIFY(!f->function()->isEnabled());
+
+    auto attempt = [&](QWidget *expectedFocus, int expectedMessage) {
+        messages.clear();
+        dialog.accept();
+        QCOMPARE(messages.numbers(), QList<int>{expectedMessage});
+        QCOMPARE(QApplication::focusWidget(), expectedFocus);
+        QVERIFY(dialog.isVisible());
+    };
+    f->surname()->setText(QStringLiteral("Malá"));
+    attempt(f->code(), 9);
+    f->code()->setText(QStringLiteral("O'K"));
+    attempt(f->first(), 9);
+    f->first()->setText(QStringLiteral("Eva"));
+    f->extended()->setChecked(true);
+    f->birth()->setText(QStringLiteral("30.2.2001"));
+    attempt(f->birth(), 10);
+    f->birth()->setText(QStringLiteral("3.2.2001"));
+    attempt(f->code(), 119);
+    f->code()->setText(QStringLiteral("A1"));
+    attempt(f->code(), 11);
+    f->code()->setText(QStringLiteral("OLD"));
+    attempt(f->code(), 12);
+    f->code()->setText(QStringLiteral(" N1 "));
+    f->address()->setPlainText(QStringLiteral("Dlouhá 1\nPraha"));
+    messages.clear();
+    dialog.accept();
+    QVERIFY(messages.numbers().isEmpty());
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    const Registers::ClientData d = dialog.data();
+    QCOMPARE(d.code, QStringLiteral("N1"));
+    QVERIFY(d.extended && d.hasAddress && d.hasBirth && !d.hasDocument && !d.hasFunction);
+    QCOMPARE(d.birth, 20010203);
+
+    RecordingPage page;
+    QVERIFY(RegisterCommands::saveNewClient(&page, d));
+    const qint64 id =
+        lib.count(QStringLiteral("SELECT ID_LIDE_LIDE FROM LIDE WHERE KOD = 'N1' AND UKAZOVAT AND "
+                                 "ROZSIRENE AND IS_ADRESA AND IS_NAROZENI AND NOT IS_DOKLAD"));
+    QVERIFY(id > 0);
+    QCOMPARE(page.calls, QStringList{QStringLiteral("created %1 N1 Malá Eva").arg(id)});
+    // The entry view repeats the code test.
+    messages.clear();
+    QVERIFY(!RegisterCommands::saveNewClient(&page, d));
+    QCOMPARE(messages.numbers(), QList<int>{11});
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE")), 3);
+}
+
+void TestRegisterDialogs::newClientCommand()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    // Cancelled: nothing written, the texts are remembered all the same.
+    onNextModal([](QDialog *d) {
+        auto *dialog = qobject_cast<CDlgNovyKlient *>(d);
+        QVERIFY(dialog);
+        dialog->form()->code()->setText(QStringLiteral("Z1"));
+        dialog->form()->first()->setText(QStringLiteral("Zdeněk"));
+        dialog->reject();
+    });
+    RegisterCommands::newClient(nullptr);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE")), 0);
+    QCOMPARE(AppState::instance().history.recall(1), QStringLiteral("Z1"));
+    QCOMPARE(AppState::instance().history.recall(2), QStringLiteral("Zdeněk"));
+
+    onNextModal([](QDialog *d) {
+        auto *dialog = qobject_cast<CDlgNovyKlient *>(d);
+        QVERIFY(dialog);
+        CClientForm *f = dialog->form();
+        f->code()->setText(QStringLiteral("Z2"));
+        f->first()->setText(QStringLiteral("Zita"));
+        f->surname()->setText(QStringLiteral("Zelená"));
+        f->extended()->setChecked(true);
+        f->document()->setText(QStringLiteral("OP 9"));
+        f->address()->setPlainText(QStringLiteral("Most"));
+        f->function()->setText(QStringLiteral("ředitelka"));
+        f->birth()->setText(QStringLiteral("5.11.1970"));
+        dialog->accept();
+    });
+    RegisterCommands::newClient(nullptr);
+    QVERIFY(messages.numbers().isEmpty());
+    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_NAROZENI FROM LIDE WHERE KOD = 'Z2' AND IS_DOKLAD AND "
+                                      "IS_FUNKCE AND ADRESA = 'Most'")),
+             19701105);
+    const InputHistory &h = AppState::instance().history;
+    const QStringList remembered = {h.recall(1), h.recall(2), h.recall(3), h.recall(4),
+                                    h.recall(5), h.recall(6), h.recall(7)};
+    QCOMPARE(remembered, (QStringList{QStringLiteral("Z2"), QStringLiteral("Zita"), QStringLiteral("Zelená"),
+                                      QStringLiteral("OP 9"), QStringLiteral("Most"),
+                                      QStringLiteral("ředitelka"), QStringLiteral("5.11.1970")}));
+}
+
+void TestRegisterDialogs::editClient()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    lib.addClient(QStringLiteral("OLD"), QStringLiteral("Karel"), QStringLiteral("Starý"), false);
+    Registers::ClientEntry e;
+    e.code = QStringLiteral("K1");
+    e.first = QStringLiteral("Eva");
+    e.surname = QStringLiteral("Malá");
+    e.extended = true;
+    e.address = QStringLiteral("Dlouhá 1\nPraha");
+    e.document = QStringLiteral("OP 1");
+    e.birth = QStringLiteral("7.3.1990");
+    const qint32 id = Registers::addClient(Registers::clientDataFromEntry(e));
+
+    CDlgOpravaKlienta dialog;
+    CClientForm *f = dialog.form();
+    showActive(&dialog);
+    QVERIFY(!f->code()->isEnabled() && !dialog.correctButton()->isEnabled() &&
+            !dialog.originalButton()->isEnabled());
+    QVERIFY(!dialog.lookUp());
+    QCOMPARE(messages.numbers(), QList<int>{14});
+    QCOMPARE(QApplication::focusWidget(), dialog.lookupEdit());
+
+    dialog.lookupEdit()->setText(QStringLiteral("K1"));
+    QVERIFY(dialog.lookUp());
+    QCOMPARE(f->code()->text(), QStringLiteral("K1"));
+    QCOMPARE(f->surname()->text(), QStringLiteral("Malá"));
+    QVERIFY(f->extended()->isChecked() && f->address()->isEnabled());
+    QCOMPARE(f->address()->toPlainText(), QStringLiteral("Dlouhá 1\nPraha"));
+    QCOMPARE(f->birth()->text(), QStringLiteral(" 7. 3.1990"));
+    QVERIFY(dialog.correctButton()->isEnabled() && dialog.originalButton()->isEnabled());
+
+    // Unknown and removed codes empty and disable the fields.
+    messages.clear();
+    dialog.lookupEdit()->setText(QStringLiteral("K2"));
+    QVERIFY(!dialog.lookUp());
+    QVERIFY(f->code()->text().isEmpty() && !f->code()->isEnabled() && !dialog.correctButton()->isEnabled());
+    dialog.lookupEdit()->setText(QStringLiteral("OLD"));
+    QVERIFY(!dialog.lookUp());
+    dialog.lookupEdit()->setText(QStringLiteral("K'1"));
+    QVERIFY(!dialog.lookUp());
+    QCOMPARE(messages.numbers(), (QList<int>{15, 16, 119}));
+    QVERIFY(f->first()->text().isEmpty() && !f->first()->isEnabled());
+
+    dialog.lookupEdit()->setText(QStringLiteral("K1"));
+    QVERIFY(dialog.lookUp());
+    f->code()->setText(QStringLiteral("OLD"));
+    f->first()->setText(QStringLiteral("Ivana"));
+    messages.clear();
+    dialog.accept();
+    QCOMPARE(messages.numbers(), QList<int>{12});
+    QCOMPARE(QApplication::focusWidget(), f->code());
+    dialog.originalButton()->click();
+    QCOMPARE(f->code()->text(), QStringLiteral("K1"));
+    QCOMPARE(f->first()->text(), QStringLiteral("Eva"));
+
+    // Clearing the address: the column keeps the text, only the flag goes.
+    f->address()->clear();
+    messages.clear();
+    dialog.accept();
+    QVERIFY(messages.numbers().isEmpty());
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dialog.clientId(), id);
+    RecordingPage page;
+    QVERIFY(RegisterCommands::saveChangedClient(&page, id, dialog.data()));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE WHERE KOD = 'K1' AND ADRESA = 'Dlouhá 1' || "
+                                      "char(10) || 'Praha' AND NOT IS_ADRESA AND IS_DOKLAD AND ROZSIRENE")),
+             1);
+    QCOMPARE(page.calls, QStringList{QStringLiteral("changed %1 K1 Malá Eva").arg(id)});
+    CDlgDetailyKlienta details(id);
+    QVERIFY(details.text(QStringLiteral("&Adresa")).isEmpty());
+    QCOMPARE(details.text(QStringLiteral("&Doklad č.")), QStringLiteral("OP 1"));
+    QCOMPARE(details.text(QStringLiteral("&Narození")), QStringLiteral(" 7. 3.1990"));
+    QCOMPARE(details.text(QStringLiteral("&Kód")), QStringLiteral("K1"));
+
+    // Opened again and saved without a change: nothing is written, the page is not told.
+    CDlgOpravaKlienta second;
+    second.lookupEdit()->setText(QStringLiteral("K1"));
+    QVERIFY(second.lookUp());
+    QVERIFY(second.form()->address()->toPlainText().isEmpty());
+    QVERIFY(second.check());
+    runSql(
+        QStringLiteral("CREATE TRIGGER no_update BEFORE UPDATE ON LIDE BEGIN SELECT RAISE(ABORT, 'x'); END"));
+    page.calls.clear();
+    messages.clear();
+    QVERIFY(RegisterCommands::saveChangedClient(&page, id, second.data()));
+    QVERIFY(messages.numbers().isEmpty());
+    QVERIFY(page.calls.isEmpty());
+    // A real change now fails in the database and shows the clients' database message.
+    second.form()->first()->setText(QStringLiteral("Iva"));
+    QVERIFY(second.check());
+    QVERIFY(!RegisterCommands::saveChangedClient(&page, id, second.data()));
+    QCOMPARE(messages.numbers(), QList<int>{13});
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE WHERE JMENO = 'Eva'")), 1);
+}
+
+void TestRegisterDialogs::removeClient()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const qint32 holder = lib.addClient(QStringLiteral("H1"));
+    const qint32 book = lib.addBook(QStringLiteral("K1"));
+    lib.lend({book}, holder, 20260301);
+
+    CDlgOdstraneniKlienta dialog;
+    showActive(&dialog);
+    dialog.accept();
+    QCOMPARE(messages.numbers(), QList<int>{88});
+    QCOMPARE(QApplication::focusWidget(), dialog.codeEdit());
+    dialog.codeEdit()->setText(QStringLiteral("X9"));
+    dialog.accept();
+    dialog.codeEdit()->setText(QStringLiteral("H1"));
+    dialog.accept();
+    QCOMPARE(messages.numbers(), (QList<int>{88, 15, 89}));
+    QVERIFY(dialog.isVisible());
+
+    lib.giveBack({book}, 20260310);
+    messages.clear();
+    dialog.accept();
+    QVERIFY(messages.numbers().isEmpty());
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dialog.clientId(), holder);
+
+    RecordingPage page;
+    QVERIFY(RegisterCommands::saveRemovedClient(&page, holder));
+    QCOMPARE(page.calls, QStringList{QStringLiteral("removed %1").arg(holder)});
+    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM LIDE WHERE ID_LIDE_LIDE = %1").arg(holder)), 0);
+    // The history stays; a removed client is found again and may be removed again.
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI WHERE ID_LIDE_VRACENI = %1").arg(holder)),
+             1);
+    CDlgOdstraneniKlienta again;
+    again.codeEdit()->setText(QStringLiteral("H1"));
+    QVERIFY(again.check());
+    QVERIFY(!RegisterCommands::saveRemovedClient(&page, 999));
+    QCOMPARE(messages.numbers(), QList<int>{13});
+}
+
+void TestRegisterDialogs::clientLists()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    lib.addClient(QStringLiteral("Z1"), QStringLiteral("Jan"), QStringLiteral("Zeman"));
+    const qint32 gone = lib.addClient(QStringLiteral("G1"), QStringLiteral("Ota"), QStringLiteral("Bartoš"));
+    const qint32 adam = lib.addClient(QStringLiteral("A1"), QStringLiteral("Eva"), QStringLiteral("Adamová"));
+    lib.addClient(QStringLiteral("C1"), QStringLiteral("Jiří"), QStringLiteral("Čech"));
+    Registers::hideClient(gone);
+
+    CDlgSeznamKlientu list;
+    QAbstractItemModelTester tester(list.model());
+    QStringList codes = column(list.model(), 0);
+    codes.sort();
+    QCOMPARE(codes, (QStringList{QStringLiteral("A1"), QStringLiteral("C1"), QStringLiteral("Z1")}));
+    QCOMPARE(list.model()->headerData(2, Qt::Horizontal).toString(), QStringLiteral("Příjmení"));
+
+    // Enter on a row opens that client's details and leaves the list open.
+    showActive(&list);
+    const int adamRow = int(column(list.model(), 0).indexOf(QStringLiteral("A1")));
+    list.list()->setCurrentIndex(list.model()->index(adamRow, 0));
+    list.list()->setFocus();
+    QString shownCode;
+    onNextModal([&shownCode](QDialog *d) {
+        auto *details = qobject_cast<CDlgDetailyKlienta *>(d);
+        if (details)
+            shownCode = details->text(QStringLiteral("&Kód"));
+        d->accept();
+    });
+    QSignalSpy requested(&list, &CDlgSeznamKlientu::detailsRequested);
+    QTest::keyClick(list.list(), Qt::Key_Return);
+    QCOMPARE(requested.count(), 1);
+    QCOMPARE(requested.first().first().toInt(), adam);
+    QCOMPARE(shownCode, QStringLiteral("A1"));
+    QVERIFY(list.isVisible());
+
+    CDlgVyberKlienta picker;
+    QCOMPARE(column(picker.model(), 0),
+             (QStringList{QStringLiteral("Adamová"), QStringLiteral("Čech"), QStringLiteral("Zeman")}));
+    QCOMPARE(column(picker.model(), 2),
+             (QStringList{QStringLiteral("A1"), QStringLiteral("C1"), QStringLiteral("Z1")}));
+    picker.list()->selectRow(1);
+    QCOMPARE(picker.chosenCode(), QStringLiteral("C1"));
+
+    onNextModal([](QDialog *d) {
+        auto *p = qobject_cast<CDlgVyberKlienta *>(d);
+        QVERIFY(p);
+        p->list()->selectRow(2);
+        p->accept();
+    });
+    QCOMPARE(pickClient(nullptr), std::optional<QString>(QStringLiteral("Z1")));
+    onNextModal([](QDialog *d) { d->reject(); });
+    QCOMPARE(pickClient(nullptr), std::nullopt);
+
+    // Details of a removed client still show it; -1 closes at once.
+    CDlgDetailyKlienta removed(gone);
+    QCOMPARE(removed.text(QStringLiteral("&Příjmení")), QStringLiteral("Bartoš"));
+    CDlgDetailyKlienta none(-1);
+    QCOMPARE(none.exec(), int(QDialog::Rejected));
+    QVERIFY(messages.numbers().isEmpty());
+}
+
+void TestRegisterDialogs::commandsFollowTheEntryView()
+{
+    TestLibrary lib;
+    lib.addCategory(QStringLiteral("Poezie"));
+    CMainFrame frame;
+    frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
+    installRegisterCommands(frame);
+    const QList<int> commands = {
+        Cmd::NewCategory,  Cmd::RenameCategory, Cmd::RemoveCategory, Cmd::MoveBetweenCategories,
+        Cmd::CategoryList, Cmd::NewClient,      Cmd::EditClient,     Cmd::RemoveClient,
+        Cmd::ClientList};
+    for (int c : commands)
+        QVERIFY(frame.hasHandler(c));
+    frame.updateCommandStates();
+    QVERIFY(!frame.action(Cmd::NewClient)->isEnabled()); // no view yet
+    QVERIFY(frame.switchView(ViewSwitchRequest{}));
+    frame.updateCommandStates();
+    for (int c : commands)
+        QVERIFY(frame.action(c)->isEnabled());
+
+    QString title;
+    int rows = -1;
+    onNextModal([&](QDialog *d) {
+        title = d->windowTitle();
+        if (auto *list = qobject_cast<CDlgSeznamKategorii *>(d))
+            rows = list->model()->rowCount();
+        d->accept();
+    });
+    frame.runCommand(Cmd::CategoryList);
+    QCOMPARE(title, QStringLiteral("Seznam kategorií"));
+    QCOMPARE(rows, 1);
+}
+
+// Every dialog: labels lead to their fields, list columns hold their headers, and the dialogs
+// render (pictures kept when FOLIVO_SCREENSHOTS names a directory).
+void TestRegisterDialogs::dialogsAreReadable()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const qint32 cat = lib.addCategory(QStringLiteral("Naučná literatura pro děti a mládež"));
+    lib.addCategory(QStringLiteral("Beletrie"));
+    for (int i = 1; i <= 6; ++i) {
+        TestLibrary::BookSpec s(QStringLiteral("NL-%1").arg(i, 4, 10, QLatin1Char('0')));
+        s.category = cat;
+        s.title = QStringLiteral("Encyklopedie přírody, díl %1").arg(i);
+        lib.addBook(s);
+    }
+    lib.addClient(QStringLiteral("2026-0001"), QStringLiteral("Bohumila"),
+                  QStringLiteral("Šťastná-Přibylová"));
+    lib.addClient(QStringLiteral("2026-0002"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+
+    const QString shots = qEnvironmentVariable("FOLIVO_SCREENSHOTS");
+    auto look = [&](QDialog *d, const QString &name) {
+        d->show();
+        QApplication::processEvents();
+        for (QLabel *label : d->findChildren<QLabel *>())
+            if (label->text().contains(QLatin1Char('&')))
+                QVERIFY2(label->buddy(), qPrintable(name + QStringLiteral(": ") + label->text()));
+        for (QTableView *view : d->findChildren<QTableView *>()) {
+            const QFontMetrics fm = view->horizontalHeader()->fontMetrics();
+            for (int c = 0; c < view->model()->columnCount(); ++c) {
+                const QString header = view->model()->headerData(c, Qt::Horizontal).toString();
+                QVERIFY2(view->columnWidth(c) >= fm.horizontalAdvance(header) + 8, qPrintable(name + header));
+            }
+            QVERIFY(view->width() >= view->horizontalHeader()->length() - 1);
+        }
+        const QPixmap picture = d->grab();
+        QVERIFY(!picture.isNull());
+        if (!shots.isEmpty())
+            QVERIFY(picture.save(QDir(shots).filePath(name + QStringLiteral(".png"))));
+        d->hide();
+    };
+
+    CDlgNovaKategorie c146;
+    look(&c146, QStringLiteral("146-nova-kategorie"));
+    CDlgPrejmenovaniKategorie c150;
+    c150.combo()->setCurrentIndex(0);
+    look(&c150, QStringLiteral("150-prejmenovani-kategorie"));
+    CDlgOdstraneniKategorie c165;
+    look(&c165, QStringLiteral("165-odstraneni-kategorie"));
+    CDlgPresunKategorie c166;
+    c166.combo(0)->setCurrentIndex(
+        comboIndexOf(c166.combo(0), QStringLiteral("Naučná literatura pro děti a mládež")));
+    c166.combo(1)->setCurrentIndex(comboIndexOf(c166.combo(1), QStringLiteral("Beletrie")));
+    selectRows(c166.list(0), {1, 2});
+    look(&c166, QStringLiteral("166-presun"));
+    CDlgSeznamKategorii c172;
+    look(&c172, QStringLiteral("172-seznam-kategorii"));
+    CDlgNovyKlient c149;
+    c149.form()->extended()->setChecked(true);
+    look(&c149, QStringLiteral("149-novy-klient"));
+    CDlgOpravaKlienta c151;
+    c151.lookupEdit()->setText(QStringLiteral("2026-0001"));
+    QVERIFY(c151.lookUp());
+    look(&c151, QStringLiteral("151-oprava-klienta"));
+    CDlgOdstraneniKlienta c164;
+    look(&c164, QStringLiteral("164-odstraneni-klienta"));
+    CDlgSeznamKlientu c170;
+    look(&c170, QStringLiteral("170-seznam-klientu"));
+    CDlgDetailyKlienta c171(lib.ids("ID_LIDE_FIRSTFREE") - 2);
+    look(&c171, QStringLiteral("171-detaily-klienta"));
+    CDlgVyberKlienta c152;
+    look(&c152, QStringLiteral("152-vyber-klienta"));
+    QVERIFY(messages.numbers().isEmpty());
+}
+
+QTEST_MAIN(TestRegisterDialogs)
+#include "test_registerdialogs.moc"
