@@ -173,12 +173,12 @@ inline QList<int> selectedRows(const QTableView *view)
 }
 
 // The wait cursor for the length of one command.
-class WaitCursor final
+class BusyCursor final
 {
 public:
-    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
-    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
-    Q_DISABLE_COPY_MOVE(WaitCursor)
+    BusyCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~BusyCursor() { QApplication::restoreOverrideCursor(); }
+    Q_DISABLE_COPY_MOVE(BusyCursor)
 };
 
 #include <QLineEdit>

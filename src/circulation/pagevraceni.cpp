@@ -197,7 +197,7 @@ void CPageVraceni::lookUpBook()
         m_bookCode->setFocus();
         return;
     }
-    WaitCursor wait;
+    BusyCursor wait;
     try {
         CSetKnihy book;
         book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
@@ -367,7 +367,7 @@ void CPageVraceni::giveBack()
     QList<ReturnBook> books;
     for (const ReturnListItem &i : m_list->items())
         books << ReturnBook{i.bookId, i.clientId, i.loanNumber, i.loanDate, i.due, i.limited};
-    WaitCursor wait;
+    BusyCursor wait;
     qint32 number = -1;
     try {
         number = returnBooks(m_returnDate, books, [this](int row) { m_list->removeAt(row); });

@@ -45,10 +45,9 @@ public:
     void cancel();
     void showDetails();
 
-    // What the register commands tell the active page after they wrote (the entry page hooks of
-    // the registers; they become overrides once CEntryPage declares them).
-    void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first);
-    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName);
+    // What the register commands tell the active page after they wrote.
+    void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first) override;
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override;
 
     void partialClear();
     void fullClear();

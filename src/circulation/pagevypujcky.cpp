@@ -273,7 +273,7 @@ void CPageVypujcky::lookUpBook()
         m_bookCode->setFocus();
         return;
     }
-    WaitCursor wait;
+    BusyCursor wait;
     try {
         CSetKnihy book;
         book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
@@ -393,7 +393,7 @@ void CPageVypujcky::lookUpClient()
         m_clientCode->setFocus();
         return;
     }
-    WaitCursor wait;
+    BusyCursor wait;
     try {
         CSetLide lide;
         lide.open(QString::asprintf(Stmt::LideByKodVisible, qUtf8Printable(code)));
@@ -421,7 +421,7 @@ void CPageVypujcky::pickClient()
 
 void CPageVypujcky::clientChosen(const QString &code)
 {
-    WaitCursor wait;
+    BusyCursor wait;
     try {
         CSetLide lide;
         lide.open(QString::asprintf(Stmt::LideByKod, qUtf8Printable(code)));
@@ -523,7 +523,7 @@ void CPageVypujcky::lend()
         m_clientCode->setFocus();
         return;
     }
-    WaitCursor wait;
+    BusyCursor wait;
     qint32 loanNumber = -1;
     try {
         {

@@ -48,13 +48,12 @@ public:
     void limitToggled(bool limited);
     void showDetails();
 
-    // What the register commands tell the active page after they wrote (the entry page hooks of
-    // the registers; they become overrides once CEntryPage declares them).
+    // What the register commands tell the active page after they wrote.
     // A client just created by "Nový klient" is served at once.
-    void clientCreated(qint32 id, const QString &code, const QString &name);
-    void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first);
-    void clientRemoved(qint32 id);
-    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName);
+    void clientCreated(qint32 id, const QString &code, const QString &name) override;
+    void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first) override;
+    void clientRemoved(qint32 id) override;
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override;
 
     void partialClear();
     void fullClear();

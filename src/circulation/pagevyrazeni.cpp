@@ -173,7 +173,7 @@ void CPageVyrazeni::lookUpBook()
         m_bookCode->setFocus();
         return;
     }
-    WaitCursor wait;
+    BusyCursor wait;
     try {
         CSetKnihy book;
         book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
@@ -319,7 +319,7 @@ void CPageVyrazeni::discard()
     if (RvMessageBox(QString(), QStringLiteral("Pozor, skutečně chcete vyřadit uvedené knihy?"),
                      MessageKind::Warning, ButtonsYesNoIrreversible) != ResultYes)
         return;
-    WaitCursor wait;
+    BusyCursor wait;
     // Each book in a transaction of its own: books discarded before a failure stay discarded.
     while (!m_list->isEmpty()) {
         const int row = int(m_list->size()) - 1;

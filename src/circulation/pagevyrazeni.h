@@ -39,9 +39,8 @@ public:
     void cancel();
     void showDetails();
 
-    // What the register commands tell the active page after they wrote (the entry page hooks of
-    // the registers; they become overrides once CEntryPage declares them).
-    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName);
+    // What the register commands tell the active page after they wrote.
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override;
 
     void partialClear();
     void fullClear();
