@@ -10,7 +10,6 @@
 #include "circulation/pagevraceni.h"
 #include "circulation/pagevypujcky.h"
 #include "circulation/pagevyrazeni.h"
-#include "reports/protocolprint.h"
 
 #include <QApplication>
 #include <QResizeEvent>
@@ -42,7 +41,6 @@ CViewZadavani::CViewZadavani(QWidget *parent) : CFrameView(parent)
     layout->addWidget(m_scroll);
     connect(m_sheet, &QTabWidget::currentChanged, this, &CViewZadavani::pageChanged);
     setFocusProxy(m_sheet);
-    connect(this, &CViewZadavani::protocolRequested, this, [this] { printPendingProtocol(this); });
 }
 
 int CViewZadavani::activeIndex() const

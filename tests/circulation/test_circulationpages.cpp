@@ -1110,12 +1110,17 @@ void TestCirculationPages::pagesFitAndScreenshots()
     QVERIFY(dialog.prepare());
     type(&dialog, "code", QStringLiteral("K0009"));
     dialog.lookUp();
-    const QList<QPair<QWidget *, const char *>> shots = {
-        {&loans, "vypujcky"}, {&returns, "vraceni"}, {&discard, "vyrazeni"}, {&dialog, "zruseni"}};
+    CViewZadavani view;
+    view.resize(720, 560);
+    const QList<QPair<QWidget *, const char *>> shots = {{&loans, "vypujcky"},
+                                                         {&returns, "vraceni"},
+                                                         {&discard, "vyrazeni"},
+                                                         {&dialog, "zruseni"},
+                                                         {&view, "zadavani"}};
     for (const auto &[w, name] : shots) {
         w->show();
         QVERIFY(QTest::qWaitForWindowExposed(w));
-        if (w != &dialog) {
+        if (w != &dialog && w != &view) {
             QVERIFY2(w->minimumSizeHint().width() <= 640 && w->minimumSizeHint().height() <= 470, name);
             w->resize(640, 470);
         }
