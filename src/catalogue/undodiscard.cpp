@@ -80,6 +80,8 @@ CUndoDiscardDialog::CUndoDiscardDialog(QWidget *parent) : QDialog(parent)
     cancel->setIcon(style()->standardIcon(QStyle::SP_DialogCancelButton));
     m_ok->setAutoDefault(true);
     cancel->setAutoDefault(true);
+    // Enter in the category list restores the book.
+    m_ok->setDefault(true);
 
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(header);
