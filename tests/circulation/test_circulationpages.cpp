@@ -349,6 +349,18 @@ void TestCirculationPages::loansCommitChecks()
                                 "20260312")),
              1);
     QVERIFY(page.list()->isEmpty());
+
+    // One book breaking both rules: the return-by date is reported, not the acquisition.
+    TestLibrary::BookSpec newest(QStringLiteral("NEWEST"));
+    newest.acquired = 20260314;
+    lib.addBook(newest);
+    type(&page, "due", QStringLiteral("12.3.2026"));
+    lookUpAndAdd(page, QStringLiteral("NEWEST"));
+    page.clientChosen(QStringLiteral("K1"));
+    rec.clear();
+    type(&page, "loanDate", QStringLiteral("13.3.2026"));
+    page.lend();
+    QCOMPARE(rec.numbers(), QList<int>{83});
 }
 
 // A scanner types the code and Enter; the next Enter presses "Přidat" that the lookup focused.
