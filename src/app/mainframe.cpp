@@ -265,6 +265,11 @@ bool CMainFrame::switchView(const ViewSwitchRequest &request)
     }
     if (!target->enterView(request)) {
         QApplication::restoreOverrideCursor();
+        // A search view that cannot be prepared is dropped and the entry view shown instead.
+        if (request.target == ViewSwitchRequest::SearchView) {
+            destroyView(request.target);
+            switchView(ViewSwitchRequest{});
+        }
         return false;
     }
     const bool leavingReport = previous && previous->viewTarget() == ViewSwitchRequest::ReportView &&
