@@ -4,6 +4,9 @@
 #include "data/database.h"
 #include "data/statements.h"
 
+#include <QCollator>
+#include <QLocale>
+
 namespace {
 
 constexpr int MsgForbiddenChars = 119;
@@ -182,9 +185,11 @@ SearchCheck checkNewKeyword(QString &keyword, const QStringList &chosen)
 
 qsizetype keywordInsertPosition(const QStringList &chosen, const QString &keyword)
 {
-    const QString key = keyword.toCaseFolded();
+    // Czech order (Č after C, CH after H), letter case aside, whatever the system's language.
+    QCollator czech{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
+    czech.setCaseSensitivity(Qt::CaseInsensitive);
     qsizetype pos = 0;
-    while (pos < chosen.size() && QString::localeAwareCompare(chosen.at(pos).toCaseFolded(), key) <= 0)
+    while (pos < chosen.size() && czech.compare(chosen.at(pos), keyword) <= 0)
         ++pos;
     return pos;
 }

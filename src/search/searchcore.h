@@ -8,7 +8,8 @@
 #include <optional>
 
 // The fields of the search form, named so that a failed check can say where the focus goes.
-enum class SearchField {
+enum class SearchField
+{
     None,
     Code,
     AccessionFrom,

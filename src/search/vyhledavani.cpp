@@ -123,7 +123,8 @@ QWidget *CVyhledavani::buildForm()
         ++row;
     };
     textRow("&Kód knihy", SearchField::Code, 32);
-    rangeRow("&Přírůst. čís. od", SearchField::AccessionFrom, SearchField::AccessionTo, CRvEdit::WholeNumber, 8);
+    rangeRow("&Přírůst. čís. od", SearchField::AccessionFrom, SearchField::AccessionTo, CRvEdit::WholeNumber,
+             8);
     textRow("&Název", SearchField::Title, 128);
     textRow("&Autor", SearchField::Author, 128);
     textRow("&Vydavatel", SearchField::Publisher, 128);
@@ -214,7 +215,8 @@ QWidget *CVyhledavani::buildForm()
 
     m_search = new QPushButton(style()->standardIcon(QStyle::SP_FileDialogContentsView),
                                QStringLiteral("  Vyhledat"));
-    m_cancel = new QPushButton(style()->standardIcon(QStyle::SP_DialogResetButton), QStringLiteral("  Storno"));
+    m_cancel =
+        new QPushButton(style()->standardIcon(QStyle::SP_DialogResetButton), QStringLiteral("  Storno"));
     m_search->setDefault(true);
     connect(m_search, &QPushButton::clicked, this, &CVyhledavani::search);
     connect(m_cancel, &QPushButton::clicked, this, &CVyhledavani::cancel);
