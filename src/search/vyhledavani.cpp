@@ -60,6 +60,8 @@ CVyhledavani::CVyhledavani(QWidget *parent) : CFrameView(parent)
     setBackgroundRole(QPalette::Button);
     m_scroll = new QScrollArea(this);
     m_scroll->setFrameShape(QFrame::NoFrame);
+    // The Tab key goes from field to field; the area follows the focus by itself.
+    m_scroll->setFocusPolicy(Qt::NoFocus);
     m_scroll->setWidgetResizable(true);
     m_scroll->setBackgroundRole(QPalette::Button);
     QWidget *canvas = buildForm();

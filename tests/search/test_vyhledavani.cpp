@@ -177,6 +177,45 @@ void TestVyhledavani::formFields()
     QVERIFY(v.autoFillBackground());
     QCOMPARE(v.backgroundRole(), QPalette::Button);
 
+    // The Tab key walks the form as it reads: book fields, keywords, discard, loan, buttons.
+    QList<QWidget *> chain;
+    QWidget *w = v.edit(SearchField::Code);
+    do {
+        if ((w->focusPolicy() & Qt::TabFocus) && v.isAncestorOf(w) && !chain.contains(w))
+            chain << w;
+        w = w->nextInFocusChain();
+    } while (w != v.edit(SearchField::Code));
+    const QList<QWidget *> expected = {v.edit(SearchField::Code),
+                                       v.exactBox(SearchField::Code),
+                                       v.edit(SearchField::AccessionFrom),
+                                       v.edit(SearchField::AccessionTo),
+                                       v.edit(SearchField::Title),
+                                       v.exactBox(SearchField::Title),
+                                       v.edit(SearchField::Author),
+                                       v.exactBox(SearchField::Author),
+                                       v.edit(SearchField::Publisher),
+                                       v.exactBox(SearchField::Publisher),
+                                       v.edit(SearchField::PriceFrom),
+                                       v.edit(SearchField::PriceTo),
+                                       v.categoryCombo(),
+                                       v.edit(SearchField::AcquiredFrom),
+                                       v.edit(SearchField::AcquiredTo),
+                                       v.edit(SearchField::Keyword),
+                                       v.addKeywordButton(),
+                                       v.removeKeywordButton(),
+                                       v.keywordList(),
+                                       v.considerDiscardBox(),
+                                       v.discardedBox(),
+                                       v.edit(SearchField::DiscardFrom),
+                                       v.edit(SearchField::DiscardTo),
+                                       v.considerLoanBox(),
+                                       v.lentBox(),
+                                       v.edit(SearchField::ClientCode),
+                                       v.pickButton(),
+                                       v.searchButton(),
+                                       v.cancelButton()};
+    QCOMPARE(chain, expected);
+
     // A new category shows up on the next preparation; a hidden one never.
     lib.addCategory(text("Poezie"));
     QVERIFY(v.PrepareSearchForm());
@@ -537,6 +576,21 @@ void TestVyhledavani::fitsFrame()
     auto *scroll = v->findChild<QScrollArea *>();
     QVERIFY(scroll);
     const QByteArray shots = qgetenv("FOLIVO_SCREENSHOT_DIR");
+    // A filled form, every dependent field enabled.
+    type(*v, SearchField::Title, "Válka s mloky");
+    v->exactBox(SearchField::Title)->setChecked(false);
+    type(*v, SearchField::PriceFrom, "100");
+    type(*v, SearchField::AcquiredTo, "31.12.2005");
+    v->categoryCombo()->setCurrentIndex(0);
+    for (const char *word : {"mloci", "válka", "satira"}) {
+        type(*v, SearchField::Keyword, word);
+        v->addKeyword();
+    }
+    v->considerDiscardBox()->click();
+    v->discardedBox()->click();
+    v->considerLoanBox()->click();
+    v->lentBox()->click();
+    type(*v, SearchField::ClientCode, "K017");
 
     // At the frame's first size and on a large screen every field is in sight without scrolling.
     for (const QSize size : {QSize(710, 590), QSize(1280, 1000)}) {
