@@ -185,35 +185,19 @@ void TestVyhledavani::formFields()
             chain << w;
         w = w->nextInFocusChain();
     } while (w != v.edit(SearchField::Code));
-    const QList<QWidget *> expected = {v.edit(SearchField::Code),
-                                       v.exactBox(SearchField::Code),
-                                       v.edit(SearchField::AccessionFrom),
-                                       v.edit(SearchField::AccessionTo),
-                                       v.edit(SearchField::Title),
-                                       v.exactBox(SearchField::Title),
-                                       v.edit(SearchField::Author),
-                                       v.exactBox(SearchField::Author),
-                                       v.edit(SearchField::Publisher),
-                                       v.exactBox(SearchField::Publisher),
-                                       v.edit(SearchField::PriceFrom),
-                                       v.edit(SearchField::PriceTo),
-                                       v.categoryCombo(),
-                                       v.edit(SearchField::AcquiredFrom),
-                                       v.edit(SearchField::AcquiredTo),
-                                       v.edit(SearchField::Keyword),
-                                       v.addKeywordButton(),
-                                       v.removeKeywordButton(),
-                                       v.keywordList(),
-                                       v.considerDiscardBox(),
-                                       v.discardedBox(),
-                                       v.edit(SearchField::DiscardFrom),
-                                       v.edit(SearchField::DiscardTo),
-                                       v.considerLoanBox(),
-                                       v.lentBox(),
-                                       v.edit(SearchField::ClientCode),
-                                       v.pickButton(),
-                                       v.searchButton(),
-                                       v.cancelButton()};
+    QList<QWidget *> expected;
+    for (SearchField f :
+         {SearchField::Code, SearchField::AccessionFrom, SearchField::AccessionTo, SearchField::Title,
+          SearchField::Author, SearchField::Publisher, SearchField::PriceFrom, SearchField::PriceTo,
+          SearchField::Category, SearchField::AcquiredFrom, SearchField::AcquiredTo, SearchField::Keyword}) {
+        expected << v.field(f);
+        if (v.exactBox(f))
+            expected << v.exactBox(f);
+    }
+    expected << v.addKeywordButton() << v.removeKeywordButton() << v.keywordList() << v.considerDiscardBox()
+             << v.discardedBox() << v.edit(SearchField::DiscardFrom) << v.edit(SearchField::DiscardTo)
+             << v.considerLoanBox() << v.lentBox() << v.edit(SearchField::ClientCode) << v.pickButton()
+             << v.searchButton() << v.cancelButton();
     QCOMPARE(chain, expected);
 
     // A new category shows up on the next preparation; a hidden one never.
@@ -468,18 +452,6 @@ void TestVyhledavani::refusedSearch()
     v->searchButton()->click();
     QCOMPARE(messages.numbers(), QList<int>({119}));
     QCOMPARE(QApplication::focusWidget(), v->edit(SearchField::Publisher));
-
-    messages.clear();
-    type(*v, SearchField::Publisher, "");
-    type(*v, SearchField::AcquiredFrom, "28.2.2005");
-    v->searchButton()->click();
-    QCOMPARE(messages.numbers(), QList<int>());
-    QVERIFY(f.report());
-    QCOMPARE(
-        f.report()->requests.last().sql,
-        QStringLiteral("SELECT * FROM KNIHY WHERE 1 AND NAZEV = 'Babička' AND DATUM_PORIZENI >= 20050228 "
-                       "AND VYPUJCENO AND ID_LIDE_KNIHY = %1  ORDER BY KNIHY.KOD DESC")
-            .arg(k1));
 }
 
 void TestVyhledavani::preparationFailure()
