@@ -43,6 +43,15 @@ QLabel *buddyLabel(const char *text, QWidget *buddy)
     return label;
 }
 
+// The "do" half of a range is labelled by a bare "do"; its accessible name says of what.
+void nameRange(QWidget *from, QWidget *to, const char *fromLabel)
+{
+    QString name = QString::fromUtf8(fromLabel).remove(QLatin1Char('&'));
+    from->setAccessibleName(name);
+    name.chop(2);
+    to->setAccessibleName(name + QStringLiteral("do"));
+}
+
 // A whole row of the view's frame around a group of fields, without a caption.
 QGroupBox *plainGroup()
 {
@@ -87,9 +96,12 @@ CRvEdit *CVyhledavani::makeEdit(SearchField f, int type, int maxChars)
     return e;
 }
 
-QCheckBox *CVyhledavani::makeExactBox(SearchField f)
+QCheckBox *CVyhledavani::makeExactBox(SearchField f, const char *fieldLabel)
 {
     auto *box = new QCheckBox(QStringLiteral("Přesná shoda"));
+    // Four boxes share one text; a screen reader also names the field each belongs to.
+    box->setAccessibleName(QStringLiteral("Přesná shoda: ") +
+                           QString::fromUtf8(fieldLabel).remove(QLatin1Char('&')));
     m_exact.insert(f, box);
     return box;
 }
@@ -112,12 +124,13 @@ QWidget *CVyhledavani::buildForm()
         CRvEdit *e = makeEdit(f, CRvEdit::Text, maxChars);
         bookGrid->addWidget(buddyLabel(label, e), row, 0);
         bookGrid->addWidget(e, row, 1, 1, 3);
-        bookGrid->addWidget(makeExactBox(f), row, 4);
+        bookGrid->addWidget(makeExactBox(f, label), row, 4);
         ++row;
     };
     auto rangeRow = [&](const char *label, SearchField from, SearchField to, int type, int maxChars) {
         CRvEdit *a = makeEdit(from, type, maxChars);
         CRvEdit *b = makeEdit(to, type, maxChars);
+        nameRange(a, b, label);
         bookGrid->addWidget(buddyLabel(label, a), row, 0);
         bookGrid->addWidget(a, row, 1);
         bookGrid->addWidget(buddyLabel("do", b), row, 2);
@@ -187,6 +200,7 @@ QWidget *CVyhledavani::buildForm()
     m_discarded = new QCheckBox(QStringLiteral("Vyřazeno"));
     CRvEdit *discardFrom = makeEdit(SearchField::DiscardFrom, CRvEdit::Date, 20);
     CRvEdit *discardTo = makeEdit(SearchField::DiscardTo, CRvEdit::Date, 20);
+    nameRange(discardFrom, discardTo, "Vyřazeno od");
     discardGrid->addWidget(m_considerDiscard, 0, 0, 1, 4);
     discardGrid->addWidget(m_discarded, 1, 0, 1, 4);
     discardGrid->addWidget(buddyLabel("od", discardFrom), 2, 0);

@@ -67,7 +67,7 @@ public:
 private:
     QWidget *buildForm();
     CRvEdit *makeEdit(SearchField f, int type, int maxChars);
-    QCheckBox *makeExactBox(SearchField f);
+    QCheckBox *makeExactBox(SearchField f, const char *fieldLabel);
     QLineEdit *focusedEdit() const;
     void focusField(SearchField f);
     void writeTrimmed(const SearchCriteria &c);

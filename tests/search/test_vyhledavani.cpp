@@ -161,6 +161,12 @@ void TestVyhledavani::formFields()
         QCOMPARE(v.exactBox(f)->text(), text("Přesná shoda"));
         QVERIFY(v.exactBox(f)->isChecked());
     }
+    // Fields and boxes whose visible label is shared are told apart by their accessible names.
+    QCOMPARE(v.edit(SearchField::AccessionTo)->accessibleName(), text("Přírůst. čís. do"));
+    QCOMPARE(v.edit(SearchField::PriceTo)->accessibleName(), text("Cena do"));
+    QCOMPARE(v.edit(SearchField::DiscardFrom)->accessibleName(), text("Vyřazeno od"));
+    QCOMPARE(v.edit(SearchField::DiscardTo)->accessibleName(), text("Vyřazeno do"));
+    QCOMPARE(v.exactBox(SearchField::Author)->accessibleName(), text("Přesná shoda: Autor"));
     QCOMPARE(v.considerDiscardBox()->text(), text("Zohledňovat stav vyřazení"));
     QCOMPARE(v.discardedBox()->text(), text("Vyřazeno"));
     QCOMPARE(v.considerLoanBox()->text(), text("Zohledňovat stav vypůjčení"));
