@@ -6,12 +6,14 @@
 
 int cmdInit(const QStringList &args);
 int cmdDemo(const QStringList &args);
+int cmdBackup(const QStringList &args);
 
 namespace {
 
 const CliCommandEntry Commands[] = {
     {"init", "init [--data-dir DIR]", cmdInit},
     {"demo", "demo [--data-dir DIR] [--books N] [--clients N] [--seed S]", cmdDemo},
+    {"backup", "backup export|import FILE [--data-dir DIR] [--overwrite]", cmdBackup},
 };
 
 int usage()

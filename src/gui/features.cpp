@@ -2,6 +2,7 @@
 
 #include "app/commands.h"
 #include "app/mainframe.h"
+#include "backup/backupdialogs.h"
 #include "circulation/viewzadavani.h"
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
@@ -27,4 +28,5 @@ void installFeatures(CMainFrame &frame)
     frame.setHandler(Cmd::ViewToolBar, [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
     frame.setHandler(Cmd::ViewStatusBar,
                      [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
+    installBackupCommands(frame);
 }
