@@ -28,9 +28,9 @@ bool hasSqliteHeader(const QString &path)
 
 const QStringList &tableNames()
 {
-    static const QStringList names = {QStringLiteral("KNIHY"),    QStringLiteral("LIDE"),
+    static const QStringList names = {QStringLiteral("KNIHY"),     QStringLiteral("LIDE"),
                                       QStringLiteral("KATEGORIE"), QStringLiteral("VYPUJCKY"),
-                                      QStringLiteral("VRACENI"),  QStringLiteral("IDS")};
+                                      QStringLiteral("VRACENI"),   QStringLiteral("IDS")};
     return names;
 }
 
@@ -52,7 +52,8 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
     if (!hasSqliteHeader(path))
         return fail(OpenResult::NotDatabase, QStringLiteral("%1 is not a database").arg(path));
 
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QString::fromLatin1(ConnectionName));
+    QSqlDatabase db =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QString::fromLatin1(ConnectionName));
     db.setDatabaseName(path);
     db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=200"));
     if (!db.open())
@@ -60,14 +61,18 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
 
     QSqlQuery q(db);
     // Exclusive for as long as the program runs: the probe takes the lock and keeps it.
+    // Another holder of the file shows as SQLITE_BUSY (5) or SQLITE_LOCKED (6) at the first
+    // statement that reads it, which is already the journal-mode pragma.
+    auto busyOrFailed = [](const QSqlError &e) {
+        const bool busy =
+            e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
+        return busy ? OpenResult::Locked : OpenResult::Failed;
+    };
     if (!q.exec(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")) ||
         !q.exec(QStringLiteral("PRAGMA journal_mode=DELETE")))
-        return fail(OpenResult::Failed, errorText(q.lastError()));
-    if (!q.exec(QStringLiteral("BEGIN EXCLUSIVE"))) {
-        const QSqlError e = q.lastError();
-        const bool busy = e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
-        return fail(busy ? OpenResult::Locked : OpenResult::Failed, errorText(e));
-    }
+        return fail(busyOrFailed(q.lastError()), errorText(q.lastError()));
+    if (!q.exec(QStringLiteral("BEGIN EXCLUSIVE")))
+        return fail(busyOrFailed(q.lastError()), errorText(q.lastError()));
     if (!q.exec(QStringLiteral("COMMIT")))
         return fail(OpenResult::Failed, errorText(q.lastError()));
 
@@ -257,7 +262,8 @@ QString jetToSqlite(const QString &jet)
             out += c;
             continue;
         }
-        if (c == QLatin1Char('=') && jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
+        if (c == QLatin1Char('=') &&
+            jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
             out += QLatin1String("IN (");
             i += 6;
             continue;
@@ -282,7 +288,8 @@ QSqlQuery prepareSql(const QString &sql)
 void execPrepared(QSqlQuery &query)
 {
     if (!query.exec())
-        throw DbError(errorText(query.lastError()) + QStringLiteral(" [") + query.lastQuery() + QLatin1Char(']'));
+        throw DbError(errorText(query.lastError()) + QStringLiteral(" [") + query.lastQuery() +
+                      QLatin1Char(']'));
 }
 
 QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)
