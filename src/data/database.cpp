@@ -28,9 +28,9 @@ bool hasSqliteHeader(const QString &path)
 
 const QStringList &tableNames()
 {
-    static const QStringList names = {QStringLiteral("KNIHY"),     QStringLiteral("LIDE"),
+    static const QStringList names = {QStringLiteral("KNIHY"),    QStringLiteral("LIDE"),
                                       QStringLiteral("KATEGORIE"), QStringLiteral("VYPUJCKY"),
-                                      QStringLiteral("VRACENI"),   QStringLiteral("IDS")};
+                                      QStringLiteral("VRACENI"),  QStringLiteral("IDS")};
     return names;
 }
 
@@ -52,8 +52,7 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
     if (!hasSqliteHeader(path))
         return fail(OpenResult::NotDatabase, QStringLiteral("%1 is not a database").arg(path));
 
-    QSqlDatabase db =
-        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QString::fromLatin1(ConnectionName));
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QString::fromLatin1(ConnectionName));
     db.setDatabaseName(path);
     db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=200"));
     if (!db.open())
@@ -64,8 +63,7 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
     // Another holder of the file shows as SQLITE_BUSY (5) or SQLITE_LOCKED (6) at the first
     // statement that reads it, which is already the journal-mode pragma.
     auto busyOrFailed = [](const QSqlError &e) {
-        const bool busy =
-            e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
+        const bool busy = e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
         return busy ? OpenResult::Locked : OpenResult::Failed;
     };
     if (!q.exec(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")) ||
@@ -262,8 +260,7 @@ QString jetToSqlite(const QString &jet)
             out += c;
             continue;
         }
-        if (c == QLatin1Char('=') &&
-            jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
+        if (c == QLatin1Char('=') && jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
             out += QLatin1String("IN (");
             i += 6;
             continue;
@@ -288,8 +285,7 @@ QSqlQuery prepareSql(const QString &sql)
 void execPrepared(QSqlQuery &query)
 {
     if (!query.exec())
-        throw DbError(errorText(query.lastError()) + QStringLiteral(" [") + query.lastQuery() +
-                      QLatin1Char(']'));
+        throw DbError(errorText(query.lastError()) + QStringLiteral(" [") + query.lastQuery() + QLatin1Char(']'));
 }
 
 QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)
