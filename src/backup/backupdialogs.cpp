@@ -77,7 +77,7 @@ CBackupDlgBase::CBackupDlgBase(QWidget *parent) : QDialog(parent)
 {
     m_fileName = new QLineEdit(this);
     m_fileName->setReadOnly(true);
-    m_fileName->setMinimumWidth(fontMetrics().averageCharWidth() * 48);
+    m_fileName->setMinimumWidth(fontMetrics().averageCharWidth() * 60);
     m_change = new QPushButton(QString::fromUtf8("Změnit..."), this);
     m_progress = new QProgressBar(this);
     m_progress->setRange(0, 100);
