@@ -47,15 +47,15 @@ void turnEntrySheetToFirstPage()
             entry->setActivePage(0);
 }
 
-// After the dialog: the program ends when the database could not be reopened, and a request to
-// quit that arrived during the copy is passed on now that the database is open again.
+// After the dialog: the program ends when the database could not be reopened (at once, before
+// a view can reach for the closed database), and a request to quit that arrived during the copy
+// is passed on now that the database is open again.
 void passOnTheEnd(BackupOutcome outcome)
 {
     if (outcome == BackupOutcome::Fatal)
-        QMetaObject::invokeMethod(
-            qApp, [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
+        QCoreApplication::exit(1);
     else if (outcome == BackupOutcome::Quit)
-        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+        QCoreApplication::quit();
 }
 
 } // namespace
