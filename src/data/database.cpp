@@ -61,15 +61,17 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
 
     QSqlQuery q(db);
     // Exclusive for as long as the program runs: the probe takes the lock and keeps it.
+    // Another holder of the file shows as SQLITE_BUSY (5) or SQLITE_LOCKED (6) at the first
+    // statement that reads it, which is already the journal-mode pragma.
+    auto busyOrFailed = [](const QSqlError &e) {
+        const bool busy = e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
+        return busy ? OpenResult::Locked : OpenResult::Failed;
+    };
     if (!q.exec(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")) ||
         !q.exec(QStringLiteral("PRAGMA journal_mode=DELETE")))
-        return fail(OpenResult::Failed, errorText(q.lastError()));
-    if (!q.exec(QStringLiteral("BEGIN EXCLUSIVE"))) {
-        const QSqlError e = q.lastError();
-        const bool busy =
-            e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
-        return fail(busy ? OpenResult::Locked : OpenResult::Failed, errorText(e));
-    }
+        return fail(busyOrFailed(q.lastError()), errorText(q.lastError()));
+    if (!q.exec(QStringLiteral("BEGIN EXCLUSIVE")))
+        return fail(busyOrFailed(q.lastError()), errorText(q.lastError()));
     if (!q.exec(QStringLiteral("COMMIT")))
         return fail(OpenResult::Failed, errorText(q.lastError()));
 
