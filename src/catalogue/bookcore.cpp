@@ -5,6 +5,9 @@
 #include "data/recordsets.h"
 #include "data/statements.h"
 
+#include <QCollator>
+#include <QLocale>
+
 BookRow BookRow::fromSet(const CSetKnihy &s)
 {
     BookRow r;
@@ -195,11 +198,25 @@ BookCheck checkBookEntry(const BookTexts &typed, const CorrectedBook *correction
     return ok;
 }
 
+int czechCompare(const QString &a, const QString &b, Qt::CaseSensitivity cs)
+{
+    static const QCollator sensitive = [] {
+        QCollator c{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
+        c.setCaseSensitivity(Qt::CaseSensitive);
+        return c;
+    }();
+    static const QCollator insensitive = [] {
+        QCollator c{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
+        c.setCaseSensitivity(Qt::CaseInsensitive);
+        return c;
+    }();
+    return (cs == Qt::CaseSensitive ? sensitive : insensitive).compare(a, b);
+}
+
 void sortKeywords(QStringList &keywords)
 {
-    std::stable_sort(keywords.begin(), keywords.end(), [](const QString &a, const QString &b) {
-        return QString::localeAwareCompare(a, b) < 0;
-    });
+    std::stable_sort(keywords.begin(), keywords.end(),
+                     [](const QString &a, const QString &b) { return czechCompare(a, b) < 0; });
 }
 
 QStringList keywordsInListOrder(const QString &stored)

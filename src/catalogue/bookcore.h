@@ -121,6 +121,9 @@ BookCheck checkBookEntry(const BookTexts &texts, const CorrectedBook *correction
 // added). The duplicate test ignores letter case.
 int checkNewKeyword(const QString &trimmedKeyword, const QStringList &present);
 
+// Lists of the catalogue sort in Czech order whatever the system's locale is.
+int czechCompare(const QString &a, const QString &b, Qt::CaseSensitivity cs = Qt::CaseSensitive);
+
 // The keyword lists of the pages keep their items in ascending order.
 void sortKeywords(QStringList &keywords);
 QStringList keywordsInListOrder(const QString &stored);

@@ -320,7 +320,7 @@ bool BookForm::fillCategories()
         return false;
     }
     std::stable_sort(items.begin(), items.end(), [](const CategoryItem &a, const CategoryItem &b) {
-        return QString::localeAwareCompare(a.name, b.name) < 0;
+        return czechCompare(a.name, b.name) < 0;
     });
     for (const CategoryItem &i : items)
         category->addItem(i.name, i.id);
@@ -344,7 +344,7 @@ int BookForm::insertCategory(const CategoryItem &item)
     if (!category || item.name.isEmpty())
         return -1;
     int at = 0;
-    while (at < category->count() && QString::localeAwareCompare(category->itemText(at), item.name) <= 0)
+    while (at < category->count() && czechCompare(category->itemText(at), item.name) <= 0)
         ++at;
     category->insertItem(at, item.name, item.id);
     return at;

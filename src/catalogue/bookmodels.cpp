@@ -11,7 +11,7 @@ namespace {
 
 QCollator caseSensitiveCollator()
 {
-    QCollator c;
+    QCollator c{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
     c.setCaseSensitivity(Qt::CaseSensitive);
     return c;
 }
