@@ -249,14 +249,14 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     sg->addWidget(m_lent, 0, 0);
     sg->addWidget(buddy(QStringLiteral("D&ne"), m_lentOn), 0, 1);
     sg->addWidget(m_lentOn, 0, 2);
-    sg->addWidget(buddy(QStringLiteral("Vrátit &do"), m_returnBy), 0, 3);
-    sg->addWidget(m_returnBy, 0, 4);
-    sg->addWidget(buddy(QStringLiteral("Kl&ient"), m_client), 1, 1);
-    sg->addWidget(m_client, 1, 2, 1, 3);
-    sg->addWidget(m_discarded, 2, 0);
-    sg->addWidget(buddy(QStringLiteral("Dn&e"), m_discardedOn), 2, 1);
-    sg->addWidget(m_discardedOn, 2, 2);
-    sg->setColumnStretch(4, 1);
+    sg->addWidget(buddy(QStringLiteral("Vrátit &do"), m_returnBy), 1, 1);
+    sg->addWidget(m_returnBy, 1, 2);
+    sg->addWidget(buddy(QStringLiteral("Kl&ient"), m_client), 2, 1);
+    sg->addWidget(m_client, 2, 2);
+    sg->addWidget(m_discarded, 3, 0);
+    sg->addWidget(buddy(QStringLiteral("Dn&e"), m_discardedOn), 3, 1);
+    sg->addWidget(m_discardedOn, 3, 2);
+    sg->setColumnStretch(2, 1);
 
     m_history = makeList(this);
     m_history->setObjectName(QStringLiteral("history"));
@@ -265,7 +265,9 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
 
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(top);
-    m_form->outer->insertWidget(1, state);
+    m_form->right->addWidget(state);
+    m_form->keywordView->setMinimumHeight(70);
+    m_form->annotation->setMinimumHeight(50);
     layout->addWidget(historyLabel);
     layout->addWidget(m_history, 1);
     QDialogButtonBox *box = okCancel(this, false);
@@ -300,10 +302,13 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     const int widths[LoanHistoryModel::ColumnCount] = {75, 75, 141, 75, 75, 75};
     for (int c = 0; c < LoanHistoryModel::ColumnCount; ++c)
         m_history->setColumnWidth(c, widths[c]);
+    for (int c = 0; c < LoanHistoryModel::ColumnCount; ++c)
+        m_history->setColumnWidth(c, qMax(widths[c], m_history->horizontalHeader()->sectionSizeHint(c)));
+    m_history->horizontalHeader()->setStretchLastSection(true);
     sortAscendingOnClick(m_history);
-    m_history->setMinimumHeight(110);
+    m_history->setMinimumHeight(120);
     m_form->keywordView->setColumnWidth(0, 184);
-    resize(sizeHint().expandedTo(QSize(640, 0)));
+    resize(sizeHint().expandedTo(QSize(660, 0)));
 }
 
 void showBookDetails(QWidget *parent, qint32 bookId)

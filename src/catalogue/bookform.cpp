@@ -155,6 +155,9 @@ BookForm::BookForm(QWidget *owner, Mode mode) : QObject(owner), m_owner(owner), 
     right->addWidget(annLabel);
     right->addWidget(annotation, 1);
 
+    // The fields keep their natural height; what is left goes below them.
+    grid->setRowStretch(m_rows + 2, 1);
+
     buttons = new QHBoxLayout;
     buttons->addStretch(1);
     outer->addLayout(buttons);

@@ -752,6 +752,9 @@ void TestCataloguePages::screenshots()
     QVERIFY(view.activePageAs<CPageProhlizeni>()->showBook(book));
     QVERIFY(view.sheet()->grab().save(dir + QStringLiteral("/prohlizeni.png")));
     qInfo("sheet %dx%d", view.sheet()->width(), view.sheet()->height());
+    for (int i = 0; i < 6; ++i)
+        qInfo("page %d hint %dx%d min %dx%d", i, view.page(i)->sizeHint().width(), view.page(i)->sizeHint().height(),
+              view.page(i)->minimumSizeHint().width(), view.page(i)->minimumSizeHint().height());
 
     CBookDetailsDialog details(book);
     details.show();
