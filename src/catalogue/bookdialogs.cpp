@@ -15,6 +15,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStyle>
 #include <QTableView>
@@ -249,14 +250,16 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     sg->addWidget(m_lent, 0, 0);
     sg->addWidget(buddy(QStringLiteral("D&ne"), m_lentOn), 0, 1);
     sg->addWidget(m_lentOn, 0, 2);
-    sg->addWidget(buddy(QStringLiteral("Vrátit &do"), m_returnBy), 1, 1);
-    sg->addWidget(m_returnBy, 1, 2);
-    sg->addWidget(buddy(QStringLiteral("Kl&ient"), m_client), 2, 1);
-    sg->addWidget(m_client, 2, 2);
-    sg->addWidget(m_discarded, 3, 0);
-    sg->addWidget(buddy(QStringLiteral("Dn&e"), m_discardedOn), 3, 1);
-    sg->addWidget(m_discardedOn, 3, 2);
-    sg->setColumnStretch(2, 1);
+    sg->addWidget(buddy(QStringLiteral("Vrátit &do"), m_returnBy), 0, 3);
+    sg->addWidget(m_returnBy, 0, 4);
+    sg->addWidget(buddy(QStringLiteral("Kl&ient"), m_client), 0, 5);
+    sg->addWidget(m_client, 0, 6);
+    sg->addWidget(m_discarded, 1, 0);
+    sg->addWidget(buddy(QStringLiteral("Dn&e"), m_discardedOn), 1, 1);
+    sg->addWidget(m_discardedOn, 1, 2);
+    sg->setColumnStretch(6, 1);
+    for (CRvEdit *e : {m_lentOn, m_returnBy, m_discardedOn})
+        e->setMaximumWidth(e->fontMetrics().horizontalAdvance(QStringLiteral("00. 00.0000")) + 16);
 
     m_history = makeList(this);
     m_history->setObjectName(QStringLiteral("history"));
@@ -265,7 +268,7 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
 
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(top);
-    m_form->right->addWidget(state);
+    m_form->outer->insertWidget(1, state);
     m_form->keywordView->setMinimumHeight(70);
     m_form->annotation->setMinimumHeight(50);
     layout->addWidget(historyLabel);

@@ -136,7 +136,9 @@ BookForm::BookForm(QWidget *owner, Mode mode) : QObject(owner), m_owner(owner), 
     keywordView->verticalHeader()->setDefaultSectionSize(keywordView->fontMetrics().height() + 4);
     keywordView->horizontalHeader()->setStretchLastSection(true);
     keywordView->setColumnWidth(0, 194);
-    keywordView->setMinimumHeight(90);
+    // The lists take the room the fields leave; their own preferred size would set the page's.
+    keywordView->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    keywordView->setMinimumSize(200, 90);
     if (!edit) {
         auto *label = new QLabel(QStringLiteral("Klíčová s&lova"), owner);
         label->setBuddy(keywordView);
@@ -148,7 +150,8 @@ BookForm::BookForm(QWidget *owner, Mode mode) : QObject(owner), m_owner(owner), 
     annotation->setObjectName(QStringLiteral("annotation"));
     annotation->setTabChangesFocus(true);
     annotation->setReadOnly(!edit);
-    annotation->setMinimumHeight(70);
+    annotation->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    annotation->setMinimumSize(200, 70);
     annotation->installEventFilter(this);
     auto *annLabel = new QLabel(edit ? QStringLiteral("Ano&tace *") : QStringLiteral("Ano&tace"), owner);
     annLabel->setBuddy(annotation);
