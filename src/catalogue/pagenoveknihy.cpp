@@ -43,6 +43,8 @@ CPageNoveknihy::CPageNoveknihy(QWidget *parent) : CEntryPage(parent)
         connect(e, &CRvEdit::historyRequested, this, [this, e] { historyRequested(e); });
     connect(m_form, &BookForm::annotationHistoryRequested, this,
             [this] { historyRequested(m_form->annotation); });
+    setTabOrder(m_form->category, m_newCategory);
+    setTabOrder(m_newCategory, m_form->publisher);
     setTabOrder(m_form->price, m_form->newKeyword);
     clearPage(false);
 }

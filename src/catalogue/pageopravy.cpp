@@ -73,6 +73,9 @@ CPageOpravy::CPageOpravy(QWidget *parent) : CEntryPage(parent)
         connect(e, &CRvEdit::historyRequested, this, [this, e] { historyRequested(e); });
     connect(m_form, &BookForm::annotationHistoryRequested, this,
             [this] { historyRequested(m_form->annotation); });
+    setTabOrder(m_form->code, m_load);
+    setTabOrder(m_load, m_pick);
+    setTabOrder(m_pick, m_form->accession);
     setTabOrder(m_form->price, m_form->newKeyword);
     clearPage(false);
 }
