@@ -269,9 +269,9 @@ void TestBookCore::checksOfCorrection()
     TestLibrary lib;
     QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
-    TestLibrary::BookSpec spec(QStringLiteral("K100"));
-    spec.accession = 100;
-    const qint32 own = lib.addBook(spec);
+    TestLibrary::BookSpec sample(QStringLiteral("K100"));
+    sample.accession = 100;
+    const qint32 own = lib.addBook(sample);
     TestLibrary::BookSpec old(QStringLiteral("D1"));
     old.accession = 7;
     old.discarded = true;
@@ -332,10 +332,10 @@ void TestBookCore::correctingBooks()
     QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 second = lib.addCategory(QStringLiteral("Poezie"));
-    TestLibrary::BookSpec spec(QStringLiteral("K1"));
-    spec.accession = 10;
-    spec.keywords = QStringLiteral("~b~~a~");
-    const qint32 id = lib.addBook(spec);
+    TestLibrary::BookSpec sample(QStringLiteral("K1"));
+    sample.accession = 10;
+    sample.keywords = QStringLiteral("~b~~a~");
+    const qint32 id = lib.addBook(sample);
     const qint32 client = lib.addClient(QStringLiteral("15"));
     const qint32 loan = lib.lend({id}, client, 20260301);
     QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 10);

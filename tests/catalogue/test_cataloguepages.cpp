@@ -82,9 +82,9 @@ void TestCataloguePages::newBooksPage()
     const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
     const qint32 beletrie = lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Skryté"), false);
-    TestLibrary::BookSpec spec(QStringLiteral("OLD"));
-    spec.accession = 41;
-    lib.addBook(spec);
+    TestLibrary::BookSpec sample(QStringLiteral("OLD"));
+    sample.accession = 41;
+    lib.addBook(sample);
     MessageRecorder rec;
 
     CPageNoveknihy page;
@@ -265,10 +265,10 @@ void TestCataloguePages::correctionsPage()
     QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
-    TestLibrary::BookSpec spec(QStringLiteral("K1"));
-    spec.accession = 10;
-    spec.keywords = QStringLiteral("~b~~a~");
-    const qint32 id = lib.addBook(spec);
+    TestLibrary::BookSpec sample(QStringLiteral("K1"));
+    sample.accession = 10;
+    sample.keywords = QStringLiteral("~b~~a~");
+    const qint32 id = lib.addBook(sample);
     TestLibrary::BookSpec gone(QStringLiteral("OLD"));
     gone.discarded = true;
     lib.addBook(gone);
@@ -653,9 +653,9 @@ void TestCataloguePages::bookDetailsDialog()
     TestLibrary lib;
     QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
-    TestLibrary::BookSpec spec(QStringLiteral("K1"));
-    spec.keywords = QStringLiteral("~venkov~~Čechy~");
-    const qint32 book = lib.addBook(spec);
+    TestLibrary::BookSpec sample(QStringLiteral("K1"));
+    sample.keywords = QStringLiteral("~venkov~~Čechy~");
+    const qint32 book = lib.addBook(sample);
     const qint32 jan = lib.addClient(QStringLiteral("15"), QStringLiteral("Jan"), QStringLiteral("Novák"));
     const qint32 eva = lib.addClient(QStringLiteral("7"), QStringLiteral("Eva"), QStringLiteral("Adamová"));
     lib.lend({book}, jan, 20260101, 20260110);
@@ -723,9 +723,9 @@ void TestCataloguePages::screenshots()
     QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Poezie"));
-    TestLibrary::BookSpec spec(QStringLiteral("K1"));
-    spec.keywords = QStringLiteral("~Čechy~~venkov~");
-    const qint32 book = lib.addBook(spec);
+    TestLibrary::BookSpec sample(QStringLiteral("K1"));
+    sample.keywords = QStringLiteral("~Čechy~~venkov~");
+    const qint32 book = lib.addBook(sample);
     for (int n = 2; n <= 12; ++n)
         lib.addBook(
             TestLibrary::BookSpec(QStringLiteral("K%1").arg(n)).withTitle(QStringLiteral("Kniha %1").arg(n)));
