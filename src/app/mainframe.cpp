@@ -43,6 +43,8 @@ CMainFrame::CMainFrame(QWidget *parent) : QMainWindow(parent)
 
 CMainFrame::~CMainFrame()
 {
+    // Closing a shown frame moves the focus; by then the frame is no longer one to update.
+    disconnect(qApp, nullptr, this, nullptr);
     if (s_frame == this)
         s_frame = nullptr;
 }
@@ -265,6 +267,11 @@ bool CMainFrame::switchView(const ViewSwitchRequest &request)
     }
     if (!target->enterView(request)) {
         QApplication::restoreOverrideCursor();
+        // A search view that cannot be prepared is dropped and the entry view shown instead.
+        if (request.target == ViewSwitchRequest::SearchView) {
+            destroyView(request.target);
+            switchView(ViewSwitchRequest{});
+        }
         return false;
     }
     const bool leavingReport = previous && previous->viewTarget() == ViewSwitchRequest::ReportView &&

@@ -1,6 +1,179 @@
 #include "catalogue/pagenoveknihy.h"
 
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/mainframe.h"
+#include "app/messages.h"
+#include "app/rvedit.h"
+#include "catalogue/bookform.h"
+#include "catalogue/bookmodels.h"
+#include "data/database.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QStyle>
+
 CPageNoveknihy::CPageNoveknihy(QWidget *parent) : CEntryPage(parent)
 {
-    setMinimumSize(640, 470);
+    m_form = new BookForm(this, BookForm::Mode::Edit);
+    m_newCategory = new QPushButton(QStringLiteral("Nová kategorie"), this);
+    m_newCategory->setObjectName(QStringLiteral("newCategory"));
+    m_form->grid->addWidget(m_newCategory, m_form->gridRowOf(BookField::Category), 2);
+    m_ok = new QPushButton(QStringLiteral("  OK"), this);
+    m_ok->setObjectName(QStringLiteral("ok"));
+    m_ok->setIcon(style()->standardIcon(QStyle::SP_DialogOkButton));
+    m_cancel = new QPushButton(QStringLiteral("  Storno"), this);
+    m_cancel->setObjectName(QStringLiteral("cancel"));
+    m_cancel->setIcon(style()->standardIcon(QStyle::SP_DialogCancelButton));
+    m_form->buttons->addWidget(m_ok);
+    m_form->buttons->addWidget(m_cancel);
+
+    connect(m_ok, &QPushButton::clicked, this, [this] { save(); });
+    connect(m_cancel, &QPushButton::clicked, this, &CPageNoveknihy::reset);
+    connect(m_newCategory, &QPushButton::clicked, this, [] {
+        if (CMainFrame *frame = CMainFrame::instance())
+            frame->runCommand(Cmd::NewCategory);
+    });
+    for (CRvEdit *e : {m_form->code, m_form->accession, m_form->date, m_form->title, m_form->author,
+                       m_form->publisher, m_form->year, m_form->pages, m_form->price, m_form->newKeyword})
+        connect(e, &CRvEdit::historyRequested, this, [this, e] { historyRequested(e); });
+    connect(m_form, &BookForm::annotationHistoryRequested, this,
+            [this] { historyRequested(m_form->annotation); });
+    setTabOrder(m_form->category, m_newCategory);
+    setTabOrder(m_newCategory, m_form->publisher);
+    setTabOrder(m_form->price, m_form->newKeyword);
+    clearPage(false);
+}
+
+void CPageNoveknihy::onActivate()
+{
+    m_form->fillCategories();
+    proposeAccession();
+    m_form->code->setFocus();
+}
+
+void CPageNoveknihy::onDeactivate()
+{
+    clearPage(true);
+}
+
+void CPageNoveknihy::categoriesChanged()
+{
+    // Names may have been renamed or hidden: offer the list as it stands now, keeping the choice.
+    const QVariant chosen = m_form->category->currentData();
+    m_form->fillCategories();
+    if (chosen.isValid())
+        m_form->category->setCurrentIndex(m_form->category->findData(chosen));
+}
+
+void CPageNoveknihy::categoryAdded(qint32 id, const QString &name)
+{
+    const int at = m_form->insertCategory(CategoryItem{id, name});
+    if (at < 0) {
+        showMessage(7);
+        return;
+    }
+    m_form->category->setCurrentIndex(at);
+    m_form->publisher->setFocus();
+}
+
+void CPageNoveknihy::clearPage(bool full)
+{
+    m_form->clearFields(dateText(today()), false);
+    if (full)
+        m_form->clearCategories();
+    m_form->code->setFocus();
+}
+
+void CPageNoveknihy::proposeAccession()
+{
+    try {
+        m_form->accession->setText(QString::asprintf("%d", suggestedAccession()));
+    } catch (const DbError &) {
+        showMessage(31);
+    }
+}
+
+void CPageNoveknihy::reset()
+{
+    clearPage(true);
+    m_form->fillCategories();
+    proposeAccession();
+    m_form->code->setFocus();
+}
+
+bool CPageNoveknihy::save()
+{
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const BookCheck check = checkBookEntry(m_form->texts());
+    QApplication::restoreOverrideCursor();
+    if (!check.ok()) {
+        showMessage(check.message);
+        if (QWidget *w = m_form->widgetFor(check.field))
+            w->setFocus();
+        return false;
+    }
+    const BookEntry &e = check.entry;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    try {
+        addBook(e);
+    } catch (const DbError &) {
+        QApplication::restoreOverrideCursor();
+        showMessage(34);
+        m_form->code->setFocus();
+        return false;
+    }
+    QApplication::restoreOverrideCursor();
+
+    InputHistory &h = AppState::instance().history;
+    h.remember(e.code, 9);
+    h.remember(QString::asprintf("%d", e.accession), 10);
+    h.remember(e.title, 11);
+    h.remember(e.author, 12);
+    h.remember(dateText(e.acquired), 13);
+    h.remember(QString::asprintf("%.2f", double(e.price)), 14);
+    h.remember(e.hasYear ? QString::asprintf("%d", e.year) : QString(), 15);
+    h.remember(e.hasPublisher ? e.publisher : QString(), 16);
+    h.remember(e.hasPages ? QString::asprintf("%d", e.pages) : QString(), 17);
+    h.remember(e.hasAnnotation ? e.annotation : QString(), 18);
+    h.remember(e.hasKeywords ? e.keywords : QString(), 37);
+
+    clearPage(false);
+    m_form->accession->setText(QString::asprintf("%d", e.accession + 1));
+    m_form->code->setFocus();
+    return true;
+}
+
+int CPageNoveknihy::historySlot(const QWidget *edit) const
+{
+    const std::pair<const QWidget *, int> slotMap[] = {
+        {m_form->code, 9},   {m_form->accession, 10},  {m_form->title, 11},     {m_form->author, 12},
+        {m_form->date, 13},  {m_form->price, 14},      {m_form->year, 15},      {m_form->publisher, 16},
+        {m_form->pages, 17}, {m_form->annotation, 18}, {m_form->newKeyword, 37}};
+    for (const auto &[w, slot] : slotMap)
+        if (w == edit)
+            return slot;
+    return 0;
+}
+
+bool CPageNoveknihy::insertHistory(CRvEdit *edit)
+{
+    if (edit != m_form->newKeyword)
+        return false;
+    m_form->refillKeywords(AppState::instance().history.recall(37));
+    edit->clear();
+    return true;
+}
+
+void CPageNoveknihy::historyRequested(QWidget *edit)
+{
+    if (!edit->isEnabled())
+        return;
+    if (auto *rv = qobject_cast<CRvEdit *>(edit); rv && insertHistory(rv))
+        return;
+    BookForm::putHistory(edit, historySlot(edit));
 }

@@ -1,6 +1,339 @@
 #include "catalogue/pageopravy.h"
 
+#include "app/appstate.h"
+#include "app/messages.h"
+#include "app/rvedit.h"
+#include "catalogue/bookdialogs.h"
+#include "catalogue/bookform.h"
+#include "catalogue/bookmodels.h"
+#include "data/checks.h"
+#include "data/database.h"
+#include "data/statements.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QStyle>
+
+namespace {
+
+// Wait cursor for the length of a block.
+struct WaitCursor
+{
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    Q_DISABLE_COPY_MOVE(WaitCursor)
+};
+
+} // namespace
+
 CPageOpravy::CPageOpravy(QWidget *parent) : CEntryPage(parent)
 {
-    setMinimumSize(640, 470);
+    m_form = new BookForm(this, BookForm::Mode::Edit);
+    m_load = new QPushButton(QStringLiteral("OK"), this);
+    m_load->setObjectName(QStringLiteral("load"));
+    m_pick = new QPushButton(QStringLiteral("Nalistovat..."), this);
+    m_pick->setObjectName(QStringLiteral("pick"));
+    // The code field shares its row with the two buttons that load a book.
+    auto *codeRow = new QHBoxLayout;
+    const int row = m_form->gridRowOf(BookField::Code);
+    m_form->grid->removeWidget(m_form->code);
+    codeRow->addWidget(m_form->code, 1);
+    codeRow->addWidget(m_load);
+    codeRow->addWidget(m_pick);
+    m_form->grid->addLayout(codeRow, row, 1, 1, 2);
+
+    m_correct = new QPushButton(QStringLiteral("  Opravit"), this);
+    m_correct->setObjectName(QStringLiteral("correct"));
+    m_correct->setIcon(style()->standardIcon(QStyle::SP_DialogSaveButton));
+    m_restore = new QPushButton(QStringLiteral("    Původní"), this);
+    m_restore->setObjectName(QStringLiteral("restore"));
+    m_restore->setIcon(style()->standardIcon(QStyle::SP_DialogResetButton));
+    m_delete = new QPushButton(QStringLiteral("  Vymazat"), this);
+    m_delete->setObjectName(QStringLiteral("delete"));
+    m_delete->setIcon(style()->standardIcon(QStyle::SP_TrashIcon));
+    m_cancel = new QPushButton(QStringLiteral("  Storno"), this);
+    m_cancel->setObjectName(QStringLiteral("cancel"));
+    m_cancel->setIcon(style()->standardIcon(QStyle::SP_DialogCancelButton));
+    for (QPushButton *b : {m_correct, m_restore, m_delete, m_cancel})
+        m_form->buttons->addWidget(b);
+
+    connect(m_load, &QPushButton::clicked, this, [this] { load(); });
+    connect(m_form->code, &CRvEdit::enterPressed, this, [this] { load(); });
+    connect(m_pick, &QPushButton::clicked, this, &CPageOpravy::pick);
+    connect(m_correct, &QPushButton::clicked, this, [this] { correct(); });
+    connect(m_restore, &QPushButton::clicked, this, &CPageOpravy::restore);
+    connect(m_delete, &QPushButton::clicked, this, [this] { remove(); });
+    connect(m_cancel, &QPushButton::clicked, this, &CPageOpravy::reset);
+    for (CRvEdit *e : {m_form->code, m_form->accession, m_form->date, m_form->title, m_form->author,
+                       m_form->publisher, m_form->year, m_form->pages, m_form->price, m_form->newKeyword})
+        connect(e, &CRvEdit::historyRequested, this, [this, e] { historyRequested(e); });
+    connect(m_form, &BookForm::annotationHistoryRequested, this,
+            [this] { historyRequested(m_form->annotation); });
+    setTabOrder(m_form->code, m_load);
+    setTabOrder(m_load, m_pick);
+    setTabOrder(m_pick, m_form->accession);
+    setTabOrder(m_form->price, m_form->newKeyword);
+    clearPage(false);
+}
+
+void CPageOpravy::onActivate()
+{
+    m_form->fillCategories();
+    clearPage(false);
+}
+
+void CPageOpravy::onDeactivate()
+{
+    clearPage(true);
+}
+
+void CPageOpravy::reset()
+{
+    clearPage(true);
+    m_form->fillCategories();
+    m_form->code->setFocus();
+}
+
+void CPageOpravy::clearPage(bool full)
+{
+    m_bookId = -1;
+    m_loanId = -1;
+    m_loaded = BookEntry();
+    m_loadedComboIndex = -1;
+    m_form->clearFields(QString(), true);
+    if (full)
+        m_form->clearCategories();
+    m_form->setDataEnabled(false);
+    for (QPushButton *b : {m_correct, m_restore, m_delete})
+        b->setEnabled(false);
+    m_form->code->setFocus();
+}
+
+bool CPageOpravy::load()
+{
+    const QString code = m_form->code->text().trimmed();
+    if (code.isEmpty()) {
+        showMessage(40);
+        m_form->code->setFocus();
+        return false;
+    }
+    if (hasForbiddenChars(code)) {
+        showMessage(119);
+        m_form->code->setFocus();
+        return false;
+    }
+    std::optional<BookRow> row;
+    std::optional<QString> category;
+    try {
+        WaitCursor wait;
+        row = findBookInUse(code);
+        if (row)
+            category = categoryName(row->category);
+    } catch (const DbError &) {
+        showMessage(42);
+        clearPage(false);
+        return false;
+    }
+    if (!row) {
+        showMessage(41);
+        m_form->code->setFocus();
+        return false;
+    }
+    const int comboIndex = category ? m_form->category->findText(*category, Qt::MatchStartsWith) : -1;
+    if (comboIndex < 0) {
+        showMessage(43);
+        clearPage(false);
+        return false;
+    }
+    m_loaded = BookEntry::fromRow(*row);
+    m_bookId = row->id;
+    m_loanId = row->loan;
+    m_loadedComboIndex = comboIndex;
+    m_form->showEntry(m_loaded);
+    m_form->category->setCurrentIndex(comboIndex);
+    m_form->setDataEnabled(true);
+    for (QPushButton *b : {m_correct, m_restore, m_delete})
+        b->setEnabled(true);
+    m_form->title->setFocus();
+    return true;
+}
+
+void CPageOpravy::pick()
+{
+    const std::optional<PickedBook> chosen =
+        pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné opravovat."),
+                 QString::fromLatin1(Stmt::PickNotDiscarded));
+    if (!chosen)
+        return;
+    m_form->code->setText(chosen->code);
+    load();
+}
+
+bool CPageOpravy::correct()
+{
+    if (!isLoaded())
+        return false;
+    const CorrectedBook book{m_bookId, m_loaded.accession, m_loanId};
+    BookCheck check;
+    {
+        WaitCursor wait;
+        check = checkBookEntry(m_form->texts(), &book);
+    }
+    if (!check.ok()) {
+        showMessage(check.message);
+        if (QWidget *w = m_form->widgetFor(check.field))
+            w->setFocus();
+        return false;
+    }
+    const BookEntry &e = check.entry;
+    if (e.sameAs(m_loaded)) {
+        clearPage(false);
+        return false;
+    }
+    try {
+        WaitCursor wait;
+        if (!correctBook(m_bookId, e)) {
+            showMessage(42);
+            clearPage(false);
+            return false;
+        }
+    } catch (const DbError &) {
+        // Rolled back: the page keeps the book and what was typed.
+        showMessage(42);
+        return false;
+    }
+    InputHistory &h = AppState::instance().history;
+    h.remember(e.code, 27);
+    h.remember(QString::asprintf("%d", e.accession), 28);
+    h.remember(e.title, 29);
+    h.remember(e.author, 30);
+    h.remember(dateText(e.acquired), 31);
+    h.remember(QString::asprintf("%.2f", double(e.price)), 32);
+    h.remember(e.hasYear ? QString::asprintf("%d", e.year) : QString(), 33);
+    h.remember(e.hasPublisher ? e.publisher : QString(), 34);
+    h.remember(e.hasPages ? QString::asprintf("%d", e.pages) : QString(), 35);
+    h.remember(e.hasAnnotation ? e.annotation : QString(), 36);
+    h.remember(e.hasKeywords ? e.keywords : QString(), 38);
+    clearPage(false);
+    return true;
+}
+
+void CPageOpravy::restore()
+{
+    if (!isLoaded())
+        return;
+    m_form->showEntry(m_loaded);
+    m_form->category->setCurrentIndex(m_loadedComboIndex);
+    m_form->code->setFocus();
+}
+
+bool CPageOpravy::remove()
+{
+    if (!isLoaded())
+        return false;
+    const int answer = RvMessageBox(
+        QString(),
+        QStringLiteral("Pozor, skutečně chcete vymazat tuto knihu včetně všech jejich případných výpůjček?"),
+        MessageKind::Question, ButtonsYesNoIrreversible);
+    if (answer != ResultYes)
+        return false;
+    try {
+        WaitCursor wait;
+        if (!deleteBook(m_bookId)) {
+            showMessage(42);
+            clearPage(false);
+            return false;
+        }
+    } catch (const DbError &) {
+        showMessage(42);
+        return false;
+    }
+    clearPage(false);
+    return true;
+}
+
+void CPageOpravy::categoriesChanged()
+{
+    // Names may have changed too: take the list as it stands now.
+    const QVariant chosen = m_form->category->currentData();
+    m_form->fillCategories();
+    if (!isLoaded()) {
+        m_form->category->setCurrentIndex(-1);
+        return;
+    }
+    m_form->category->setCurrentIndex(chosen.isValid() ? m_form->category->findData(chosen) : -1);
+    std::optional<BookRow> row;
+    std::optional<QString> name;
+    try {
+        row = findBookById(m_bookId);
+        if (row)
+            name = categoryName(row->category);
+    } catch (const DbError &) {
+        showMessage(42);
+        return;
+    }
+    const int index = name ? m_form->category->findText(*name, Qt::MatchStartsWith) : -1;
+    if (!row || index < 0) {
+        showMessage(43);
+        clearPage(false);
+        return;
+    }
+    m_loaded.category = row->category;
+    m_loadedComboIndex = index;
+    m_form->category->setCurrentIndex(index);
+}
+
+void CPageOpravy::categoryAdded(qint32 id, const QString &name)
+{
+    QWidget *focus = QApplication::focusWidget();
+    const int at = m_form->insertCategory(CategoryItem{id, name});
+    if (at < 0) {
+        showMessage(7);
+        return;
+    }
+    // The snapshot's index moves with the insertion.
+    if (m_loadedComboIndex >= at)
+        ++m_loadedComboIndex;
+    if (isLoaded()) {
+        m_form->category->setCurrentIndex(at);
+        m_form->publisher->setFocus();
+    } else {
+        m_form->category->setCurrentIndex(-1);
+        if (focus)
+            focus->setFocus();
+    }
+}
+
+int CPageOpravy::historySlot(const QWidget *edit) const
+{
+    const std::pair<const QWidget *, int> slotMap[] = {
+        {m_form->code, 27},  {m_form->accession, 28},  {m_form->title, 29},     {m_form->author, 30},
+        {m_form->date, 31},  {m_form->price, 32},      {m_form->year, 33},      {m_form->publisher, 34},
+        {m_form->pages, 35}, {m_form->annotation, 36}, {m_form->newKeyword, 38}};
+    for (const auto &[w, slot] : slotMap)
+        if (w == edit)
+            return slot;
+    return 0;
+}
+
+bool CPageOpravy::insertHistory(CRvEdit *edit)
+{
+    if (edit != m_form->newKeyword)
+        return false;
+    m_form->refillKeywords(AppState::instance().history.recall(38));
+    edit->clear();
+    return true;
+}
+
+void CPageOpravy::historyRequested(QWidget *edit)
+{
+    if (!edit->isEnabled())
+        return;
+    if (auto *rv = qobject_cast<CRvEdit *>(edit); rv && insertHistory(rv))
+        return;
+    BookForm::putHistory(edit, historySlot(edit));
 }

@@ -1,7 +1,13 @@
 #pragma once
 
+#include "catalogue/bookcore.h"
 #include "circulation/entrypage.h"
 
+class BookForm;
+class QPushButton;
+
+// "Opravy": loads one book in use by its code, writes corrections back, restores the loaded
+// values, or deletes the book with its whole loan and return history.
 class CPageOpravy final : public CEntryPage
 {
     Q_OBJECT
@@ -9,4 +15,41 @@ class CPageOpravy final : public CEntryPage
 public:
     explicit CPageOpravy(QWidget *parent = nullptr);
     QString tabTitle() const override { return QStringLiteral("Opravy"); }
+
+    void onActivate() override;
+    void onDeactivate() override;
+    void categoriesChanged() override;
+    int historySlot(const QWidget *edit) const override;
+    bool insertHistory(CRvEdit *edit) override;
+
+    // A category was created while this page is active.
+    void categoryAdded(qint32 id, const QString &name);
+
+    bool load();    // "OK" beside the code
+    void pick();    // "Nalistovat..."
+    bool correct(); // "  Opravit": true when the book was written
+    void restore(); // "    Původní"
+    bool remove();  // "  Vymazat": true when the book was deleted
+    void reset();   // "  Storno"
+
+    bool isLoaded() const { return m_bookId != -1; }
+    qint32 loadedBookId() const { return m_bookId; }
+    BookForm *form() const { return m_form; }
+
+private:
+    void clearPage(bool full);
+    void historyRequested(QWidget *edit);
+
+    BookForm *m_form = nullptr;
+    QPushButton *m_load = nullptr;
+    QPushButton *m_pick = nullptr;
+    QPushButton *m_correct = nullptr;
+    QPushButton *m_restore = nullptr;
+    QPushButton *m_delete = nullptr;
+    QPushButton *m_cancel = nullptr;
+
+    qint32 m_bookId = -1;
+    qint32 m_loanId = -1;
+    BookEntry m_loaded; // the book as loaded
+    int m_loadedComboIndex = -1;
 };

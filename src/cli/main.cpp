@@ -7,6 +7,7 @@
 int cmdInit(const QStringList &args);
 int cmdDemo(const QStringList &args);
 int cmdCheck(const QStringList &args);
+int cmdBackup(const QStringList &args);
 
 namespace {
 
@@ -14,6 +15,7 @@ const CliCommandEntry Commands[] = {
     {"init", "init [--data-dir DIR]", cmdInit},
     {"demo", "demo [--data-dir DIR] [--books N] [--clients N] [--seed S]", cmdDemo},
     {"check", "check [--data-dir DIR]", cmdCheck},
+    {"backup", "backup export|import FILE [--data-dir DIR] [--overwrite]", cmdBackup},
 };
 
 int usage()

@@ -93,6 +93,13 @@ void likeFunction(sqlite3_context *ctx, int argc, sqlite3_value **argv)
     sqlite3_result_int(ctx, match(*pattern, t, esc) ? 1 : 0);
 }
 
+int compareFolded(void *, int lengthA, const void *a, int lengthB, const void *b)
+{
+    const QString fa = QString::fromUtf8(static_cast<const char *>(a), lengthA).toCaseFolded();
+    const QString fb = QString::fromUtf8(static_cast<const char *>(b), lengthB).toCaseFolded();
+    return fa.compare(fb);
+}
+
 } // namespace
 
 bool registerCzechLike(QSqlDatabase &db)
@@ -104,7 +111,9 @@ bool registerCzechLike(QSqlDatabase &db)
     if (!handle)
         return false;
     const int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
-    return sqlite3_create_function_v2(handle, "like", 2, flags, nullptr, likeFunction, nullptr, nullptr,
+    return sqlite3_create_collation_v2(handle, "CZNOCASE", SQLITE_UTF8, nullptr, compareFolded, nullptr) ==
+               SQLITE_OK &&
+           sqlite3_create_function_v2(handle, "like", 2, flags, nullptr, likeFunction, nullptr, nullptr,
                                       nullptr) == SQLITE_OK &&
            sqlite3_create_function_v2(handle, "like", 3, flags, nullptr, likeFunction, nullptr, nullptr,
                                       nullptr) == SQLITE_OK;

@@ -5,6 +5,7 @@
 
 // Replaces SQLite's LIKE on the connection by one that ignores letter case for every letter
 // (Č and č, Ř and ř, ...), as the librarian expects, not only for ASCII.
+// Also registers the collation CZNOCASE, which compares texts ignoring the case of every letter.
 bool registerCzechLike(QSqlDatabase &db);
 
 // The same matching, for code that compares outside a statement: % any run, _ one character.

@@ -61,15 +61,17 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
 
     QSqlQuery q(db);
     // Exclusive for as long as the program runs: the probe takes the lock and keeps it.
+    // Another holder of the file shows as SQLITE_BUSY (5) or SQLITE_LOCKED (6) at the first
+    // statement that reads it, which is already the journal-mode pragma.
+    auto busyOrFailed = [](const QSqlError &e) {
+        const bool busy = e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
+        return busy ? OpenResult::Locked : OpenResult::Failed;
+    };
     if (!q.exec(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")) ||
         !q.exec(QStringLiteral("PRAGMA journal_mode=DELETE")))
-        return fail(OpenResult::Failed, errorText(q.lastError()));
-    if (!q.exec(QStringLiteral("BEGIN EXCLUSIVE"))) {
-        const QSqlError e = q.lastError();
-        const bool busy =
-            e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
-        return fail(busy ? OpenResult::Locked : OpenResult::Failed, errorText(e));
-    }
+        return fail(busyOrFailed(q.lastError()), errorText(q.lastError()));
+    if (!q.exec(QStringLiteral("BEGIN EXCLUSIVE")))
+        return fail(busyOrFailed(q.lastError()), errorText(q.lastError()));
     if (!q.exec(QStringLiteral("COMMIT")))
         return fail(OpenResult::Failed, errorText(q.lastError()));
 
@@ -225,49 +227,75 @@ void Transaction::commit()
 QString jetToSqlite(const QString &jet)
 {
     QString out;
-    out.reserve(jet.size() + 8);
-    bool inString = false;
-    bool likePattern = false; // inside the quoted pattern right after LIKE
-    const int n = int(jet.size());
-    for (int i = 0; i < n; ++i) {
+    out.reserve(jet.size() + 16);
+    const qsizetype n = jet.size();
+    for (qsizetype i = 0; i < n; ++i) {
         const QChar c = jet.at(i);
-        if (inString) {
-            if (c == QLatin1Char('\'')) {
-                if (i + 1 < n && jet.at(i + 1) == QLatin1Char('\'')) {
-                    out += QLatin1String("''");
-                    ++i;
-                    continue;
-                }
-                inString = false;
-                likePattern = false;
-                out += c;
-                continue;
-            }
-            if (likePattern && c == QLatin1Char('*'))
-                out += QLatin1Char('%');
-            else if (likePattern && c == QLatin1Char('?'))
-                out += QLatin1Char('_');
-            else
-                out += c;
-            continue;
-        }
-        if (c == QLatin1Char('\'')) {
-            inString = true;
-            // A pattern is the string that follows the keyword LIKE.
-            const QString before = out.trimmed();
-            likePattern = before.endsWith(QLatin1String("LIKE"), Qt::CaseInsensitive);
-            out += c;
-            continue;
-        }
-        if (c == QLatin1Char('=') &&
-            jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
+        if (c == QLatin1Char('=') && jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
             out += QLatin1String("IN (");
             i += 6;
             continue;
         }
-        out += c;
+        if (c != QLatin1Char('\'')) {
+            out += c;
+            continue;
+        }
+        // A quoted text: find its end ('' inside stands for one quote).
+        const QString before = out.trimmed();
+        const bool pattern = before.endsWith(QLatin1String("LIKE"), Qt::CaseInsensitive);
+        const bool equals = before.endsWith(QLatin1Char('=')) && !before.endsWith(QLatin1String("<=")) &&
+                            !before.endsWith(QLatin1String(">=")) && !before.endsWith(QLatin1String("<>"));
+        QString text;
+        qsizetype j = i + 1;
+        for (; j < n; ++j) {
+            if (jet.at(j) == QLatin1Char('\'')) {
+                if (j + 1 < n && jet.at(j + 1) == QLatin1Char('\'')) {
+                    text += QLatin1String("''");
+                    ++j;
+                    continue;
+                }
+                break;
+            }
+            text += jet.at(j);
+        }
+        i = j; // the closing quote (or the end of an unterminated text)
+        if (pattern) {
+            // Jet's wildcards are * and ?; the engine's own % and _ are plain characters there.
+            QString converted;
+            bool escaped = false;
+            for (const QChar t : std::as_const(text)) {
+                if (t == QLatin1Char('*')) {
+                    converted += QLatin1Char('%');
+                } else if (t == QLatin1Char('?')) {
+                    converted += QLatin1Char('_');
+                } else if (t == QLatin1Char('%') || t == QLatin1Char('_') || t == QLatin1Char('\\')) {
+                    converted += QLatin1Char('\\');
+                    converted += t;
+                    escaped = true;
+                } else {
+                    converted += t;
+                }
+            }
+            out += QLatin1Char('\'') + converted + QLatin1Char('\'');
+            if (escaped)
+                out += QLatin1String(" ESCAPE '\\'");
+        } else {
+            out += QLatin1Char('\'') + text + QLatin1Char('\'');
+            // Texts compared with = ignore letter case, as the librarian is used to ("k017" finds
+            // K017, "čapek" finds Čapek).
+            if (equals)
+                out += QLatin1String(" COLLATE ") + QLatin1String(textEqualityCollation(text));
+        }
     }
     return out;
+}
+
+const char *textEqualityCollation(const QString &text)
+{
+    for (const QChar c : text)
+        if (c.unicode() >= 0x80)
+            return "CZNOCASE";
+    return "NOCASE";
 }
 
 QSqlQuery prepareSql(const QString &sql)

@@ -54,9 +54,15 @@ private:
 };
 
 // Translates one statement text in the program's Jet dialect into SQLite's: the wildcards * and
-// ? inside LIKE patterns become % and _, "= ANY (" becomes "IN (". Booleans need nothing: they
-// are stored as 0 and 1 and tested bare ("NOT KNIHY.VYRAZENO").
+// ? inside LIKE patterns become % and _, "= ANY (" becomes "IN (", a text compared with = ignores
+// letter case (COLLATE NOCASE). Booleans need nothing: they are stored as 0 and 1 and tested bare
+// ("NOT KNIHY.VYRAZENO").
 QString jetToSqlite(const QString &jet);
+
+// The collation that compares a column with the given text ignoring letter case: SQLite's NOCASE
+// for a text of ASCII letters (the code and name indexes serve it), the program's CZNOCASE, which
+// folds every letter, for any other text.
+const char *textEqualityCollation(const QString &text);
 
 // Prepares and runs a statement on the open database; a failure throws DbError with the
 // driver's text. The texts given are in the Jet dialect and are translated first.

@@ -90,7 +90,7 @@ namespace {
 qint32 findFlagged(const char *sql, const QString &value)
 {
     try {
-        QSqlQuery q = runSql(QString::fromLatin1(sql), {value});
+        QSqlQuery q = runSql(QString::fromLatin1(sql).arg(QLatin1String(textEqualityCollation(value))), {value});
         if (!q.next())
             return -1;
         return q.value(1).toLongLong() != 0 ? qint32(q.value(0).toLongLong()) : -2;
@@ -103,12 +103,12 @@ qint32 findFlagged(const char *sql, const QString &value)
 
 qint32 CSetLide::findByCode(const QString &code)
 {
-    return findFlagged("SELECT ID_LIDE_LIDE, UKAZOVAT FROM LIDE WHERE KOD = ?", code);
+    return findFlagged("SELECT ID_LIDE_LIDE, UKAZOVAT FROM LIDE WHERE KOD = ? COLLATE %1", code);
 }
 
 qint32 CSetKategorie::findByName(const QString &name)
 {
-    return findFlagged("SELECT ID_KATEGORIE_KATEGORIE, UKAZOVAT FROM KATEGORIE WHERE NAZEV = ?", name);
+    return findFlagged("SELECT ID_KATEGORIE_KATEGORIE, UKAZOVAT FROM KATEGORIE WHERE NAZEV = ? COLLATE %1", name);
 }
 
 qint32 allocateId(Counter counter)

@@ -2,6 +2,7 @@
 
 #include "app/commands.h"
 #include "app/mainframe.h"
+#include "backup/backupdialogs.h"
 #include "circulation/pagecommands.h"
 #include "circulation/viewzadavani.h"
 #include "registers/registercommands.h"
@@ -30,5 +31,6 @@ void installFeatures(CMainFrame &frame)
     frame.setHandler(Cmd::ViewStatusBar,
                      [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
     installRegisterCommands(frame);
+    installBackupCommands(frame);
     installCirculationCommands(frame);
 }

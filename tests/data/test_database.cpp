@@ -94,8 +94,18 @@ void TestDatabase::translation_data()
                                 << "SELECT * FROM KNIHY WHERE 1 AND AUTOR LIKE '%Čap%' ";
     QTest::newRow("question mark") << "SELECT * FROM KNIHY WHERE KOD LIKE 'A?1'"
                                    << "SELECT * FROM KNIHY WHERE KOD LIKE 'A_1'";
-    QTest::newRow("stars outside like stay") << "SELECT * FROM KNIHY WHERE NAZEV = 'x' AND KOD LIKE '*1*'"
-                                             << "SELECT * FROM KNIHY WHERE NAZEV = 'x' AND KOD LIKE '%1%'";
+    QTest::newRow("stars outside like stay") << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' AND KOD LIKE '*1*'"
+                                             << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' COLLATE NOCASE AND KOD LIKE '%1%'";
+    QTest::newRow("text equality ignores case")
+        << "SELECT * FROM KNIHY WHERE KOD='ab' AND VYRAZENO"
+        << "SELECT * FROM KNIHY WHERE KOD='ab' COLLATE NOCASE AND VYRAZENO";
+    QTest::newRow("czech text equality") << "AND AUTOR = 'karel čapek' "
+                                         << "AND AUTOR = 'karel čapek' COLLATE CZNOCASE ";
+    QTest::newRow("engine wildcards are plain in a pattern")
+        << "AND KOD LIKE '*A_1%\\*' " << "AND KOD LIKE '%A\\_1\\%\\\\%' ESCAPE '\\' ";
+    QTest::newRow("quote inside text") << "AND AUTOR = 'O''Neil' " << "AND AUTOR = 'O''Neil' COLLATE NOCASE ";
+    QTest::newRow("numbers untouched") << "WHERE CENA <= 200.000000 AND PRIRUSTEK >= 3 AND KOD <> 'x'"
+                                       << "WHERE CENA <= 200.000000 AND PRIRUSTEK >= 3 AND KOD <> 'x'";
     QTest::newRow("keyword tildes") << "AND KLICOVA_SLOVA LIKE '*~moře~*' "
                                     << "AND KLICOVA_SLOVA LIKE '%~moře~%' ";
     QTest::newRow("any") << QString::fromLatin1(Stmt::ReportClientHistory)
@@ -140,6 +150,16 @@ void TestDatabase::czechLikeIgnoresCase()
     QCOMPARE(hits("AUTOR LIKE 'k?rel'"), 1);
     QCOMPARE(hits("AUTOR LIKE '*x*'"), 0);
     QCOMPARE(hits("NAZEV LIKE '*'"), 2);
+    // Equality ignores letter case too, for Czech letters as well as ASCII ones.
+    QCOMPARE(hits("AUTOR = 'dvořák'"), 1);
+    QCOMPARE(hits("AUTOR = 'karel'"), 1);
+    QCOMPARE(hits("AUTOR = 'karl'"), 0);
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("AB1")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("x_1")));
+    QCOMPARE(hits("KOD LIKE '*_1*'"), 1); // an underscore is a plain character for the librarian
+    QCOMPARE(hits("KOD LIKE '*?1*'"), 2);
+    QCOMPARE(hits("KOD = 'ab1'"), 1);
+    QCOMPARE(CSetKategorie::findByName(QStringLiteral("beletrie")), CSetKategorie::findByName(QStringLiteral("Beletrie")));
 }
 
 // Every statement the program issues runs on a real database after translation.

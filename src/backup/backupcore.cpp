@@ -1,0 +1,536 @@
+#include "backup/backupcore.h"
+
+#include "app/messages.h"
+#include "data/dates.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QIODevice>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QStringList>
+#include <QtEndian>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+void putWord(char *at, quint32 value)
+{
+    qToLittleEndian(value, at);
+}
+
+quint32 wordAt(const char *at)
+{
+    return qFromLittleEndian<quint32>(at);
+}
+
+// Reads until n bytes arrived or the source ends; -1 on a read error. A pipe or a slow drive
+// may hand the bytes over in smaller pieces than asked for.
+qint64 readFully(QIODevice &source, char *into, qint64 n)
+{
+    qint64 total = 0;
+    while (total < n) {
+        const qint64 got = source.read(into + total, n - total);
+        if (got < 0)
+            return -1;
+        if (got == 0)
+            break;
+        total += got;
+    }
+    return total;
+}
+
+bool writeAll(QFile &file, const char *data, qint64 n)
+{
+    return file.write(data, n) == n;
+}
+
+bool writeEndMark(QFile &file)
+{
+    char mark[Backup::EndMarkSize];
+    putWord(mark, Backup::EndMark);
+    return writeAll(file, mark, Backup::EndMarkSize) && file.flush();
+}
+
+// Pushes the file's bytes to the medium before it is closed: a backup that only sat in the
+// system's cache is no backup. Devices that cannot be synced (a pipe, a terminal) are left be.
+bool syncFile(QFile &file)
+{
+    if (!file.flush())
+        return false;
+    const int fd = file.handle();
+    if (fd < 0)
+        return true;
+    if (::fsync(fd) == 0)
+        return true;
+    return errno == EINVAL || errno == EROFS;
+}
+
+// Closes a volume; false when closing reported an error (the last buffered bytes could not be
+// written, or the system refused to close the file).
+bool closeVolume(QFile &file)
+{
+    if (!file.isOpen())
+        return true;
+    file.unsetError();
+    file.close();
+    return file.error() == QFileDevice::NoError;
+}
+
+bool readHeader(QIODevice &source, BackupHeader *header)
+{
+    QByteArray bytes(Backup::HeaderSize, Qt::Uninitialized);
+    if (readFully(source, bytes.data(), Backup::HeaderSize) != Backup::HeaderSize)
+        return false;
+    *header = BackupHeader::fromBytes(bytes);
+    return true;
+}
+
+bool endMarkFollows(QIODevice &source)
+{
+    char mark[Backup::EndMarkSize];
+    return readFully(source, mark, Backup::EndMarkSize) == Backup::EndMarkSize &&
+           wordAt(mark) == Backup::EndMark;
+}
+
+QString fromUtf8(const char *text)
+{
+    return QString::fromUtf8(text);
+}
+
+enum class VolumeRead
+{
+    Done,
+    Short,
+    WriteFailed,
+    Quit
+};
+
+// Appends amount bytes of one volume to the temporary file. before: bytes of the whole backup
+// that precede this volume, for the progress.
+VolumeRead copyVolumeData(QIODevice &volume, QFile &temporary, qint64 amount, qint64 before, qint64 length,
+                          const BackupCallbacks &callbacks)
+{
+    QByteArray block(Backup::BlockSize, Qt::Uninitialized);
+    qint64 copied = 0;
+    while (copied < amount) {
+        const qint64 want = std::min(Backup::BlockSize, amount - copied);
+        const qint64 got = readFully(volume, block.data(), want);
+        if (got > 0 && !(writeAll(temporary, block.constData(), got) && temporary.flush()))
+            return VolumeRead::WriteFailed;
+        if (got != want)
+            return VolumeRead::Short;
+        copied += got;
+        const qint64 remaining = std::max<qint64>(0, length - before - copied);
+        const int percent = importPercent(remaining, length);
+        if (callbacks.progress)
+            callbacks.progress(percent, importProgressText(percent));
+        if (callbacks.keepRunning && !callbacks.keepRunning())
+            return VolumeRead::Quit;
+    }
+    return VolumeRead::Done;
+}
+
+bool confirmVolume(int volume, const BackupCallbacks &callbacks)
+{
+    if (callbacks.askForVolume)
+        return callbacks.askForVolume(volume);
+    const QString text = QString::asprintf("Vložte prosím další disketu (s pořadovým číslem %d)", volume);
+    return RvMessageBox(QStringLiteral("Výzva"), text, MessageKind::Information, ButtonsConfirm) ==
+           ResultConfirmed;
+}
+
+// The user declined the prompt: true when the restore is to be abandoned.
+bool userAbandonsRestore()
+{
+    if (RvMessageBox(QString(), fromUtf8("Chcete skutečně ukončit obnovu dat ze zálohy?"),
+                     MessageKind::Question, ButtonsYesNo) != ResultYes)
+        return false;
+    RvMessageBox(
+        QString(),
+        fromUtf8("Obnova dat ze zálohy byla přerušena uživatelem, data\nbyly ponechány v původní podobě!"),
+        MessageKind::Information, ButtonsOk);
+    return true;
+}
+
+const QStringList &libraryTables()
+{
+    static const QStringList names = {QStringLiteral("KNIHY"),     QStringLiteral("LIDE"),
+                                      QStringLiteral("KATEGORIE"), QStringLiteral("VYPUJCKY"),
+                                      QStringLiteral("VRACENI"),   QStringLiteral("IDS")};
+    return names;
+}
+
+} // namespace
+
+QByteArray BackupHeader::toBytes() const
+{
+    QByteArray bytes(Backup::HeaderSize, Qt::Uninitialized);
+    char *p = bytes.data();
+    putWord(p, dataLength);
+    putWord(p + 4, volumeCount);
+    putWord(p + 8, volumeIndex);
+    putWord(p + 12, date);
+    putWord(p + 16, formatMark);
+    putWord(p + 20, tag);
+    return bytes;
+}
+
+BackupHeader BackupHeader::fromBytes(const QByteArray &bytes)
+{
+    BackupHeader h;
+    if (bytes.size() < Backup::HeaderSize)
+        return h;
+    const char *p = bytes.constData();
+    h.dataLength = wordAt(p);
+    h.volumeCount = wordAt(p + 4);
+    h.volumeIndex = wordAt(p + 8);
+    h.date = wordAt(p + 12);
+    h.formatMark = wordAt(p + 16);
+    h.tag = wordAt(p + 20);
+    return h;
+}
+
+BackupStamp BackupStamp::at(const QDateTime &localStart)
+{
+    BackupStamp s;
+    s.date = quint32(dateNumberFromDate(today()));
+    s.tag = backupTag(localStart);
+    return s;
+}
+
+quint32 backupTag(const QDateTime &localTime)
+{
+    const QTime t = localTime.time();
+    return quint32(localTime.date().day()) * quint32(t.hour()) * quint32(t.minute()) * quint32(t.second());
+}
+
+quint32 floppyVolumeCount(quint64 dataLength)
+{
+    return quint32(dataLength / Backup::CountUnit + 1);
+}
+
+qint64 volumeDataLength(quint64 dataLength, int volume)
+{
+    const qint64 before = qint64(volume - 1) * Backup::VolumeDataSize;
+    return std::clamp<qint64>(qint64(dataLength) - before, 0, Backup::VolumeDataSize);
+}
+
+QString floppyVolumePath(const QString &floppyDir, int volume)
+{
+    const QString name = volume <= 1 ? QString::fromLatin1(Backup::DiskFileName)
+                                     : QString::asprintf("zaloha.%03d", volume - 2);
+    return QDir(floppyDir).filePath(name);
+}
+
+QString nextVolumeName(const QString &firstName, int volume)
+{
+    return firstName.chopped(std::min<qsizetype>(3, firstName.size())) +
+           QString::asprintf("%03d", volume - 2);
+}
+
+QString exportProgressText(int percent)
+{
+    return QString::asprintf("%d %% hotovo", percent);
+}
+
+QString importProgressText(int percent)
+{
+    return QString::asprintf("%d%% hotovo", percent);
+}
+
+int exportPercent(qint64 copied, qint64 dataLength)
+{
+    // The step is the rounded-down hundredth of the length, so the figure may pass 100 a little
+    // at the end. Below 100 bytes there is no such step: count from the length itself.
+    if (dataLength >= 100)
+        return int(copied / (dataLength / 100));
+    return dataLength > 0 ? int(copied * 100 / dataLength) : 100;
+}
+
+int importPercent(qint64 remaining, qint64 dataLength)
+{
+    if (dataLength <= 0)
+        return 100;
+    return int((dataLength * 100 - remaining * 100) / dataLength);
+}
+
+CopyResult WriteBackupVolume(QFile &volume, QIODevice &source, const BackupHeader &header, qint64 maxData,
+                             qint64 *copied, const BackupCallbacks &callbacks)
+{
+    const QByteArray head = header.toBytes();
+    if (!writeAll(volume, head.constData(), head.size())) {
+        showMessage(101);
+        return CopyResult::Failed;
+    }
+    const qint64 length = header.dataLength;
+    QByteArray block(Backup::BlockSize, Qt::Uninitialized);
+    qint64 inVolume = 0;
+    while (*copied < length && inVolume < maxData) {
+        const qint64 want = std::min({Backup::BlockSize, length - *copied, maxData - inVolume});
+        if (readFully(source, block.data(), want) != want) {
+            showMessage(2);
+            return CopyResult::Failed;
+        }
+        if (!writeAll(volume, block.constData(), want) || !volume.flush()) {
+            showMessage(101);
+            return CopyResult::Failed;
+        }
+        *copied += want;
+        inVolume += want;
+        const int percent = exportPercent(*copied, length);
+        if (callbacks.progress)
+            callbacks.progress(percent, exportProgressText(percent));
+        if (callbacks.keepRunning && !callbacks.keepRunning())
+            return CopyResult::Quit;
+    }
+    if (!writeEndMark(volume)) {
+        showMessage(101);
+        return CopyResult::Failed;
+    }
+    return CopyResult::Done;
+}
+
+CopyResult exportToFile(const QString &databasePath, QFile &backup, const BackupStamp &stamp,
+                        const BackupCallbacks &callbacks)
+{
+    QFile database(databasePath);
+    if (!database.open(QIODevice::ReadOnly) || database.size() > qint64(0xFFFFFFFFu)) {
+        showMessage(2);
+        backup.close();
+        return CopyResult::Failed;
+    }
+    BackupHeader header;
+    header.dataLength = quint32(database.size());
+    header.volumeCount = 1;
+    header.volumeIndex = 0;
+    header.date = stamp.date;
+    header.tag = stamp.tag;
+    database.seek(0);
+    qint64 copied = 0;
+    CopyResult result =
+        WriteBackupVolume(backup, database, header, qint64(header.dataLength), &copied, callbacks);
+    database.close();
+    if (result == CopyResult::Done && !(writeEndMark(backup) && syncFile(backup))) {
+        showMessage(101);
+        result = CopyResult::Failed;
+    }
+    if (!closeVolume(backup) && result == CopyResult::Done) {
+        showMessage(100);
+        result = CopyResult::Failed;
+    }
+    return result;
+}
+
+CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDir, QFile &firstVolume,
+                            const BackupStamp &stamp, const BackupCallbacks &callbacks)
+{
+    QFile database(databasePath);
+    if (!database.open(QIODevice::ReadOnly) || database.size() > qint64(0xFFFFFFFFu)) {
+        showMessage(2);
+        firstVolume.close();
+        return CopyResult::Failed;
+    }
+    BackupHeader header;
+    header.dataLength = quint32(database.size());
+    header.volumeCount = floppyVolumeCount(header.dataLength);
+    header.volumeIndex = 0;
+    header.date = stamp.date;
+    header.tag = stamp.tag;
+    RvMessageBox(QString(),
+                 QString::asprintf("Počet disket, potřebných pro zálohu: %d\n\nDiskety musí být prázdné!",
+                                   int(header.volumeCount)),
+                 MessageKind::Information, ButtonsOk);
+
+    database.seek(0);
+    qint64 copied = 0;
+    QFile *current = &firstVolume;
+    std::unique_ptr<QFile> next;
+    CopyResult result =
+        WriteBackupVolume(firstVolume, database, header, Backup::VolumeDataSize, &copied, callbacks);
+    for (quint32 k = 2; result == CopyResult::Done && k <= header.volumeCount; ++k) {
+        if (!syncFile(*current)) {
+            showMessage(101);
+            result = CopyResult::Failed;
+            break;
+        }
+        if (!closeVolume(*current)) {
+            showMessage(100);
+            result = CopyResult::Failed;
+            break;
+        }
+        RvMessageBox(
+            QStringLiteral("Výzva"),
+            QString::asprintf("Vložte prosím další prázdnou disketu (s pořadovým číslem %d).", int(k)),
+            MessageKind::Information, ButtonsOk);
+        auto volume = std::make_unique<QFile>(floppyVolumePath(floppyDir, int(k)));
+        if (!volume->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+            showMessage(99);
+            result = CopyResult::Failed;
+            break;
+        }
+        next = std::move(volume);
+        current = next.get();
+        header.volumeIndex = k - 1;
+        result = WriteBackupVolume(*current, database, header, Backup::VolumeDataSize, &copied, callbacks);
+    }
+    database.close();
+    if (result == CopyResult::Done && !(writeEndMark(*current) && syncFile(*current))) {
+        showMessage(101);
+        result = CopyResult::Failed;
+    }
+    if (!closeVolume(*current) && result == CopyResult::Done) {
+        showMessage(100);
+        result = CopyResult::Failed;
+    }
+    firstVolume.close();
+    return result;
+}
+
+CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupCallbacks &callbacks,
+                      quint32 *dataLength)
+{
+    QFile first(sourceName);
+    if (!first.open(QIODevice::ReadOnly)) {
+        showMessage(99);
+        return CopyResult::Failed;
+    }
+    BackupHeader header;
+    if (!readHeader(first, &header) || header.volumeIndex != 0 || header.formatMark != Backup::FormatMark) {
+        showMessage(102);
+        return CopyResult::Failed;
+    }
+    const qint64 length = header.dataLength;
+    const quint32 count = header.volumeCount;
+    const quint32 tag = header.tag;
+    if (dataLength)
+        *dataLength = header.dataLength;
+
+    // A single volume carries everything; a series carries 22 blocks a volume, the last the rest.
+    const qint64 firstAmount = count == 1 ? length : volumeDataLength(header.dataLength, 1);
+    switch (copyVolumeData(first, temporary, firstAmount, 0, length, callbacks)) {
+    case VolumeRead::Done:
+        break;
+    case VolumeRead::Short:
+        showMessage(102);
+        return CopyResult::Failed;
+    case VolumeRead::WriteFailed:
+        showMessage(101);
+        return CopyResult::Failed;
+    case VolumeRead::Quit:
+        return CopyResult::Quit;
+    }
+    // The second end mark of a last volume is never read.
+    if (!endMarkFollows(first)) {
+        showMessage(102);
+        return CopyResult::Failed;
+    }
+    first.close();
+
+    for (quint32 k = 2; k <= count; ++k) {
+        const QString name = nextVolumeName(sourceName, int(k));
+        const qint64 amount = volumeDataLength(header.dataLength, int(k));
+        const qint64 before = std::min(length, qint64(k - 1) * Backup::VolumeDataSize);
+        for (;;) {
+            if (!confirmVolume(int(k), callbacks)) {
+                if (userAbandonsRestore())
+                    return CopyResult::Failed;
+                continue;
+            }
+            QFile volume(name);
+            if (!volume.open(QIODevice::ReadOnly)) {
+                showMessage(99);
+                continue;
+            }
+            BackupHeader next;
+            if (!readHeader(volume, &next) || next.volumeIndex != k - 1 || next.tag != tag) {
+                showMessage(102);
+                continue;
+            }
+            // A volume that breaks off or ends wrongly is asked for again; what it already gave
+            // stays in the temporary file, which is not rewound.
+            const VolumeRead read = copyVolumeData(volume, temporary, amount, before, length, callbacks);
+            if (read == VolumeRead::WriteFailed) {
+                showMessage(101);
+                return CopyResult::Failed;
+            }
+            if (read == VolumeRead::Quit)
+                return CopyResult::Quit;
+            if (read == VolumeRead::Short || !endMarkFollows(volume)) {
+                showMessage(102);
+                continue;
+            }
+            break;
+        }
+    }
+    if (!syncFile(temporary) || !closeVolume(temporary)) {
+        showMessage(101);
+        return CopyResult::Failed;
+    }
+    return CopyResult::Done;
+}
+
+bool isSoundDatabaseImage(const QString &path, qint64 dataLength, QString *detail)
+{
+    auto refuse = [detail](const QString &why) {
+        if (detail)
+            *detail = why;
+        return false;
+    };
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() != dataLength)
+        return refuse(
+            QStringLiteral("the restored image has %1 bytes instead of %2").arg(info.size()).arg(dataLength));
+    {
+        QFile f(path);
+        if (!f.open(QIODevice::ReadOnly) || f.read(16) != QByteArray("SQLite format 3\0", 16))
+            return refuse(QStringLiteral("the restored image is not a database"));
+    }
+    // Journal files left beside the image by an earlier attempt belong to another image; SQLite
+    // would play them back into this one.
+    for (const char *suffix : {"-journal", "-wal", "-shm"})
+        QFile::remove(path + QLatin1String(suffix));
+
+    const QString name = QStringLiteral("folivo-restore-check");
+    bool sound = false;
+    QString why;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(path);
+        db.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
+        if (!db.open()) {
+            why = QStringLiteral("the restored image cannot be opened");
+        } else {
+            QSqlQuery q(db);
+            QStringList answers;
+            if (q.exec(QStringLiteral("PRAGMA integrity_check")))
+                while (q.next())
+                    answers << q.value(0).toString();
+            if (answers != QStringList{QStringLiteral("ok")}) {
+                why = QStringLiteral("the integrity check of the restored image failed: %1")
+                          .arg(answers.join(QLatin1String("; ")));
+            } else {
+                QStringList present;
+                if (q.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'")))
+                    while (q.next())
+                        present << q.value(0).toString();
+                sound = true;
+                for (const QString &t : libraryTables())
+                    if (!present.contains(t)) {
+                        sound = false;
+                        why = QStringLiteral("the restored image lacks the table %1").arg(t);
+                        break;
+                    }
+            }
+            q.finish();
+            db.close();
+        }
+    }
+    QSqlDatabase::removeDatabase(name);
+    return sound || refuse(why);
+}

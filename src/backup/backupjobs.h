@@ -1,0 +1,39 @@
+#pragma once
+
+#include "backup/backupcore.h"
+
+#include <QString>
+
+// The whole "Start" of the export and of the import, in their order: the checks of the entries,
+// the questions, closing the library database for the copy or the swap and reopening it. The
+// dialogs and folivo-cli both run these; the messages go through RvMessageBox.
+enum class BackupOutcome
+{
+    Stayed,    // refused before anything was touched (98, 99, a "No"): the dialog stays open
+    Succeeded, // the copy (or the restore) is complete and the database is open again
+    Failed,    // the copy or the read failed, or the restore was refused; the data are unchanged
+    Quit,      // the program was told to quit during the copy; the database is open again
+    Fatal      // the database cannot be reopened: message 2 was shown and the program must end
+};
+
+struct ExportRequest
+{
+    bool toFloppies = false;
+    QString fileName;  // the disk target; relative names are taken from the current directory
+    QString dataDir;   // where Folivo.db and Export/ are
+    QString floppyDir; // the directory that stands for the floppy drive
+    BackupStamp stamp;
+};
+
+struct ImportRequest
+{
+    QString fileName; // the backup file, or the first volume of a series
+    QString dataDir;  // where Folivo.db and Temp/ are
+};
+
+BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &callbacks);
+BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &callbacks);
+
+// The files the import uses, relative to the data directory.
+QString restoredImagePath(const QString &dataDir); // Temp/Tmp_new.dat
+QString previousImagePath(const QString &dataDir); // Temp/Tmp_old.dat

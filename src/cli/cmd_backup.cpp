@@ -1,0 +1,167 @@
+#include "app/messages.h"
+#include "backup/backupjobs.h"
+#include "cli/clicommon.h"
+#include "data/database.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+
+// folivo-cli backup export FILE [--data-dir DIR] [--overwrite]
+// folivo-cli backup import FILE [--data-dir DIR]
+//
+// The nightly backup and its restore, in the format and with the checks of the program's own
+// "Export dat..." and "Import dat...". Exit codes:
+//   0 done; 1 wrong arguments or the database cannot be opened; 3 the program has the database
+//   open; 4 the backup or restore failed and the library data are unchanged; 5 the database
+//   could not be reopened or replaced (the previous one may be in Temp/Tmp_old.dat).
+namespace {
+
+enum ExitCode
+{
+    ExitOk = 0,
+    ExitUsage = 1,
+    ExitInUse = 3,
+    ExitFailed = 4,
+    ExitFatal = 5
+};
+
+// Prints every message as the console does and answers every question Yes: the command line
+// itself was the user's decision.
+class UnattendedMessages final
+{
+public:
+    UnattendedMessages()
+    {
+        m_previous = setMessageBoxHandler(nullptr);
+        MessageBoxHandler console = m_previous;
+        setMessageBoxHandler(
+            [console](const QString &caption, const QString &text, MessageKind kind, int buttons) {
+                console(caption, text, kind, ButtonsOk);
+                if (buttons == ButtonsYesNo || buttons == ButtonsYesNoIrreversible)
+                    return int(ResultYes);
+                return buttons == ButtonsConfirm ? int(ResultConfirmed) : int(ResultOk);
+            });
+    }
+    ~UnattendedMessages() { setMessageBoxHandler(m_previous); }
+
+private:
+    Q_DISABLE_COPY_MOVE(UnattendedMessages)
+    MessageBoxHandler m_previous;
+};
+
+// An empty name stays empty, so that it is refused as the dialog refuses it (message 98).
+QString absoluteName(const QString &file)
+{
+    return file.trimmed().isEmpty() ? file : QDir().absoluteFilePath(file);
+}
+
+int exitCodeOf(BackupOutcome outcome)
+{
+    switch (outcome) {
+    case BackupOutcome::Succeeded:
+        return ExitOk;
+    case BackupOutcome::Fatal:
+        return ExitFatal;
+    case BackupOutcome::Stayed:
+    case BackupOutcome::Failed:
+    case BackupOutcome::Quit:
+        break;
+    }
+    return ExitFailed;
+}
+
+// Opens the library database the way the program does. Only one holder at a time: while the
+// program runs, this answers Locked.
+int openLibrary(const QString &dataDir, bool acceptBroken)
+{
+    const QString path = QDir(dataDir).filePath(QString::fromLatin1(Database::FileName));
+    QString detail;
+    switch (Database::open(path, &detail)) {
+    case Database::OpenResult::Ok:
+        return ExitOk;
+    case Database::OpenResult::Locked:
+        cliFail(QStringLiteral("the library database %1 is in use by the program; close the program first")
+                    .arg(path));
+        return ExitInUse;
+    case Database::OpenResult::NotDatabase:
+    case Database::OpenResult::MissingTables:
+        // A damaged database is what a restore is for.
+        if (acceptBroken)
+            return ExitOk;
+        break;
+    case Database::OpenResult::Missing:
+    case Database::OpenResult::Failed:
+        break;
+    }
+    cliFail(QStringLiteral("cannot open the library database: %1").arg(detail));
+    return ExitUsage;
+}
+
+int backupExport(const QString &file, const CliArgs &args)
+{
+    const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
+    if (QFileInfo::exists(file) && !args.has(QStringLiteral("overwrite")))
+        return cliFail(QStringLiteral("%1 exists; add --overwrite to replace it").arg(file));
+    if (const int opened = openLibrary(dataDir, false); opened != ExitOk)
+        return opened;
+    UnattendedMessages messages;
+    ExportRequest request;
+    request.fileName = absoluteName(file);
+    request.dataDir = dataDir;
+    request.stamp = BackupStamp::at(QDateTime::currentDateTime());
+    const BackupOutcome outcome = runExport(request, {});
+    Database::close();
+    if (outcome == BackupOutcome::Succeeded)
+        cliPrint(QStringLiteral("backup written: %1").arg(request.fileName));
+    return exitCodeOf(outcome);
+}
+
+int backupImport(const QString &file, const CliArgs &args)
+{
+    const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
+    if (const int opened = openLibrary(dataDir, true); opened != ExitOk)
+        return opened;
+    UnattendedMessages messages;
+    ImportRequest request;
+    request.fileName = absoluteName(file);
+    request.dataDir = dataDir;
+    BackupCallbacks callbacks;
+    // The volumes of a series lie side by side: each is tried once; one that cannot be read
+    // ends the restore instead of being asked for again.
+    QSet<int> asked;
+    callbacks.askForVolume = [&asked](int volume) {
+        if (asked.contains(volume))
+            return false;
+        asked.insert(volume);
+        return true;
+    };
+    const BackupOutcome outcome = runImport(request, callbacks);
+    Database::close();
+    if (outcome == BackupOutcome::Succeeded)
+        cliPrint(QStringLiteral("library restored from %1").arg(request.fileName));
+    return exitCodeOf(outcome);
+}
+
+} // namespace
+
+int cmdBackup(const QStringList &argv)
+{
+    CliArgs args;
+    QString error;
+    if (!parseCliArgs(argv, {QStringLiteral("data-dir")}, {QStringLiteral("overwrite")}, &args, &error))
+        return cliFail(error);
+    if (args.positional.size() != 2)
+        return cliFail(QStringLiteral("usage: backup export|import FILE [--data-dir DIR]"));
+    const QString action = args.positional.at(0);
+    const QString file = args.positional.at(1);
+    if (action == QLatin1String("export"))
+        return backupExport(file, args);
+    if (action == QLatin1String("import")) {
+        if (args.has(QStringLiteral("overwrite")))
+            return cliFail(QStringLiteral("--overwrite belongs to backup export"));
+        return backupImport(file, args);
+    }
+    return cliFail(QStringLiteral("unknown backup action %1").arg(action));
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "backup/backupcore.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QList>
+#include <QString>
+
+// Small helpers shared by the backup tests.
+namespace BackupTest {
+
+// Bytes that differ from block to block, so a misplaced block shows.
+inline QByteArray pattern(qint64 n, quint32 seed = 1)
+{
+    QByteArray out(n, Qt::Uninitialized);
+    quint32 x = seed * 2654435761u + 12345u;
+    for (qint64 i = 0; i < n; ++i) {
+        x = x * 1103515245u + 12345u;
+        out[i] = char(x >> 16);
+    }
+    return out;
+}
+
+inline bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size() && f.flush();
+}
+
+inline QByteArray readFile(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+inline quint32 wordAt(const QByteArray &bytes, qint64 offset)
+{
+    return quint32(quint8(bytes[offset])) | quint32(quint8(bytes[offset + 1])) << 8 |
+           quint32(quint8(bytes[offset + 2])) << 16 | quint32(quint8(bytes[offset + 3])) << 24;
+}
+
+// Records what the copy reports.
+struct ProgressLog
+{
+    QList<int> percents;
+    QStringList texts;
+    BackupCallbacks callbacks()
+    {
+        BackupCallbacks c;
+        c.progress = [this](int percent, const QString &text) {
+            percents << percent;
+            texts << text;
+        };
+        return c;
+    }
+};
+
+} // namespace BackupTest

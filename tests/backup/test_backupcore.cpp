@@ -1,0 +1,444 @@
+// The backup file format and the copy of volumes, without a window and without a database:
+// the copy functions take any source file, so the images here have exact synthetic sizes.
+#include "backup/backupcore.h"
+#include "backuptesthelpers.h"
+#include "support/testsupport.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace BackupTest;
+
+namespace {
+
+const QString EndMarks2 = QStringLiteral("0011001100110011");
+
+// Exports image as a floppy series into dir; returns the volumes in order.
+QList<QByteArray> exportSeries(const QString &dir, const QByteArray &image, quint32 tag, MessageRecorder &)
+{
+    const QString source = QDir(dir).filePath(QStringLiteral("image.bin"));
+    writeFile(source, image);
+    QFile first(floppyVolumePath(dir, 1));
+    if (!first.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return {};
+    BackupStamp stamp;
+    stamp.date = 20260315;
+    stamp.tag = tag;
+    if (exportToFloppies(source, dir, first, stamp, {}) != CopyResult::Done)
+        return {};
+    QList<QByteArray> volumes;
+    for (int k = 1; QFile::exists(floppyVolumePath(dir, k)); ++k)
+        volumes << readFile(floppyVolumePath(dir, k));
+    return volumes;
+}
+
+QByteArray diskBackup(const QByteArray &image, quint32 tag = 77)
+{
+    BackupHeader h;
+    h.dataLength = quint32(image.size());
+    h.date = 20260315;
+    h.tag = tag;
+    QByteArray out = h.toBytes() + image;
+    out += QByteArray::fromHex("00110011");
+    out += QByteArray::fromHex("00110011");
+    return out;
+}
+
+} // namespace
+
+class TestBackupCore : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void headerAndNames();
+    void diskExportLayout();
+    void floppyExportVolumes_data();
+    void floppyExportVolumes();
+    void readBackupRestoresImage_data();
+    void readBackupRestoresImage();
+    void readBackupRefusesWrongFirstVolume();
+    void readBackupAsksAgainForWrongVolumes();
+    void abortQuestion();
+    void writeFailuresGive101();
+    void quitStopsTheCopy();
+};
+
+void TestBackupCore::headerAndNames()
+{
+    BackupHeader h;
+    h.dataLength = 1000000;
+    h.volumeCount = 1;
+    h.volumeIndex = 0;
+    h.date = 20260315;
+    h.tag = 123456;
+    const QByteArray bytes = h.toBytes();
+    QCOMPARE(bytes.toHex(), QByteArray("40420f00"
+                                       "01000000"
+                                       "00000000"
+                                       "db253501"
+                                       "11001100"
+                                       "40e20100"));
+    const BackupHeader back = BackupHeader::fromBytes(bytes);
+    QCOMPARE(back.dataLength, 1000000u);
+    QCOMPARE(back.date, 20260315u);
+    QCOMPARE(back.formatMark, Backup::FormatMark);
+    QCOMPARE(back.tag, 123456u);
+
+    QCOMPARE(backupTag(QDateTime(QDate(2026, 3, 15), QTime(10, 20, 30))), 90000u);
+    QCOMPARE(backupTag(QDateTime(QDate(2026, 3, 15), QTime(0, 20, 30))), 0u);
+    QCOMPARE(backupTag(QDateTime(QDate(2026, 3, 15), QTime(10, 20, 0))), 0u);
+    QCOMPARE(backupTag(QDateTime(QDate(2026, 1, 31), QTime(23, 59, 59))), 2481953u);
+    QCOMPARE(BackupStamp::at(QDateTime(QDate(2020, 1, 2), QTime(1, 2, 3))).date, 20260315u); // today()
+
+    QCOMPARE(floppyVolumeCount(1000000), 1u);
+    QCOMPARE(floppyVolumeCount(1399999), 1u);
+    QCOMPARE(floppyVolumeCount(1400000), 2u);
+    QCOMPARE(floppyVolumeCount(1405000), 2u);
+    QCOMPARE(floppyVolumeCount(3000000), 3u);
+    QCOMPARE(volumeDataLength(3000000, 1), 1408000);
+    QCOMPARE(volumeDataLength(3000000, 3), 184000);
+    QCOMPARE(volumeDataLength(1405000, 2), 0);
+
+    QCOMPARE(floppyVolumePath(QStringLiteral("/media/floppy"), 1),
+             QStringLiteral("/media/floppy/zaloha.fzl"));
+    QCOMPARE(floppyVolumePath(QStringLiteral("/media/floppy"), 2),
+             QStringLiteral("/media/floppy/zaloha.000"));
+    QCOMPARE(floppyVolumePath(QStringLiteral("/media/floppy"), 13),
+             QStringLiteral("/media/floppy/zaloha.011"));
+    QCOMPARE(nextVolumeName(QStringLiteral("/mnt/a/zaloha.fzl"), 2), QStringLiteral("/mnt/a/zaloha.000"));
+    QCOMPARE(nextVolumeName(QStringLiteral("/mnt/a/moje.zal"), 4), QStringLiteral("/mnt/a/moje.002"));
+
+    QCOMPARE(exportProgressText(7), QStringLiteral("7 % hotovo"));
+    QCOMPARE(importProgressText(7), QStringLiteral("7% hotovo"));
+    QCOMPARE(exportPercent(64000, 1000000), 6);
+    QCOMPARE(exportPercent(1000000, 1000000), 100);
+    QCOMPARE(exportPercent(1000000, 1000099), 100); // the step is the rounded-down hundredth
+    QCOMPARE(exportPercent(1999, 1999), 105);
+    QCOMPARE(exportPercent(50, 50), 100);
+    QCOMPARE(importPercent(0, 50), 100);
+    QCOMPARE(importPercent(25, 50), 50);
+}
+
+void TestBackupCore::diskExportLayout()
+{
+    QTemporaryDir dir;
+    MessageRecorder messages;
+    const QByteArray image = pattern(1000000);
+    const QString source = dir.filePath(QStringLiteral("Folivo.db"));
+    QVERIFY(writeFile(source, image));
+    QFile backup(dir.filePath(QStringLiteral("zaloha.fzl")));
+    QVERIFY(backup.open(QIODevice::WriteOnly));
+    ProgressLog log;
+    BackupStamp stamp;
+    stamp.date = 20260315;
+    stamp.tag = 4242;
+    QCOMPARE(exportToFile(source, backup, stamp, log.callbacks()), CopyResult::Done);
+    QVERIFY(!backup.isOpen());
+
+    const QByteArray file = readFile(backup.fileName());
+    QCOMPARE(file.size(), 1000032);
+    QCOMPARE(wordAt(file, 0), 1000000u);
+    QCOMPARE(wordAt(file, 4), 1u);
+    QCOMPARE(wordAt(file, 8), 0u);
+    QCOMPARE(wordAt(file, 12), 20260315u);
+    QCOMPARE(file.mid(16, 4).toHex(), QByteArray("11001100"));
+    QCOMPARE(wordAt(file, 20), 4242u);
+    QVERIFY(file.mid(24, 1000000) == image);
+    QCOMPARE(QString::fromLatin1(file.right(8).toHex()), EndMarks2);
+    QVERIFY(messages.shown().isEmpty());
+
+    // 16 blocks of at most 64000 bytes, the progress rising to 100.
+    QCOMPARE(log.percents.size(), 16);
+    QCOMPARE(log.percents.first(), 6);
+    QCOMPARE(log.percents.last(), 100);
+    QCOMPARE(log.texts.last(), QStringLiteral("100 % hotovo"));
+    QVERIFY(std::is_sorted(log.percents.begin(), log.percents.end()));
+
+    // An image under 100 bytes still shows its progress.
+    QVERIFY(writeFile(source, pattern(50)));
+    QVERIFY(backup.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    ProgressLog small;
+    QCOMPARE(exportToFile(source, backup, stamp, small.callbacks()), CopyResult::Done);
+    QCOMPARE(small.percents, QList<int>{100});
+    QCOMPARE(readFile(backup.fileName()).size(), 82);
+
+    // A database that cannot be read: message 2 and the backup file is closed.
+    QVERIFY(backup.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    messages.clear();
+    QCOMPARE(exportToFile(dir.filePath(QStringLiteral("missing.db")), backup, stamp, {}), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{2});
+    QVERIFY(!backup.isOpen());
+}
+
+void TestBackupCore::floppyExportVolumes_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::addColumn<QList<int>>("dataSizes");
+    QTest::newRow("three diskettes") << 3000000 << QList<int>{1408000, 1408000, 184000};
+    QTest::newRow("count says two, data fit on one") << 1405000 << QList<int>{1405000, 0};
+    QTest::newRow("exactly one volume full") << 1408000 << QList<int>{1408000, 0};
+    QTest::newRow("small") << 500 << QList<int>{500};
+}
+
+void TestBackupCore::floppyExportVolumes()
+{
+    QFETCH(int, length);
+    QFETCH(QList<int>, dataSizes);
+    QTemporaryDir dir;
+    MessageRecorder messages;
+    const QByteArray image = pattern(length, 3);
+    const QList<QByteArray> volumes = exportSeries(dir.path(), image, 999, messages);
+    QCOMPARE(volumes.size(), dataSizes.size());
+
+    QByteArray joined;
+    for (int i = 0; i < volumes.size(); ++i) {
+        const QByteArray &v = volumes.at(i);
+        const bool last = i == volumes.size() - 1;
+        QCOMPARE(v.size(), 24 + dataSizes.at(i) + (last ? 8 : 4));
+        QCOMPARE(wordAt(v, 0), quint32(length));
+        QCOMPARE(wordAt(v, 4), quint32(dataSizes.size()));
+        QCOMPARE(wordAt(v, 8), quint32(i));
+        QCOMPARE(wordAt(v, 12), 20260315u);
+        QCOMPARE(wordAt(v, 16), Backup::FormatMark);
+        QCOMPARE(wordAt(v, 20), 999u);
+        QCOMPARE(v.right(last ? 8 : 4).toHex(), last ? EndMarks2.toLatin1() : QByteArray("00110011"));
+        joined += v.mid(24, dataSizes.at(i));
+    }
+    QVERIFY(joined == image);
+
+    // The count first, then one prompt for each further diskette.
+    const auto shown = messages.shown();
+    QCOMPARE(shown.size(), dataSizes.size());
+    QCOMPARE(shown.first().text,
+             QString::fromUtf8("Počet disket, potřebných pro zálohu: %1\n\nDiskety musí být prázdné!")
+                 .arg(dataSizes.size()));
+    for (int k = 2; k <= dataSizes.size(); ++k) {
+        QCOMPARE(shown.at(k - 1).caption, QStringLiteral("Výzva"));
+        QCOMPARE(shown.at(k - 1).text,
+                 QString::fromUtf8("Vložte prosím další prázdnou disketu (s pořadovým číslem %1).").arg(k));
+    }
+}
+
+void TestBackupCore::readBackupRestoresImage_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::addColumn<bool>("floppies");
+    QTest::newRow("disk 1,000,000") << 1000000 << false;
+    QTest::newRow("disk 50 bytes") << 50 << false;
+    QTest::newRow("floppies 3,000,000") << 3000000 << true;
+    QTest::newRow("floppies 1,405,000") << 1405000 << true;
+}
+
+void TestBackupCore::readBackupRestoresImage()
+{
+    QFETCH(int, length);
+    QFETCH(bool, floppies);
+    QTemporaryDir dir;
+    MessageRecorder messages;
+    const QByteArray image = pattern(length, 5);
+    QString first = dir.filePath(QStringLiteral("zaloha.fzl"));
+    int volumes = 1;
+    if (floppies) {
+        volumes = int(exportSeries(dir.path(), image, 31, messages).size());
+        QVERIFY(volumes > 1);
+        messages.clear();
+    } else {
+        QVERIFY(writeFile(first, diskBackup(image)));
+    }
+    QFile temp(dir.filePath(QStringLiteral("Tmp_new.dat")));
+    QVERIFY(temp.open(QIODevice::WriteOnly));
+    ProgressLog log;
+    quint32 readLength = 0;
+    QCOMPARE(ReadBackup(first, temp, log.callbacks(), &readLength), CopyResult::Done);
+    QVERIFY(!temp.isOpen());
+    QCOMPARE(readLength, quint32(length));
+    QVERIFY(readFile(temp.fileName()) == image);
+    QVERIFY(!log.percents.isEmpty());
+    QCOMPARE(log.percents.last(), 100);
+    QCOMPARE(log.texts.last(), QStringLiteral("100% hotovo"));
+    QVERIFY(std::is_sorted(log.percents.begin(), log.percents.end()));
+    // One confirmation prompt for each further volume.
+    const auto shown = messages.shown();
+    QCOMPARE(shown.size(), volumes - 1);
+    for (int k = 2; k <= volumes; ++k) {
+        QCOMPARE(shown.at(k - 2).caption, QStringLiteral("Výzva"));
+        QCOMPARE(shown.at(k - 2).buttons, int(ButtonsConfirm));
+        QCOMPARE(shown.at(k - 2).text,
+                 QString::fromUtf8("Vložte prosím další disketu (s pořadovým číslem %1)").arg(k));
+    }
+}
+
+void TestBackupCore::readBackupRefusesWrongFirstVolume()
+{
+    QTemporaryDir dir;
+    MessageRecorder messages;
+    const QByteArray image = pattern(3000000, 7);
+    QCOMPARE(exportSeries(dir.path(), image, 11, messages).size(), 3);
+    const QString tempName = dir.filePath(QStringLiteral("Tmp_new.dat"));
+    auto readFirst = [&](const QString &name) {
+        messages.clear();
+        QFile temp(tempName);
+        if (!temp.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            return CopyResult::Quit;
+        return ReadBackup(name, temp, {});
+    };
+
+    // The second diskette chosen first.
+    QCOMPARE(readFirst(floppyVolumePath(dir.path(), 2)), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{102});
+
+    // A header that breaks off, a wrong format mark, a broken end mark, no file at all.
+    const QString bad = dir.filePath(QStringLiteral("bad.fzl"));
+    QVERIFY(writeFile(bad, diskBackup(pattern(1000)).left(10)));
+    QCOMPARE(readFirst(bad), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{102});
+    QByteArray wrongMark = diskBackup(pattern(1000));
+    wrongMark[16] = 0x12;
+    QVERIFY(writeFile(bad, wrongMark));
+    QCOMPARE(readFirst(bad), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{102});
+    QByteArray brokenEnd = diskBackup(pattern(1000));
+    brokenEnd[24 + 1000] = 0x01;
+    QVERIFY(writeFile(bad, brokenEnd));
+    QCOMPARE(readFirst(bad), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{102});
+    QVERIFY(writeFile(bad, diskBackup(pattern(1000)).left(24 + 500))); // data break off
+    QCOMPARE(readFirst(bad), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{102});
+    QCOMPARE(readFirst(dir.filePath(QStringLiteral("none.fzl"))), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{99});
+    // A disk backup's second end mark is never read: a wrong one does not matter.
+    QByteArray secondMark = diskBackup(pattern(1000));
+    secondMark[secondMark.size() - 1] = 0x7f;
+    QVERIFY(writeFile(bad, secondMark));
+    QCOMPARE(readFirst(bad), CopyResult::Done);
+    QVERIFY(messages.numbers().isEmpty());
+}
+
+void TestBackupCore::readBackupAsksAgainForWrongVolumes()
+{
+    QTemporaryDir dirA;
+    QTemporaryDir dirB;
+    MessageRecorder messages;
+    const QByteArray image = pattern(3000000, 9);
+    const QList<QByteArray> a = exportSeries(dirA.path(), image, 1111, messages);
+    const QList<QByteArray> b = exportSeries(dirB.path(), pattern(3000000, 10), 2222, messages);
+    QCOMPARE(a.size(), 3);
+    QCOMPARE(b.size(), 3);
+    const QString second = floppyVolumePath(dirA.path(), 2);
+    const QString third = floppyVolumePath(dirA.path(), 3);
+
+    // Volume 2: first a diskette of another backup (other tag), then the right one. Volume 3:
+    // first missing, then one with a broken end mark, then the right one.
+    QByteArray brokenThird = a.at(2);
+    brokenThird[24 + 184000] = 0x7f;
+    QList<int> asked;
+    BackupCallbacks callbacks;
+    callbacks.askForVolume = [&](int volume) {
+        asked << volume;
+        const int attempt = int(asked.count(volume));
+        if (volume == 2)
+            writeFile(second, attempt == 1 ? b.at(1) : a.at(1));
+        if (volume == 3) {
+            if (attempt == 1)
+                QFile::remove(third);
+            else
+                writeFile(third, attempt == 2 ? brokenThird : a.at(2));
+        }
+        return true;
+    };
+    messages.clear();
+    QFile temp(dirA.filePath(QStringLiteral("Tmp_new.dat")));
+    QVERIFY(temp.open(QIODevice::WriteOnly));
+    QCOMPARE(ReadBackup(floppyVolumePath(dirA.path(), 1), temp, callbacks), CopyResult::Done);
+    QCOMPARE(asked, (QList<int>{2, 2, 3, 3, 3}));
+    QCOMPARE(messages.numbers(), (QList<int>{102, 99, 102}));
+    // The bytes of the volume with the broken end mark stay: the temporary file is not rewound.
+    const QByteArray restored = readFile(temp.fileName());
+    QCOMPARE(restored.size(), 3000000 + 184000);
+    QVERIFY(restored.left(2816000) == image.left(2816000));
+    QVERIFY(restored.mid(2816000, 184000) == image.mid(2816000));
+    QVERIFY(restored.mid(3000000) == image.mid(2816000));
+}
+
+void TestBackupCore::abortQuestion()
+{
+    QTemporaryDir dir;
+    MessageRecorder messages;
+    QCOMPARE(exportSeries(dir.path(), pattern(1500000), 5, messages).size(), 2);
+    messages.clear();
+    // The prompt is not confirmed twice; the first abort question is answered No (asked
+    // again), the second Yes.
+    messages.answerNext(ResultNo);
+    messages.answerNext(ResultNo);
+    messages.answerNext(ResultNo);
+    messages.answerNext(ResultYes);
+    QFile temp(dir.filePath(QStringLiteral("Tmp_new.dat")));
+    QVERIFY(temp.open(QIODevice::WriteOnly));
+    QCOMPARE(ReadBackup(floppyVolumePath(dir.path(), 1), temp, {}), CopyResult::Failed);
+    const auto shown = messages.shown();
+    QCOMPARE(shown.size(), 5);
+    QCOMPARE(shown.at(0).buttons, int(ButtonsConfirm));
+    QCOMPARE(shown.at(1).text, QString::fromUtf8("Chcete skutečně ukončit obnovu dat ze zálohy?"));
+    QCOMPARE(shown.at(1).buttons, int(ButtonsYesNo));
+    QCOMPARE(shown.at(2).buttons, int(ButtonsConfirm));
+    QCOMPARE(shown.at(3).text, shown.at(1).text);
+    QCOMPARE(shown.at(4).text,
+             QString::fromUtf8(
+                 "Obnova dat ze zálohy byla přerušena uživatelem, data\nbyly ponechány v původní podobě!"));
+    QCOMPARE(shown.at(4).kind, MessageKind::Information);
+}
+
+void TestBackupCore::writeFailuresGive101()
+{
+    if (!QFile::exists(QStringLiteral("/dev/full")))
+        QSKIP("no /dev/full here");
+    QTemporaryDir dir;
+    MessageRecorder messages;
+    const QString source = dir.filePath(QStringLiteral("Folivo.db"));
+    QVERIFY(writeFile(source, pattern(300000)));
+    QFile full(QStringLiteral("/dev/full"));
+    QVERIFY(full.open(QIODevice::WriteOnly));
+    QCOMPARE(exportToFile(source, full, {}, {}), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{101});
+    QVERIFY(!full.isOpen());
+
+    // The import's temporary file on a full disk.
+    const QString backup = dir.filePath(QStringLiteral("zaloha.fzl"));
+    QVERIFY(writeFile(backup, diskBackup(pattern(300000))));
+    messages.clear();
+    QVERIFY(full.open(QIODevice::WriteOnly));
+    QCOMPARE(ReadBackup(backup, full, {}), CopyResult::Failed);
+    QCOMPARE(messages.numbers(), QList<int>{101});
+}
+
+void TestBackupCore::quitStopsTheCopy()
+{
+    QTemporaryDir dir;
+    MessageRecorder messages;
+    const QString source = dir.filePath(QStringLiteral("Folivo.db"));
+    QVERIFY(writeFile(source, pattern(300000)));
+    QFile backup(dir.filePath(QStringLiteral("zaloha.fzl")));
+    QVERIFY(backup.open(QIODevice::WriteOnly));
+    int blocks = 0;
+    BackupCallbacks callbacks;
+    callbacks.keepRunning = [&blocks] { return ++blocks < 2; };
+    QCOMPARE(exportToFile(source, backup, {}, callbacks), CopyResult::Quit);
+    QCOMPARE(blocks, 2);
+    QVERIFY(!backup.isOpen());
+    QCOMPARE(readFile(backup.fileName()).size(), 24 + 128000);
+    QVERIFY(messages.shown().isEmpty());
+
+    QVERIFY(writeFile(backup.fileName(), diskBackup(pattern(300000))));
+    QFile temp(dir.filePath(QStringLiteral("Tmp_new.dat")));
+    QVERIFY(temp.open(QIODevice::WriteOnly));
+    blocks = 0;
+    QCOMPARE(ReadBackup(backup.fileName(), temp, callbacks), CopyResult::Quit);
+    QCOMPARE(blocks, 2);
+    QVERIFY(messages.shown().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestBackupCore)
+#include "test_backupcore.moc"

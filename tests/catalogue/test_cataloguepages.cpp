@@ -1,0 +1,807 @@
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/rvedit.h"
+#include "catalogue/bookdialogs.h"
+#include "catalogue/bookform.h"
+#include "catalogue/bookmodels.h"
+#include "catalogue/pagenoveknihy.h"
+#include "catalogue/pageopravy.h"
+#include "catalogue/pageprohlizeni.h"
+#include "circulation/viewzadavani.h"
+#include "data/database.h"
+#include "data/statements.h"
+#include "support/testsupport.h"
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QHeaderView>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTableView>
+#include <QToolButton>
+#include <QtTest>
+
+namespace {
+
+qint64 scalar(const QString &sql)
+{
+    QSqlQuery q = runSql(sql);
+    return q.next() ? q.value(0).toLongLong() : -999;
+}
+
+template <typename W> void showActive(W &w)
+{
+    w.show();
+    w.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&w));
+}
+
+// Counts every write to KNIHY and IDS made through the test's connection.
+void logWrites()
+{
+    runSql(QStringLiteral("CREATE TEMP TABLE writes (n INTEGER)"));
+    for (const char *table : {"KNIHY", "IDS"})
+        for (const char *what : {"INSERT", "UPDATE", "DELETE"})
+            runSql(QStringLiteral(
+                       "CREATE TEMP TRIGGER w_%1_%2 AFTER %2 ON %1 BEGIN INSERT INTO writes VALUES (1); END")
+                       .arg(QString::fromLatin1(table), QString::fromLatin1(what)));
+}
+
+QString cell(const QAbstractItemModel *m, int row, int column)
+{
+    return m->index(row, column).data().toString();
+}
+
+} // namespace
+
+class TestCataloguePages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { AppState::instance().history.clear(); }
+    void newBooksPage();
+    void newBooksKeywordsAndHistory();
+    void correctionsPage();
+    void correctionsDeleteAndCategories();
+    void browsePage();
+    void browseThroughEntryView();
+    void goToBookDialog();
+    void bookPicker();
+    void bookDetailsDialog();
+    void screenshots();
+    void largeCatalogue();
+};
+
+void TestCataloguePages::newBooksPage()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
+    const qint32 beletrie = lib.addCategory(QStringLiteral("Beletrie"));
+    lib.addCategory(QStringLiteral("Skryté"), false);
+    TestLibrary::BookSpec sample(QStringLiteral("OLD"));
+    sample.accession = 41;
+    lib.addBook(sample);
+    MessageRecorder rec;
+
+    CPageNoveknihy page;
+    showActive(page);
+    page.onActivate();
+    BookForm *f = page.form();
+    // Only categories in use, sorted, each with its identifier.
+    QCOMPARE(f->category->count(), 2);
+    QCOMPARE(f->category->itemText(0), QStringLiteral("Beletrie"));
+    QCOMPARE(f->category->itemData(0).toInt(), beletrie);
+    QCOMPARE(f->category->itemData(1).toInt(), poezie);
+    QCOMPARE(f->category->currentIndex(), -1);
+    QCOMPARE(f->accession->text(), QStringLiteral("42"));
+    QCOMPARE(f->date->text(), QStringLiteral("15. 3.2026"));
+    QCOMPARE(f->code->maxLength(), 32);
+    QCOMPARE(f->accession->resType(), int(CRvEdit::WholeNumber));
+    QCOMPARE(f->price->resType(), int(CRvEdit::DecimalNumber));
+    QCOMPARE(f->date->resType(), int(CRvEdit::Date));
+    QCOMPARE(f->year->maxLength(), 10);
+
+    f->code->setText(QStringLiteral("K1"));
+    f->author->setText(QStringLiteral("Karel Jaromír Erben"));
+    f->category->setCurrentIndex(1);
+    f->price->setText(QStringLiteral("0"));
+    QVERIFY(!page.save());
+    QCOMPARE(rec.numbers(), QList<int>{32});
+    QVERIFY(f->title->hasFocus());
+    f->title->setText(QStringLiteral("Kytice"));
+    f->year->setText(QStringLiteral("-3"));
+    QVERIFY(!page.save());
+    QCOMPARE(rec.numbers().last(), 33);
+    QVERIFY(f->year->hasFocus());
+    f->year->setText(QStringLiteral("0"));
+    f->publisher->setText(QStringLiteral("Odeon"));
+    rec.clear();
+    QVERIFY(page.save());
+    QVERIFY(rec.shown().isEmpty());
+    QCOMPARE(scalar(QStringLiteral(
+                        "SELECT COUNT(*) FROM KNIHY WHERE KOD = 'K1' AND PRIRUSTEK = 42 AND ROK_VYDANI = 0 "
+                        "AND IS_ROKVYDANI = 1 AND CENA = 0 AND ID_KATEGORIE_KNIHY = %1")
+                        .arg(poezie)),
+             1);
+    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 42);
+    // Ready for the next book: cleared, the combo keeps its list, the number advanced.
+    QVERIFY(f->code->text().isEmpty() && f->title->text().isEmpty() && f->year->text().isEmpty());
+    QCOMPARE(f->category->count(), 2);
+    QCOMPARE(f->category->currentIndex(), -1);
+    QCOMPARE(f->accession->text(), QStringLiteral("43"));
+    QVERIFY(f->code->hasFocus());
+    const InputHistory &h = AppState::instance().history;
+    QCOMPARE(h.recall(9), QStringLiteral("K1"));
+    QCOMPARE(h.recall(10), QStringLiteral("42"));
+    QCOMPARE(h.recall(13), QStringLiteral("15. 3.2026"));
+    QCOMPARE(h.recall(14), QStringLiteral("0.00"));
+    QCOMPARE(h.recall(15), QStringLiteral("0"));
+    QCOMPARE(h.recall(16), QStringLiteral("Odeon"));
+    QCOMPARE(h.recall(17), QString());
+
+    // A number below PRIRUSTEK_MAX: saved, PRIRUSTEK_MAX stays, the page proposes the saved
+    // number + 1 until it is activated again.
+    f->code->setText(QStringLiteral("K2"));
+    f->accession->setText(QStringLiteral("5"));
+    f->title->setText(QStringLiteral("Máj"));
+    f->author->setText(QStringLiteral("Karel Hynek Mácha"));
+    f->category->setCurrentIndex(0);
+    f->price->setText(QStringLiteral("99,90"));
+    QVERIFY(page.save());
+    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 42);
+    QCOMPARE(f->accession->text(), QStringLiteral("6"));
+    page.onDeactivate();
+    QCOMPARE(f->category->count(), 0);
+    page.onActivate();
+    QCOMPARE(f->accession->text(), QStringLiteral("43"));
+
+    // The code of a discarded book is refused with its own message, focus on the code.
+    runSql(QStringLiteral("UPDATE KNIHY SET VYRAZENO = 1 WHERE KOD = 'K2'"));
+    f->code->setText(QStringLiteral("K2"));
+    f->title->setText(QStringLiteral("Máj"));
+    f->author->setText(QStringLiteral("Mácha"));
+    f->category->setCurrentIndex(0);
+    f->price->setText(QStringLiteral("1"));
+    f->title->setFocus();
+    rec.clear();
+    QVERIFY(!page.save());
+    QCOMPARE(rec.numbers(), QList<int>{35});
+    QVERIFY(f->code->hasFocus());
+
+    // "Storno" clears everything but proposes a fresh number; without IDS no number (31).
+    page.reset();
+    QVERIFY(f->code->text().isEmpty());
+    QCOMPARE(f->accession->text(), QStringLiteral("43"));
+    runSql(QStringLiteral("DROP TABLE IDS"));
+    f->accession->setText(QStringLiteral("77"));
+    rec.clear();
+    page.reset();
+    QCOMPARE(rec.numbers(), QList<int>{31});
+    QCOMPARE(f->accession->text(), QStringLiteral("77"));
+}
+
+void TestCataloguePages::newBooksKeywordsAndHistory()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Beletrie"));
+    MessageRecorder rec;
+    CPageNoveknihy page;
+    showActive(page);
+    page.onActivate();
+    BookForm *f = page.form();
+    QAbstractItemModelTester tester(f->keywordModel, QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+    f->newKeyword->setText(QStringLiteral("  Historie "));
+    f->addKeywordButton->click();
+    f->newKeyword->setText(QStringLiteral("Čechy"));
+    QTest::keyClick(f->newKeyword, Qt::Key_Return); // Enter adds too
+    f->newKeyword->setText(QStringLiteral("báje"));
+    f->addKeywordButton->click();
+    QCOMPARE(f->keywordModel->keywords(),
+             (QStringList{QStringLiteral("báje"), QStringLiteral("Čechy"), QStringLiteral("Historie")}));
+    QCOMPARE(f->newKeyword->text(), QStringLiteral("báje")); // the edit keeps its text
+    QVERIFY(rec.shown().isEmpty());
+    for (const char *bad : {"   ", "x'", "a~b", "HISTORIE"}) {
+        f->newKeyword->setText(QString::fromUtf8(bad));
+        f->addKeywordButton->click();
+    }
+    QCOMPARE(rec.numbers(), (QList<int>{29, 119, 44, 39}));
+    QCOMPARE(f->keywordModel->rowCount(), 3);
+    rec.clear();
+    f->keywordView->clearSelection();
+    f->removeKeywordButton->click();
+    QCOMPARE(rec.numbers(), QList<int>{30});
+    f->keywordView->selectionModel()->select(f->keywordModel->index(0, 0),
+                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    f->keywordView->selectionModel()->select(f->keywordModel->index(2, 0),
+                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    f->removeKeywordButton->click();
+    QCOMPARE(f->keywordModel->keywords(), QStringList{QStringLiteral("Čechy")});
+
+    f->code->setText(QStringLiteral("K1"));
+    f->title->setText(QStringLiteral("Babička"));
+    f->author->setText(QStringLiteral("Němcová"));
+    f->category->setCurrentIndex(0);
+    f->price->setText(QStringLiteral("10"));
+    f->newKeyword->setText(QStringLiteral("venkov"));
+    f->addKeywordButton->click();
+    f->annotation->setPlainText(QStringLiteral("Obrazy venkovského života"));
+    QVERIFY(page.save());
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE KLICOVA_SLOVA = '~Čechy~~venkov~' AND "
+                                   "IS_KLICOVESLOVO = 1 AND IS_ANOTACE = 1")),
+             1);
+    QCOMPARE(AppState::instance().history.recall(37), QStringLiteral("~Čechy~~venkov~"));
+    QCOMPARE(f->keywordModel->rowCount(), 0);
+
+    // History: Ctrl+Space in a field puts back its last saved text; in the keyword edit it
+    // refills the list.
+    f->code->setFocus();
+    QTest::keyClick(f->code, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(f->code->text(), QStringLiteral("K1"));
+    QTest::keyClick(f->annotation, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(f->annotation->toPlainText(), QStringLiteral("Obrazy venkovského života"));
+    QTest::keyClick(f->newKeyword, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(f->keywordModel->keywords(), (QStringList{QStringLiteral("Čechy"), QStringLiteral("venkov")}));
+    QCOMPARE(page.historySlot(f->title), 11);
+    QCOMPARE(page.historySlot(f->newKeyword), 37);
+    QCOMPARE(page.historySlot(f->category), 0);
+
+    // A category created while the page is active is offered and chosen.
+    page.categoryAdded(99, QStringLiteral("Atlasy"));
+    QCOMPARE(f->category->currentText(), QStringLiteral("Atlasy"));
+    QCOMPARE(f->category->currentData().toInt(), 99);
+    QCOMPARE(f->category->currentIndex(), 0);
+    QVERIFY(f->publisher->hasFocus());
+}
+
+void TestCataloguePages::correctionsPage()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
+    TestLibrary::BookSpec sample(QStringLiteral("K1"));
+    sample.accession = 10;
+    sample.keywords = QStringLiteral("~b~~a~");
+    const qint32 id = lib.addBook(sample);
+    TestLibrary::BookSpec gone(QStringLiteral("OLD"));
+    gone.discarded = true;
+    lib.addBook(gone);
+    const qint32 client = lib.addClient(QStringLiteral("15"));
+    lib.lend({id}, client, 20260301);
+    MessageRecorder rec;
+
+    CPageOpravy page;
+    showActive(page);
+    page.onActivate();
+    BookForm *f = page.form();
+    const auto button = [&page](const char *name) {
+        return page.findChild<QPushButton *>(QLatin1String(name));
+    };
+    // Before a book is loaded only the code and its buttons work.
+    QVERIFY(f->code->isEnabled() && button("load")->isEnabled() && button("pick")->isEnabled());
+    QVERIFY(button("cancel")->isEnabled());
+    QVERIFY(!f->title->isEnabled() && !f->category->isEnabled() && !f->keywordView->isEnabled());
+    QVERIFY(!button("correct")->isEnabled() && !button("restore")->isEnabled() &&
+            !button("delete")->isEnabled());
+
+    QVERIFY(!page.load());
+    f->code->setText(QStringLiteral("K*"));
+    QVERIFY(!page.load());
+    f->code->setText(QStringLiteral("OLD"));
+    QVERIFY(!page.load());
+    f->code->setText(QStringLiteral("nic"));
+    QVERIFY(!page.load());
+    QCOMPARE(rec.numbers(), (QList<int>{40, 119, 41, 41}));
+    QVERIFY(f->code->hasFocus());
+
+    f->code->setText(QStringLiteral(" K1 "));
+    QVERIFY(page.load());
+    QVERIFY(f->title->hasFocus());
+    QVERIFY(f->title->isEnabled() && button("correct")->isEnabled() && button("delete")->isEnabled());
+    QCOMPARE(f->accession->text(), QStringLiteral("10"));
+    QCOMPARE(f->price->text(), QStringLiteral("100.00"));
+    QCOMPARE(f->date->text(), QStringLiteral(" 1. 1.2000"));
+    QCOMPARE(f->category->currentText(), QStringLiteral("Beletrie"));
+    QCOMPARE(f->keywordModel->keywords(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    QVERIFY(f->year->text().isEmpty());
+
+    // "Opravit" without a change writes nothing and says nothing.
+    logWrites();
+    rec.clear();
+    QVERIFY(!page.correct());
+    QVERIFY(rec.shown().isEmpty());
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM writes")), 0);
+    QVERIFY(!page.isLoaded());
+    QVERIFY(f->code->text().isEmpty() && !f->title->isEnabled());
+
+    // "Původní" puts back what was loaded.
+    f->code->setText(QStringLiteral("K1"));
+    QVERIFY(page.load());
+    f->title->setText(QStringLiteral("Jiný"));
+    f->category->setCurrentIndex(1);
+    page.restore();
+    QCOMPARE(f->title->text(), QStringLiteral("Babička"));
+    QCOMPARE(f->category->currentText(), QStringLiteral("Beletrie"));
+    QVERIFY(page.isLoaded());
+
+    // A lent book cannot be acquired after it was lent.
+    f->date->setText(QStringLiteral("2.3.2026"));
+    QVERIFY(!page.correct());
+    QCOMPARE(rec.numbers().last(), 87);
+    QVERIFY(f->date->hasFocus());
+    f->date->setText(QStringLiteral("1.3.2026"));
+    f->accession->setText(QStringLiteral("50"));
+    f->category->setCurrentIndex(1);
+    f->year->setText(QStringLiteral("1853"));
+    QVERIFY(page.correct());
+    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 50);
+    QCOMPARE(scalar(QStringLiteral(
+                        "SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY = %1 AND PRIRUSTEK = 50 AND "
+                        "DATUM_PORIZENI = 20260301 AND ID_KATEGORIE_KNIHY = %2 AND ROK_VYDANI = 1853 AND "
+                        "VYPUJCENO = 1 AND ID_LIDE_KNIHY = %3")
+                        .arg(id)
+                        .arg(poezie)
+                        .arg(client)),
+             1);
+    const InputHistory &h = AppState::instance().history;
+    QCOMPARE(h.recall(27), QStringLiteral("K1"));
+    QCOMPARE(h.recall(28), QStringLiteral("50"));
+    QCOMPARE(h.recall(31), QStringLiteral(" 1. 3.2026"));
+    QCOMPARE(h.recall(33), QStringLiteral("1853"));
+    QCOMPARE(h.recall(38), QStringLiteral("~a~~b~"));
+    QVERIFY(!page.isLoaded());
+
+    // Lowering the number never lowers PRIRUSTEK_MAX.
+    f->code->setText(QStringLiteral("K1"));
+    QVERIFY(page.load());
+    f->accession->setText(QStringLiteral("3"));
+    QVERIFY(page.correct());
+    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 50);
+    QCOMPARE(scalar(QStringLiteral("SELECT PRIRUSTEK FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(id)), 3);
+
+    // History of the corrections page: the keyword edit refills the list from slot 38.
+    f->code->setText(QStringLiteral("K1"));
+    QVERIFY(page.load());
+    f->keywordModel->clear();
+    QTest::keyClick(f->newKeyword, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(f->keywordModel->keywords(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    QTest::keyClick(f->accession, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(f->accession->text(), QStringLiteral("3"));
+
+    // A book whose category is no longer offered cannot be corrected here (43).
+    runSql(QStringLiteral("UPDATE KATEGORIE SET UKAZOVAT = 0 WHERE ID_KATEGORIE_KATEGORIE = %1").arg(poezie));
+    page.reset();
+    f->code->setText(QStringLiteral("K1"));
+    rec.clear();
+    QVERIFY(!page.load());
+    QCOMPARE(rec.numbers(), QList<int>{43});
+    QVERIFY(!page.isLoaded());
+}
+
+void TestCataloguePages::correctionsDeleteAndCategories()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 b = lib.addBook(QStringLiteral("B"));
+    const qint32 client = lib.addClient(QStringLiteral("15"));
+    lib.lend({a, b}, client, 20260101, 20260110);
+    lib.giveBack({a, b}, 20260105);
+    lib.lend({a}, client, 20260201);
+    MessageRecorder rec;
+    CPageOpravy page;
+    showActive(page);
+    page.onActivate();
+    BookForm *f = page.form();
+
+    // Books moved to another category while one is loaded: the page follows, and the move
+    // itself is no change to write.
+    f->code->setText(QStringLiteral("A"));
+    QVERIFY(page.load());
+    runSql(QStringLiteral("UPDATE KNIHY SET ID_KATEGORIE_KNIHY = %1").arg(poezie));
+    page.categoriesChanged();
+    QCOMPARE(f->category->currentText(), QStringLiteral("Poezie"));
+    logWrites();
+    QVERIFY(!page.correct());
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM writes")), 0);
+
+    // A new category while a book is loaded is chosen for it; without a book it is only offered.
+    f->code->setText(QStringLiteral("A"));
+    QVERIFY(page.load());
+    page.categoryAdded(77, QStringLiteral("Atlasy"));
+    QCOMPARE(f->category->currentText(), QStringLiteral("Atlasy"));
+    page.restore(); // the loaded category keeps its place in the longer list
+    QCOMPARE(f->category->currentText(), QStringLiteral("Poezie"));
+    page.reset();
+    f->code->setFocus();
+    page.categoryAdded(78, QStringLiteral("Zoologie"));
+    QCOMPARE(f->category->currentIndex(), -1);
+    QVERIFY(f->code->hasFocus());
+
+    // Deleting asks first; "No" keeps the book.
+    f->code->setText(QStringLiteral("A"));
+    QVERIFY(page.load());
+    rec.answerNext(ResultNo);
+    QVERIFY(!page.remove());
+    QCOMPARE(
+        rec.shown().last().text,
+        QStringLiteral("Pozor, skutečně chcete vymazat tuto knihu včetně všech jejich případných výpůjček?"));
+    QCOMPARE(rec.shown().last().kind, MessageKind::Question);
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a)), 1);
+    QVERIFY(page.isLoaded());
+    QVERIFY(page.remove());
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a)), 0);
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(a)), 0);
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM VRACENI WHERE ID_KNIHY_VRACENI = %1").arg(a)), 0);
+    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(b)), 1);
+    QVERIFY(!page.isLoaded());
+    QVERIFY(f->code->hasFocus());
+}
+
+void TestCataloguePages::browsePage()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    MessageRecorder rec;
+    CPageProhlizeni page;
+    page.onActivate();
+    QVERIFY(page.isOpen());
+    QVERIFY(page.form()->code->text().isEmpty());
+    for (int c :
+         {Cmd::NavFirst, Cmd::NavLast, Cmd::NavNext, Cmd::NavPrevious, Cmd::NavPageBack, Cmd::NavPageForward})
+        QVERIFY(!page.canNavigate(c));
+    page.onDeactivate();
+
+    const qint32 cat = lib.addCategory(QStringLiteral("Beletrie"));
+    QList<qint32> ids;
+    // Entered out of order; shown in accession order; one discarded book is skipped.
+    for (int n = 45; n >= 1; --n) {
+        TestLibrary::BookSpec s(QStringLiteral("K%1").arg(n));
+        s.accession = n;
+        s.discarded = n == 3;
+        s.category = cat;
+        ids.prepend(lib.addBook(s));
+    }
+    const qint32 client = lib.addClient(QStringLiteral("15"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    lib.lend({ids.at(44)}, client, 20260301);
+
+    page.onActivate();
+    QCOMPARE(page.rowCount(), 44);
+    QCOMPARE(page.currentRow(), 43); // the highest accession number first
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K45"));
+    QCOMPARE(page.clientField()->text(), QStringLiteral("15  (Novák Jan)"));
+    QCOMPARE(page.form()->categoryName->text(), QStringLiteral("Beletrie"));
+    QVERIFY(page.canNavigate(Cmd::NavPrevious) && page.canNavigate(Cmd::NavFirst) &&
+            page.canNavigate(Cmd::NavPageForward));
+    QVERIFY(!page.canNavigate(Cmd::NavNext) && !page.canNavigate(Cmd::NavLast) &&
+            !page.canNavigate(Cmd::NavPageBack));
+
+    page.navigate(Cmd::NavFirst);
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K1"));
+    QVERIFY(page.clientField()->text().isEmpty());
+    QVERIFY(!page.canNavigate(Cmd::NavPrevious) && !page.canNavigate(Cmd::NavPageForward));
+    page.navigate(Cmd::NavPrevious); // nothing before the first row
+    QCOMPARE(page.currentRow(), 0);
+    for (int i = 0; i < 4; ++i)
+        page.navigate(Cmd::NavNext);
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K6")); // the fifth row (K3 is discarded)
+    page.navigate(Cmd::NavPageForward);                        // 40 rows toward the start
+    QCOMPARE(page.currentRow(), 0);
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K1"));
+    page.navigate(Cmd::NavPageBack); // 40 rows toward the end
+    QCOMPARE(page.currentRow(), 40);
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K42"));
+    page.navigate(Cmd::NavPageBack); // fewer than 40 to go: the last row
+    QCOMPARE(page.currentRow(), 43);
+    page.navigate(Cmd::NavPageForward);
+    QCOMPARE(page.currentRow(), 3);
+
+    QVERIFY(page.showBook(ids.at(9)));
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K10"));
+    rec.clear();
+    QVERIFY(!page.showBook(ids.at(2))); // discarded: not among the rows
+    QCOMPARE(rec.numbers(), QList<int>{79});
+
+    // Books moved to another category: the shown book's category is read again.
+    const qint32 other = lib.addCategory(QStringLiteral("Poezie"));
+    runSql(QStringLiteral("UPDATE KNIHY SET ID_KATEGORIE_KNIHY = %1").arg(other));
+    page.categoriesChanged();
+    QCOMPARE(page.form()->categoryName->text(), QStringLiteral("Poezie"));
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K10"));
+
+    // A broken relation: message 80 and an empty page.
+    runSql(QStringLiteral("DELETE FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = %1").arg(other));
+    rec.clear();
+    page.navigate(Cmd::NavNext);
+    QCOMPARE(rec.numbers(), QList<int>{80});
+    QVERIFY(page.form()->code->text().isEmpty());
+    page.onDeactivate();
+    QVERIFY(!page.isOpen());
+    QVERIFY(!page.canNavigate(Cmd::NavFirst));
+}
+
+void TestCataloguePages::browseThroughEntryView()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    for (int n = 1; n <= 3; ++n)
+        lib.addBook(QStringLiteral("K%1").arg(n));
+    MessageRecorder rec;
+    CViewZadavani view;
+    view.enterView(ViewSwitchRequest{});
+    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(false));
+    view.setActivePage(CViewZadavani::Prohlizeni);
+    auto *page = view.activePageAs<CPageProhlizeni>();
+    QVERIFY(page);
+    QCOMPARE(page->form()->code->text(), QStringLiteral("K3"));
+    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(true));
+    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(false));
+    QVERIFY(view.runCommand(Cmd::NavPageForward));
+    QCOMPARE(page->form()->code->text(), QStringLiteral("K1"));
+    QCOMPARE(view.commandEnabled(Cmd::NavPageBack), std::optional<bool>(true));
+    view.setActivePage(CViewZadavani::Noveknihy);
+    QVERIFY(!page->isOpen());
+    QCOMPARE(view.commandEnabled(Cmd::NavPageBack), std::optional<bool>(false));
+    QVERIFY(rec.shown().isEmpty());
+}
+
+void TestCataloguePages::goToBookDialog()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 id = lib.addBook(QStringLiteral("K1"));
+    TestLibrary::BookSpec gone(QStringLiteral("OLD"));
+    gone.discarded = true;
+    lib.addBook(gone);
+    MessageRecorder rec;
+    CGoToBookDialog dialog;
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Zadejte kód knihy, kterou chcete zobrazit"));
+    dialog.codeEdit()->setText(QStringLiteral("   "));
+    QVERIFY(!dialog.tryAccept());
+    dialog.codeEdit()->setText(QStringLiteral("K[1]"));
+    QVERIFY(!dialog.tryAccept());
+    QCOMPARE(dialog.codeEdit()->text(), QStringLiteral("K[1]")); // kept for correcting
+    dialog.codeEdit()->setText(QStringLiteral("OLD"));
+    QVERIFY(!dialog.tryAccept());
+    QVERIFY(dialog.codeEdit()->text().isEmpty());
+    QCOMPARE(rec.numbers(), (QList<int>{82, 119, 81}));
+    dialog.codeEdit()->setText(QStringLiteral(" K1"));
+    QVERIFY(dialog.tryAccept());
+    QCOMPARE(dialog.bookId(), id);
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+}
+
+void TestCataloguePages::bookPicker()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const auto add = [&lib](const char *code, const char *title) {
+        TestLibrary::BookSpec s(QString::fromUtf8(code));
+        s.title = QString::fromUtf8(title);
+        return lib.addBook(s);
+    };
+    add("B2", "čtení");
+    const qint32 a1 = add("A1", "Žabka");
+    add("C3", "Cesta");
+    MessageRecorder rec;
+
+    CBookPickerDialog picker(QStringLiteral(" Vyberte knihu "), QString::fromLatin1(Stmt::PickNotDiscarded));
+    QVERIFY(picker.isUsable());
+    QAbstractItemModelTester tester(picker.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const QAbstractItemModel *m = picker.model();
+    QCOMPARE(m->rowCount(), 3);
+    // The statement runs KOD DESC; the list shows it reversed.
+    QCOMPARE(cell(m, 0, BookPickerModel::Code), QStringLiteral("A1"));
+    QCOMPARE(cell(m, 2, BookPickerModel::Code), QStringLiteral("C3"));
+    QCOMPARE(m->headerData(1, Qt::Horizontal).toString(), QStringLiteral("Název"));
+    QCOMPARE(picker.view()->currentIndex().row(), 0);
+    // Header click: ascending by that column's text, locale-aware (č after c, Ž last).
+    picker.view()->horizontalHeader()->sectionClicked(BookPickerModel::Title);
+    QCOMPARE(cell(m, 0, BookPickerModel::Title), QStringLiteral("Cesta"));
+    QCOMPARE(cell(m, 1, BookPickerModel::Title), QStringLiteral("čtení"));
+    QCOMPARE(cell(m, 2, BookPickerModel::Title), QStringLiteral("Žabka"));
+    picker.view()->horizontalHeader()->sectionClicked(BookPickerModel::Title); // still ascending
+    QCOMPARE(cell(m, 2, BookPickerModel::Title), QStringLiteral("Žabka"));
+
+    picker.view()->clearSelection();
+    QVERIFY(!picker.tryAccept());
+    QCOMPARE(rec.lastText(), CBookPickerDialog::nothingChosenText());
+    QCOMPARE(rec.lastText(),
+             QStringLiteral(
+                 "Musíte zvolit ze seznamu nějakou knihu!\nPokud chcete akci stronovat, stiskněte storno."));
+    QCOMPARE(rec.shown().last().kind, MessageKind::Warning);
+    picker.view()->selectRow(2);
+    QVERIFY(picker.tryAccept());
+    QCOMPARE(picker.chosen().code, QStringLiteral("A1"));
+    QCOMPARE(picker.chosen().id, a1);
+
+    // An empty result opens an empty list; "OK" then warns. No heading: closed at once.
+    CBookPickerDialog empty(QStringLiteral("Nic"),
+                            QStringLiteral("SELECT * FROM KNIHY WHERE KNIHY.KOD = 'x'"));
+    QVERIFY(empty.isUsable());
+    QCOMPARE(empty.model()->rowCount(), 0);
+    rec.clear();
+    QVERIFY(!empty.tryAccept());
+    QCOMPARE(rec.lastText(), CBookPickerDialog::nothingChosenText());
+    QVERIFY(!CBookPickerDialog(QStringLiteral("  "), QString::fromLatin1(Stmt::PickNotDiscarded)).isUsable());
+    QVERIFY(!pickBook(nullptr, QStringLiteral("Nadpis"), QString()));
+
+    // The function runs the dialog modally and hands back the book chosen by a double click.
+    QTimer::singleShot(0, [] {
+        auto *d = qobject_cast<CBookPickerDialog *>(QApplication::activeModalWidget());
+        QVERIFY(d);
+        const QModelIndex second = d->model()->index(1, 0);
+        d->view()->selectRow(1);
+        Q_EMIT d->view()->doubleClicked(second);
+    });
+    const std::optional<PickedBook> chosen =
+        pickBook(nullptr, QStringLiteral("Vyberte"), QString::fromLatin1(Stmt::PickNotDiscarded));
+    QVERIFY(chosen);
+    QCOMPARE(chosen->code, QStringLiteral("B2"));
+}
+
+void TestCataloguePages::bookDetailsDialog()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Beletrie"));
+    TestLibrary::BookSpec sample(QStringLiteral("K1"));
+    sample.keywords = QStringLiteral("~venkov~~Čechy~");
+    const qint32 book = lib.addBook(sample);
+    const qint32 jan = lib.addClient(QStringLiteral("15"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 eva = lib.addClient(QStringLiteral("7"), QStringLiteral("Eva"), QStringLiteral("Adamová"));
+    lib.lend({book}, jan, 20260101, 20260110);
+    lib.giveBack({book}, 20260113);
+    lib.lend({book}, eva, 20260201);
+    lib.giveBack({book}, 20260210);
+    lib.lend({book}, jan, 20260301, 20260314);
+    MessageRecorder rec;
+
+    CBookDetailsDialog d(book);
+    QCOMPARE(d.failure(), 0);
+    QCOMPARE(d.windowTitle(), QStringLiteral("Detaily o knize"));
+    QCOMPARE(d.form()->code->text(), QStringLiteral("K1"));
+    QCOMPARE(d.form()->categoryName->text(), QStringLiteral("Beletrie"));
+    QCOMPARE(d.form()->price->text(), QStringLiteral("100.00"));
+    QCOMPARE(d.form()->keywordModel->keywords(),
+             (QStringList{QStringLiteral("Čechy"), QStringLiteral("venkov")}));
+    QVERIFY(d.lentBox()->isChecked());
+    QCOMPARE(d.lentOnEdit()->text(), QStringLiteral(" 1. 3.2026"));
+    QCOMPARE(d.returnByEdit()->text(), QStringLiteral("14. 3.2026"));
+    QCOMPARE(d.clientEdit()->text(), QStringLiteral("15  (Novák Jan)"));
+    QVERIFY(!d.discardedBox()->isChecked());
+    QVERIFY(d.discardedOnEdit()->text().isEmpty());
+
+    LoanHistoryModel *h = d.historyModel();
+    QAbstractItemModelTester tester(h, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    QCOMPARE(h->rowCount(), 3);
+    QCOMPARE(cell(h, 0, LoanHistoryModel::LentOn), QStringLiteral(" 1. 1.2026"));
+    QCOMPARE(cell(h, 0, LoanHistoryModel::ReturnedOn), QStringLiteral("13. 1.2026"));
+    QCOMPARE(cell(h, 0, LoanHistoryModel::Overdue), QStringLiteral("3"));
+    QCOMPARE(cell(h, 1, LoanHistoryModel::Overdue), QString());    // no limit
+    QCOMPARE(cell(h, 2, LoanHistoryModel::ReturnedOn), QString()); // still out
+    QCOMPARE(cell(h, 2, LoanHistoryModel::Overdue), QString());
+    QCOMPARE(h->headerData(5, Qt::Horizontal).toString(), QStringLiteral("Prodlení"));
+    // Sorting: text columns by text, dates and days by value (-1 first).
+    d.historyView()->horizontalHeader()->sectionClicked(LoanHistoryModel::Surname);
+    QCOMPARE(cell(h, 0, LoanHistoryModel::Surname), QStringLiteral("Adamová"));
+    d.historyView()->horizontalHeader()->sectionClicked(LoanHistoryModel::ReturnedOn);
+    QCOMPARE(cell(h, 0, LoanHistoryModel::ReturnedOn), QString());
+    QCOMPARE(cell(h, 2, LoanHistoryModel::ReturnedOn), QStringLiteral("10. 2.2026"));
+    d.historyView()->horizontalHeader()->sectionClicked(LoanHistoryModel::Overdue);
+    QCOMPARE(cell(h, 2, LoanHistoryModel::Overdue), QStringLiteral("3"));
+    QVERIFY(rec.shown().isEmpty());
+
+    // A discarded book is shown with its date; a missing one is not shown at all (34).
+    TestLibrary::BookSpec gone(QStringLiteral("OLD"));
+    gone.discarded = true;
+    gone.discardedOn = 20250505;
+    CBookDetailsDialog g(lib.addBook(gone));
+    QVERIFY(g.discardedBox()->isChecked());
+    QCOMPARE(g.discardedOnEdit()->text(), QStringLiteral(" 5. 5.2025"));
+    QVERIFY(!g.lentBox()->isChecked());
+    CBookDetailsDialog missing(book + 100);
+    QCOMPARE(missing.failure(), 34);
+    QCOMPARE(rec.numbers(), QList<int>{34});
+}
+
+// Pictures of the pages and dialogs for looking at by eye, when FOLIVO_SCREENSHOT_DIR is set.
+void TestCataloguePages::screenshots()
+{
+    const QString dir = qEnvironmentVariable("FOLIVO_SCREENSHOT_DIR");
+    if (dir.isEmpty())
+        QSKIP("FOLIVO_SCREENSHOT_DIR is not set");
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Beletrie"));
+    lib.addCategory(QStringLiteral("Poezie"));
+    TestLibrary::BookSpec sample(QStringLiteral("K1"));
+    sample.keywords = QStringLiteral("~Čechy~~venkov~");
+    const qint32 book = lib.addBook(sample);
+    for (int n = 2; n <= 12; ++n)
+        lib.addBook(
+            TestLibrary::BookSpec(QStringLiteral("K%1").arg(n)).withTitle(QStringLiteral("Kniha %1").arg(n)));
+    const qint32 jan = lib.addClient(QStringLiteral("15"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    lib.lend({book}, jan, 20260101, 20260110);
+    lib.giveBack({book}, 20260113);
+    lib.lend({book}, jan, 20260301, 20260314);
+    MessageRecorder rec;
+    CViewZadavani view;
+    view.resize(700, 540);
+    view.show();
+    view.enterView(ViewSwitchRequest{});
+    const auto grab = [&](int index, const char *name) {
+        view.setActivePage(index);
+        QApplication::processEvents();
+        QVERIFY(view.sheet()->grab().save(dir + QLatin1Char('/') + QLatin1String(name)));
+    };
+    grab(CViewZadavani::Noveknihy, "noveknihy.png");
+    view.setActivePage(CViewZadavani::Opravy);
+    auto *opravy = view.activePageAs<CPageOpravy>();
+    opravy->form()->code->setText(QStringLiteral("K1"));
+    QVERIFY(opravy->load());
+    QVERIFY(view.sheet()->grab().save(dir + QStringLiteral("/opravy.png")));
+    grab(CViewZadavani::Prohlizeni, "prohlizeni.png");
+    QVERIFY(view.activePageAs<CPageProhlizeni>()->showBook(book));
+    QVERIFY(view.sheet()->grab().save(dir + QStringLiteral("/prohlizeni.png")));
+    // The pages fit the sheet that the largest page sizes.
+    for (int i : {CViewZadavani::Noveknihy, CViewZadavani::Opravy, CViewZadavani::Prohlizeni})
+        QVERIFY(view.page(i)->sizeHint().width() <= 640 && view.page(i)->sizeHint().height() <= 470);
+
+    CBookDetailsDialog details(book);
+    details.show();
+    QVERIFY(details.grab().save(dir + QStringLiteral("/detaily.png")));
+    CBookPickerDialog picker(QStringLiteral("Vyberte knihu ze seznamu knih, které je možné opravovat."),
+                             QString::fromLatin1(Stmt::PickNotDiscarded));
+    picker.show();
+    QVERIFY(picker.grab().save(dir + QStringLiteral("/seznam.png")));
+    CGoToBookDialog go;
+    go.show();
+    QVERIFY(go.grab().save(dir + QStringLiteral("/jdina.png")));
+}
+
+// Stepping through a large catalogue stays instant. FOLIVO_LARGE_LIBRARY names a data directory
+// made by "folivo-cli demo --books 100000"; the database is copied, never changed.
+void TestCataloguePages::largeCatalogue()
+{
+    const QString source = qEnvironmentVariable("FOLIVO_LARGE_LIBRARY");
+    if (source.isEmpty())
+        QSKIP("FOLIVO_LARGE_LIBRARY is not set");
+    QTemporaryDir dir;
+    const QString db = dir.filePath(QString::fromLatin1(Database::FileName));
+    QVERIFY(QFile::copy(QDir(source).filePath(QString::fromLatin1(Database::FileName)), db));
+    QCOMPARE(Database::open(db), Database::OpenResult::Ok);
+    MessageRecorder rec;
+    CPageProhlizeni page;
+    QElapsedTimer t;
+    t.start();
+    page.onActivate();
+    const qint64 activation = t.restart();
+    QVERIFY(page.rowCount() > 90000);
+    page.navigate(Cmd::NavFirst);
+    for (int i = 0; i < 100; ++i)
+        page.navigate(Cmd::NavPageBack);
+    page.navigate(Cmd::NavLast);
+    const qint64 steps = t.restart();
+    CBookPickerDialog picker(QStringLiteral("Vyberte"), QString::fromLatin1(Stmt::PickNotDiscarded));
+    const qint64 pickerOpen = t.restart();
+    picker.view()->horizontalHeader()->sectionClicked(BookPickerModel::Title);
+    const qint64 pickerSort = t.restart();
+    qInfo("activation %lld ms, 102 steps %lld ms, picker %lld ms, sort %lld ms", activation, steps,
+          pickerOpen, pickerSort);
+    QVERIFY(activation < 1000);
+    QVERIFY(steps < 1000);
+    QVERIFY(rec.shown().isEmpty());
+    Database::close();
+}
+
+QTEST_MAIN(TestCataloguePages)
+#include "test_cataloguepages.moc"

@@ -1,0 +1,599 @@
+#include "app/commands.h"
+#include "app/mainframe.h"
+#include "app/rvedit.h"
+#include "data/database.h"
+#include "search/vyhledavani.h"
+#include "support/testsupport.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTableWidget>
+#include <QtTest>
+
+namespace {
+
+// Stands in for the entry and report views: remembers what it was asked to show.
+class RecordingView final : public CFrameView
+{
+public:
+    RecordingView(int target, QWidget *parent) : CFrameView(parent), m_target(target) {}
+    int viewTarget() const override { return m_target; }
+    int helpTopic() const override { return 0; }
+    bool enterView(const ViewSwitchRequest &request) override
+    {
+        requests << request;
+        return true;
+    }
+    QList<ViewSwitchRequest> requests;
+
+private:
+    int m_target;
+};
+
+// A frame with the search view and recording entry and report views.
+struct Frame
+{
+    Frame()
+    {
+        frame.setViewFactory(ViewSwitchRequest::EntryView,
+                             [](QWidget *p) { return new RecordingView(ViewSwitchRequest::EntryView, p); });
+        frame.setViewFactory(ViewSwitchRequest::ReportView,
+                             [](QWidget *p) { return new RecordingView(ViewSwitchRequest::ReportView, p); });
+        frame.setViewFactory(ViewSwitchRequest::SearchView, [](QWidget *p) { return new CVyhledavani(p); });
+    }
+    bool showSearch()
+    {
+        ViewSwitchRequest r;
+        r.target = ViewSwitchRequest::SearchView;
+        return frame.switchView(r);
+    }
+    CVyhledavani *search() const
+    {
+        return static_cast<CVyhledavani *>(frame.view(ViewSwitchRequest::SearchView));
+    }
+    RecordingView *report() const
+    {
+        return static_cast<RecordingView *>(frame.view(ViewSwitchRequest::ReportView));
+    }
+    CMainFrame frame;
+};
+
+QString labelOf(const QWidget *w)
+{
+    for (const QLabel *label : w->window()->findChildren<QLabel *>())
+        if (label->buddy() == w)
+            return label->text();
+    return QString();
+}
+
+void type(CVyhledavani &v, SearchField f, const char *text)
+{
+    v.edit(f)->setText(QString::fromUtf8(text));
+}
+
+QStringList keywordsShown(const CVyhledavani &v)
+{
+    QStringList out;
+    for (int r = 0; r < v.keywordList()->rowCount(); ++r)
+        out << v.keywordList()->item(r, 0)->text();
+    return out;
+}
+
+QString text(const char *s)
+{
+    return QString::fromUtf8(s);
+}
+
+} // namespace
+
+class TestVyhledavani : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void formFields();
+    void enablingAndClear();
+    void keywordList();
+    void searchGoesToReportView();
+    void refusedSearch();
+    void preparationFailure();
+    void commands();
+    void fitsFrame();
+};
+
+void TestVyhledavani::formFields()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 beletrie = lib.addCategory(text("Beletrie"));
+    lib.addCategory(text("Zrušená"), false);
+    const qint32 naucna = lib.addCategory(text("Naučná"));
+
+    CVyhledavani v;
+    QVERIFY(v.PrepareSearchForm());
+    QCOMPARE(v.categoryCombo()->count(), 2);
+    QCOMPARE(v.categoryCombo()->itemText(0), text("Beletrie"));
+    QCOMPARE(v.categoryCombo()->itemData(0).toInt(), beletrie);
+    QCOMPARE(v.categoryCombo()->itemText(1), text("Naučná"));
+    QCOMPARE(v.categoryCombo()->itemData(1).toInt(), naucna);
+    QCOMPARE(v.categoryCombo()->currentIndex(), -1);
+    QCOMPARE(labelOf(v.categoryCombo()), text("Kat&egorie"));
+
+    struct Field
+    {
+        SearchField field;
+        const char *label;
+        int type;
+        int maxChars;
+    };
+    const Field fields[] = {
+        {SearchField::Code, "&Kód knihy", CRvEdit::Text, 32},
+        {SearchField::AccessionFrom, "&Přírůst. čís. od", CRvEdit::WholeNumber, 8},
+        {SearchField::AccessionTo, "do", CRvEdit::WholeNumber, 8},
+        {SearchField::Title, "&Název", CRvEdit::Text, 128},
+        {SearchField::Author, "&Autor", CRvEdit::Text, 128},
+        {SearchField::Publisher, "&Vydavatel", CRvEdit::Text, 128},
+        {SearchField::PriceFrom, "&Cena od", CRvEdit::DecimalNumber, 10},
+        {SearchField::PriceTo, "do", CRvEdit::DecimalNumber, 10},
+        {SearchField::AcquiredFrom, "&Pořízení od", CRvEdit::Date, 20},
+        {SearchField::AcquiredTo, "do", CRvEdit::Date, 20},
+        {SearchField::Keyword, "K&líč. slovo", CRvEdit::Text, 64},
+        {SearchField::DiscardFrom, "od", CRvEdit::Date, 20},
+        {SearchField::DiscardTo, "do", CRvEdit::Date, 20},
+        {SearchField::ClientCode, "Kód klienta", CRvEdit::Text, 32},
+    };
+    for (const Field &f : fields) {
+        CRvEdit *e = v.edit(f.field);
+        QVERIFY2(e, f.label);
+        QCOMPARE(labelOf(e), text(f.label));
+        QCOMPARE(e->resType(), f.type);
+        QCOMPARE(e->maxLength(), f.maxChars);
+    }
+    for (SearchField f :
+         {SearchField::Code, SearchField::Title, SearchField::Author, SearchField::Publisher}) {
+        QVERIFY(v.exactBox(f));
+        QCOMPARE(v.exactBox(f)->text(), text("Přesná shoda"));
+        QVERIFY(v.exactBox(f)->isChecked());
+    }
+    // Fields and boxes whose visible label is shared are told apart by their accessible names.
+    QCOMPARE(v.edit(SearchField::AccessionTo)->accessibleName(), text("Přírůst. čís. do"));
+    QCOMPARE(v.edit(SearchField::PriceTo)->accessibleName(), text("Cena do"));
+    QCOMPARE(v.edit(SearchField::DiscardFrom)->accessibleName(), text("Vyřazeno od"));
+    QCOMPARE(v.edit(SearchField::DiscardTo)->accessibleName(), text("Vyřazeno do"));
+    QCOMPARE(v.exactBox(SearchField::Author)->accessibleName(), text("Přesná shoda: Autor"));
+    QCOMPARE(v.considerDiscardBox()->text(), text("Zohledňovat stav vyřazení"));
+    QCOMPARE(v.discardedBox()->text(), text("Vyřazeno"));
+    QCOMPARE(v.considerLoanBox()->text(), text("Zohledňovat stav vypůjčení"));
+    QCOMPARE(v.lentBox()->text(), text("Vypůjčeno"));
+    QCOMPARE(v.pickButton()->text(), text("Nalistovat"));
+    QCOMPARE(v.searchButton()->text(), text("  Vyhledat"));
+    QCOMPARE(v.cancelButton()->text(), text("  Storno"));
+    QCOMPARE(v.keywordList()->columnCount(), 1);
+    QCOMPARE(v.keywordList()->horizontalHeaderItem(0)->text(), text("Klíčová slova"));
+    QCOMPARE(v.keywordList()->selectionMode(), QAbstractItemView::ExtendedSelection);
+    QCOMPARE(v.keywordList()->selectionBehavior(), QAbstractItemView::SelectRows);
+    QVERIFY(v.keywordList()->showGrid());
+    // The form lies on the button face.
+    QVERIFY(v.autoFillBackground());
+    QCOMPARE(v.backgroundRole(), QPalette::Button);
+
+    // The Tab key walks the form as it reads: book fields, keywords, discard, loan, buttons.
+    QList<QWidget *> chain;
+    QWidget *w = v.edit(SearchField::Code);
+    do {
+        if ((w->focusPolicy() & Qt::TabFocus) && v.isAncestorOf(w) && !chain.contains(w))
+            chain << w;
+        w = w->nextInFocusChain();
+    } while (w != v.edit(SearchField::Code));
+    QList<QWidget *> expected;
+    for (SearchField f :
+         {SearchField::Code, SearchField::AccessionFrom, SearchField::AccessionTo, SearchField::Title,
+          SearchField::Author, SearchField::Publisher, SearchField::PriceFrom, SearchField::PriceTo,
+          SearchField::Category, SearchField::AcquiredFrom, SearchField::AcquiredTo, SearchField::Keyword}) {
+        expected << v.field(f);
+        if (v.exactBox(f))
+            expected << v.exactBox(f);
+    }
+    expected << v.addKeywordButton() << v.removeKeywordButton() << v.keywordList() << v.considerDiscardBox()
+             << v.discardedBox() << v.edit(SearchField::DiscardFrom) << v.edit(SearchField::DiscardTo)
+             << v.considerLoanBox() << v.lentBox() << v.edit(SearchField::ClientCode) << v.pickButton()
+             << v.searchButton() << v.cancelButton();
+    QCOMPARE(chain, expected);
+
+    // A new category shows up on the next preparation; a hidden one never.
+    lib.addCategory(text("Poezie"));
+    QVERIFY(v.PrepareSearchForm());
+    QCOMPARE(v.categoryCombo()->count(), 3);
+}
+
+void TestVyhledavani::enablingAndClear()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(text("Beletrie"));
+    CVyhledavani v;
+    v.show();
+    QVERIFY(QTest::qWaitForWindowActive(&v));
+    QVERIFY(v.PrepareSearchForm());
+    CRvEdit *client = v.edit(SearchField::ClientCode);
+    CRvEdit *from = v.edit(SearchField::DiscardFrom);
+    CRvEdit *to = v.edit(SearchField::DiscardTo);
+
+    auto loanEnabling = [&] {
+        return QList<bool>{v.lentBox()->isEnabled(), client->isEnabled(), v.pickButton()->isEnabled()};
+    };
+    auto discardEnabling = [&] {
+        return QList<bool>{v.discardedBox()->isEnabled(), from->isEnabled(), to->isEnabled()};
+    };
+    QCOMPARE(loanEnabling(), QList<bool>({false, false, false}));
+    QCOMPARE(discardEnabling(), QList<bool>({false, false, false}));
+
+    // Loan state: "Vypůjčeno" follows the outer box, the client fields follow "Vypůjčeno".
+    v.considerLoanBox()->click();
+    QCOMPARE(loanEnabling(), QList<bool>({true, false, false}));
+    v.lentBox()->click();
+    QCOMPARE(loanEnabling(), QList<bool>({true, true, true}));
+    client->setText(text("K1"));
+    v.lentBox()->click();
+    QCOMPARE(loanEnabling(), QList<bool>({true, false, false}));
+    QVERIFY(client->text().isEmpty());
+    v.lentBox()->click();
+    client->setText(text("K1"));
+    v.considerLoanBox()->click();
+    QCOMPARE(loanEnabling(), QList<bool>({false, false, false}));
+    QVERIFY(!v.lentBox()->isChecked());
+    QVERIFY(client->text().isEmpty());
+    v.considerLoanBox()->click();
+    QCOMPARE(loanEnabling(), QList<bool>({true, false, false}));
+
+    // Discard state, the same way.
+    v.considerDiscardBox()->click();
+    QCOMPARE(discardEnabling(), QList<bool>({true, false, false}));
+    v.discardedBox()->click();
+    QCOMPARE(discardEnabling(), QList<bool>({true, true, true}));
+    from->setText(text("1.1.2020"));
+    to->setText(text("2.1.2020"));
+    v.discardedBox()->click();
+    QCOMPARE(discardEnabling(), QList<bool>({true, false, false}));
+    QVERIFY(from->text().isEmpty() && to->text().isEmpty());
+    v.discardedBox()->click();
+    from->setText(text("1.1.2020"));
+    v.considerDiscardBox()->click();
+    QCOMPARE(discardEnabling(), QList<bool>({false, false, false}));
+    QVERIFY(!v.discardedBox()->isChecked());
+    QVERIFY(from->text().isEmpty());
+
+    // Fill everything, then "  Storno".
+    for (SearchField f :
+         {SearchField::Code, SearchField::AccessionFrom, SearchField::AccessionTo, SearchField::Title,
+          SearchField::Author, SearchField::Publisher, SearchField::PriceFrom, SearchField::PriceTo,
+          SearchField::AcquiredFrom, SearchField::AcquiredTo, SearchField::Keyword})
+        v.edit(f)->setText(text("1"));
+    for (SearchField f : {SearchField::Code, SearchField::Title, SearchField::Author, SearchField::Publisher})
+        v.exactBox(f)->setChecked(false);
+    v.categoryCombo()->setCurrentIndex(0);
+    v.addKeyword();
+    QCOMPARE(v.keywordList()->rowCount(), 1);
+    v.considerLoanBox()->click();
+    v.lentBox()->click();
+    client->setText(text("K1"));
+    v.considerDiscardBox()->click();
+    v.discardedBox()->click();
+    from->setText(text("1.1.2020"));
+    to->setText(text("2.1.2020"));
+    v.edit(SearchField::Title)->setFocus();
+
+    v.cancelButton()->click();
+    for (CRvEdit *e : v.findChildren<CRvEdit *>())
+        QVERIFY2(e->text().isEmpty(), qPrintable(labelOf(e)));
+    for (SearchField f : {SearchField::Code, SearchField::Title, SearchField::Author, SearchField::Publisher})
+        QVERIFY(v.exactBox(f)->isChecked());
+    QCOMPARE(v.categoryCombo()->currentIndex(), -1);
+    QCOMPARE(v.categoryCombo()->count(), 1); // "  Storno" keeps the categories
+    QCOMPARE(v.keywordList()->rowCount(), 0);
+    for (QCheckBox *box : {v.considerLoanBox(), v.lentBox(), v.considerDiscardBox(), v.discardedBox()})
+        QVERIFY(!box->isChecked());
+    QCOMPARE(loanEnabling(), QList<bool>({false, false, false}));
+    QCOMPARE(discardEnabling(), QList<bool>({false, false, false}));
+    QCOMPARE(QApplication::focusWidget(), v.edit(SearchField::Code));
+
+    // Preparing empties and refills the categories.
+    v.categoryCombo()->setCurrentIndex(0);
+    lib.addCategory(text("Poezie"));
+    QVERIFY(v.PrepareSearchForm());
+    QCOMPARE(v.categoryCombo()->count(), 2);
+    QCOMPARE(v.categoryCombo()->currentIndex(), -1);
+}
+
+void TestVyhledavani::keywordList()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    MessageRecorder messages;
+    CVyhledavani v;
+    v.show();
+    QVERIFY(QTest::qWaitForWindowActive(&v));
+    CRvEdit *keyword = v.edit(SearchField::Keyword);
+
+    // Added in sorted order; the field keeps the (trimmed) word.
+    for (const char *word : {"voda", " Les ", "Čert", "ahoj"}) {
+        keyword->setText(text(word));
+        v.addKeywordButton()->click();
+    }
+    QCOMPARE(messages.numbers(), QList<int>());
+    QCOMPARE(keyword->text(), text("ahoj"));
+    QCOMPARE(keywordsShown(v), QStringList({text("ahoj"), text("Čert"), text("Les"), text("voda")}));
+
+    // Refusals, each with the focus back on the keyword field and the list unchanged.
+    const std::pair<const char *, int> refused[] = {{"LES", 39}, {"a~b", 44}, {"O'Brien", 119}, {"   ", 29}};
+    for (const auto &[word, message] : refused) {
+        messages.clear();
+        keyword->setText(text(word));
+        v.edit(SearchField::Code)->setFocus();
+        v.addKeywordButton()->click();
+        QCOMPARE(messages.numbers(), QList<int>({message}));
+        QCOMPARE(QApplication::focusWidget(), keyword);
+        QCOMPARE(v.keywordList()->rowCount(), 4);
+    }
+    // Enter in the keyword field adds it too.
+    keyword->setText(text("zima"));
+    QTest::keyClick(keyword, Qt::Key_Return);
+    QCOMPARE(v.keywordList()->rowCount(), 5);
+
+    // Removing: nothing selected gives 30; several selected rows go at once.
+    messages.clear();
+    v.keywordList()->clearSelection();
+    v.removeKeywordButton()->click();
+    QCOMPARE(messages.numbers(), QList<int>({30}));
+    QCOMPARE(v.keywordList()->rowCount(), 5);
+    messages.clear();
+    v.keywordList()->selectionModel()->select(v.keywordList()->model()->index(1, 0),
+                                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    v.keywordList()->selectionModel()->select(v.keywordList()->model()->index(3, 0),
+                                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    v.removeKeywordButton()->click();
+    QCOMPARE(messages.numbers(), QList<int>());
+    QCOMPARE(keywordsShown(v), QStringList({text("ahoj"), text("Les"), text("zima")}));
+    QCOMPARE(v.readForm().keywords, keywordsShown(v));
+}
+
+void TestVyhledavani::searchGoesToReportView()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 cat = lib.addCategory(text("Beletrie"));
+    MessageRecorder messages;
+    Frame f;
+    f.frame.show();
+    QVERIFY(f.showSearch());
+    CVyhledavani *v = f.search();
+    QVERIFY(v);
+    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::SearchView));
+
+    type(*v, SearchField::Author, " dvořák ");
+    v->exactBox(SearchField::Author)->setChecked(false);
+    type(*v, SearchField::PriceFrom, "100");
+    type(*v, SearchField::PriceTo, "200");
+    v->categoryCombo()->setCurrentIndex(0);
+    for (const char *word : {"a", "b"}) {
+        type(*v, SearchField::Keyword, word);
+        v->addKeyword();
+    }
+    v->searchButton()->click();
+    QCOMPARE(messages.numbers(), QList<int>());
+    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::ReportView));
+    QVERIFY(f.report());
+    QCOMPARE(f.report()->requests.size(), 1);
+    const ViewSwitchRequest r = f.report()->requests.first();
+    QCOMPARE(r.target, int(ViewSwitchRequest::ReportView));
+    QCOMPARE(r.title, text("Výsledek pokročilého vyhledávání"));
+    QCOMPARE(r.reportKind, 0);
+    QCOMPARE(r.sql,
+             QStringLiteral("SELECT * FROM KNIHY WHERE 1 AND AUTOR LIKE '*dvořák*' AND CENA <= 200.000000 "
+                            "AND CENA >= 100.000000 AND ID_KATEGORIE_KNIHY = %1 AND KLICOVA_SLOVA LIKE "
+                            "'*~b~*' AND KLICOVA_SLOVA LIKE '*~a~*'  ORDER BY KNIHY.KOD DESC")
+                 .arg(cat));
+    // The form is left empty, its categories too, until it is shown again.
+    QVERIFY(v->edit(SearchField::Author)->text().isEmpty());
+    QVERIFY(v->exactBox(SearchField::Author)->isChecked());
+    QCOMPARE(v->keywordList()->rowCount(), 0);
+    QCOMPARE(v->categoryCombo()->count(), 0);
+    QVERIFY(f.showSearch());
+    QCOMPARE(f.search(), v);
+    QCOMPARE(v->categoryCombo()->count(), 1);
+
+    // Enter in a criterion field searches; the empty form asks for every book.
+    QTest::keyClick(v->edit(SearchField::Code), Qt::Key_Return);
+    QCOMPARE(f.report()->requests.size(), 2);
+    QCOMPARE(f.report()->requests.last().sql,
+             QStringLiteral("SELECT * FROM KNIHY WHERE 1  ORDER BY KNIHY.KOD DESC"));
+}
+
+void TestVyhledavani::refusedSearch()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addClient(text("K9"), text("Eva"), text("Skrytá"), false);
+    const qint32 k1 = lib.addClient(text("K1"));
+    MessageRecorder messages;
+    Frame f;
+    f.frame.show();
+    QVERIFY(QTest::qWaitForWindowActive(&f.frame));
+    QVERIFY(f.showSearch());
+    CVyhledavani *v = f.search();
+
+    // A hidden client: 15, focus on the client code, nothing sent, the texts left trimmed.
+    type(*v, SearchField::Title, "  Babička ");
+    v->considerLoanBox()->click();
+    v->lentBox()->click();
+    type(*v, SearchField::ClientCode, " K9 ");
+    v->searchButton()->click();
+    QCOMPARE(messages.numbers(), QList<int>({15}));
+    QCOMPARE(QApplication::focusWidget(), v->edit(SearchField::ClientCode));
+    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::SearchView));
+    QVERIFY(!f.report());
+    QCOMPARE(v->edit(SearchField::Title)->text(), text("Babička"));
+    QCOMPARE(v->edit(SearchField::ClientCode)->text(), text("K9"));
+    QVERIFY(v->lentBox()->isChecked());
+
+    // A bad date behind a good client: 106 on that date.
+    messages.clear();
+    type(*v, SearchField::ClientCode, "K1");
+    type(*v, SearchField::AcquiredFrom, "31.2.2005");
+    v->searchButton()->click();
+    QCOMPARE(messages.numbers(), QList<int>({106}));
+    QCOMPARE(QApplication::focusWidget(), v->edit(SearchField::AcquiredFrom));
+    QVERIFY(v->values().useClient);
+    QCOMPARE(v->values().clientId, k1);
+
+    // A forbidden character wins over everything after it.
+    messages.clear();
+    type(*v, SearchField::Publisher, "50%");
+    v->searchButton()->click();
+    QCOMPARE(messages.numbers(), QList<int>({119}));
+    QCOMPARE(QApplication::focusWidget(), v->edit(SearchField::Publisher));
+}
+
+void TestVyhledavani::preparationFailure()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    MessageRecorder messages;
+    Frame f;
+    QVERIFY(f.frame.switchView(ViewSwitchRequest{}));
+    QVERIFY(f.showSearch());
+    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::SearchView));
+
+    // The categories cannot be read: 105, the search view goes away, the entry view is shown.
+    Database::close();
+    QVERIFY(!f.showSearch());
+    QCOMPARE(messages.numbers(), QList<int>({105}));
+    QVERIFY(!f.frame.view(ViewSwitchRequest::SearchView));
+    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::EntryView));
+
+    // The same on the very first switch.
+    Frame fresh;
+    messages.clear();
+    QVERIFY(!fresh.showSearch());
+    QCOMPARE(messages.numbers(), QList<int>({105}));
+    QVERIFY(!fresh.frame.view(ViewSwitchRequest::SearchView));
+    QCOMPARE(fresh.frame.activeTarget(), int(ViewSwitchRequest::EntryView));
+}
+
+void TestVyhledavani::commands()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    Frame f;
+    // Installed for every view by their owner; the search form has nothing to print.
+    int printed = 0;
+    f.frame.setHandler(Cmd::PrintReport, [&printed] { ++printed; });
+    f.frame.setHandler(Cmd::PreviewReport, [&printed] { ++printed; });
+    f.frame.show();
+    QVERIFY(QTest::qWaitForWindowActive(&f.frame));
+    QVERIFY(f.showSearch());
+    CVyhledavani *v = f.search();
+    auto enabled = [&f](int command) {
+        f.frame.updateCommandStates();
+        return f.frame.action(command)->isEnabled();
+    };
+    const int editCommands[] = {Cmd::EditCut,    Cmd::EditCopy,      Cmd::EditPaste,
+                                Cmd::EditDelete, Cmd::EditSelectAll, Cmd::EditUndo};
+
+    QVERIFY(!enabled(Cmd::PrintReport));
+    QVERIFY(!enabled(Cmd::PreviewReport));
+    f.frame.runCommand(Cmd::PrintReport);
+    QCOMPARE(printed, 0);
+
+    // Edit commands act on the focused field, and only on a field.
+    v->keywordList()->setFocus();
+    for (int c : editCommands)
+        QVERIFY2(!enabled(c), qPrintable(QString::number(c)));
+    CRvEdit *title = v->edit(SearchField::Title);
+    title->setFocus();
+    title->insert(text("Babička"));
+    for (int c : editCommands)
+        QVERIFY2(enabled(c), qPrintable(QString::number(c)));
+    f.frame.runCommand(Cmd::EditSelectAll);
+    QCOMPARE(title->selectedText(), text("Babička"));
+    f.frame.runCommand(Cmd::EditCut);
+    QVERIFY(title->text().isEmpty());
+    CRvEdit *author = v->edit(SearchField::Author);
+    author->setFocus();
+    f.frame.runCommand(Cmd::EditPaste);
+    QCOMPARE(author->text(), text("Babička"));
+    f.frame.runCommand(Cmd::EditUndo);
+    QVERIFY(author->text().isEmpty());
+    author->insert(text("Čapek"));
+    author->setSelection(0, 1);
+    f.frame.runCommand(Cmd::EditDelete);
+    QCOMPARE(author->text(), text("apek"));
+    author->setSelection(1, 2);
+    f.frame.runCommand(Cmd::EditCopy);
+    title->setFocus();
+    f.frame.runCommand(Cmd::EditPaste);
+    QCOMPARE(title->text(), text("pe"));
+}
+
+void TestVyhledavani::fitsFrame()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(text("Beletrie"));
+    Frame f;
+    f.frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&f.frame));
+    QVERIFY(f.showSearch());
+    CVyhledavani *v = f.search();
+    auto *scroll = v->findChild<QScrollArea *>();
+    QVERIFY(scroll);
+    const QByteArray shots = qgetenv("FOLIVO_SCREENSHOT_DIR");
+    // A filled form, every dependent field enabled.
+    type(*v, SearchField::Title, "Válka s mloky");
+    v->exactBox(SearchField::Title)->setChecked(false);
+    type(*v, SearchField::PriceFrom, "100");
+    type(*v, SearchField::AcquiredTo, "31.12.2005");
+    v->categoryCombo()->setCurrentIndex(0);
+    for (const char *word : {"mloci", "válka", "satira"}) {
+        type(*v, SearchField::Keyword, word);
+        v->addKeyword();
+    }
+    v->considerDiscardBox()->click();
+    v->discardedBox()->click();
+    v->considerLoanBox()->click();
+    v->lentBox()->click();
+    type(*v, SearchField::ClientCode, "K017");
+
+    // At the frame's first size and on a large screen every field is in sight without scrolling.
+    for (const QSize size : {QSize(710, 590), QSize(1280, 1000)}) {
+        f.frame.resize(size);
+        QTRY_COMPARE(f.frame.size(), size);
+        QApplication::processEvents();
+        QCOMPARE(scroll->verticalScrollBar()->maximum(), 0);
+        QCOMPARE(scroll->horizontalScrollBar()->maximum(), 0);
+        const QRect inside = v->rect();
+        for (QWidget *w : v->findChildren<QWidget *>()) {
+            if (!w->isVisibleTo(v) || (!qobject_cast<QLineEdit *>(w) && !qobject_cast<QAbstractButton *>(w)))
+                continue;
+            const QRect r(w->mapTo(v, QPoint(0, 0)), w->size());
+            QVERIFY2(inside.contains(r), qPrintable(w->objectName() + labelOf(w)));
+            // Texts of buttons and boxes are not cut.
+            if (auto *b = qobject_cast<QAbstractButton *>(w); b && !b->text().isEmpty())
+                QVERIFY2(b->width() >= b->sizeHint().width(), qPrintable(b->text()));
+        }
+        if (!shots.isEmpty())
+            f.frame.grab().save(QStringLiteral("%1/search_%2x%3.png")
+                                    .arg(QString::fromLocal8Bit(shots))
+                                    .arg(size.width())
+                                    .arg(size.height()));
+    }
+}
+
+QTEST_MAIN(TestVyhledavani)
+#include "test_vyhledavani.moc"
