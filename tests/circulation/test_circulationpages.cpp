@@ -2,6 +2,8 @@
 #include "app/commands.h"
 #include "app/mainframe.h"
 #include "app/rvedit.h"
+#include "catalogue/bookdialogs.h"
+#include "catalogue/bookmodels.h"
 #include "catalogue/undodiscard.h"
 #include "circulation/pagecommands.h"
 #include "circulation/pagevraceni.h"
@@ -14,6 +16,7 @@
 #include <QAbstractItemModelTester>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableView>
@@ -43,6 +46,7 @@ private Q_SLOTS:
     void discardPage();
     void discardStopsAtMissingBook();
     void registerChangesReachThePages();
+    void bookPickersOfThePages();
     void undoDiscard();
     void undoDiscardFromEveryView();
     void pagesFitAndScreenshots();
@@ -873,6 +877,89 @@ void TestCirculationPages::discardStopsAtMissingBook()
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
     QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("B")}));
     QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+}
+
+namespace {
+
+// What the book picker offered: its prompt and its codes. Chooses `code` in it, or cancels.
+struct PickerSeen
+{
+    QString prompt;
+    QStringList codes;
+};
+
+void answerBookPicker(PickerSeen *seen, const QString &code)
+{
+    QTimer::singleShot(0, [seen, code] {
+        auto *dialog = qobject_cast<CBookPickerDialog *>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        for (const QLabel *l : dialog->findChildren<QLabel *>())
+            if (l->text().startsWith(QStringLiteral("Vyberte")))
+                seen->prompt = l->text();
+        for (int r = 0; r < dialog->model()->rowCount(); ++r) {
+            seen->codes << dialog->model()->row(r).code;
+            if (dialog->model()->row(r).code == code)
+                dialog->view()->selectRow(r);
+        }
+        if (code.isEmpty())
+            dialog->reject();
+        else
+            dialog->tryAccept();
+    });
+}
+
+} // namespace
+
+// Each page offers the books it can take, and looks the chosen one up.
+void TestCirculationPages::bookPickersOfThePages()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    const qint32 free = lib.addBook(QStringLiteral("FREE"));
+    const qint32 lent = lib.addBook(QStringLiteral("LENT"));
+    TestLibrary::BookSpec spec(QStringLiteral("GONE"));
+    spec.discarded = true;
+    const qint32 gone = lib.addBook(spec);
+    lib.lend({lent}, k, 20260301);
+    MessageRecorder rec;
+
+    CPageVypujcky loans;
+    loans.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&loans));
+    PickerSeen seen;
+    answerBookPicker(&seen, QStringLiteral("FREE"));
+    loans.pickBook();
+    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vypůjčit."));
+    QCOMPARE(seen.codes, QStringList{QStringLiteral("FREE")});
+    QCOMPARE(loans.currentBookId(), free);
+    QCOMPARE(focused(&loans), QStringLiteral("add"));
+
+    CPageVraceni returns;
+    seen = {};
+    answerBookPicker(&seen, QStringLiteral("LENT"));
+    returns.pickBook();
+    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vrátit."));
+    QCOMPARE(seen.codes, QStringList{QStringLiteral("LENT")});
+    QCOMPARE(returns.currentBookId(), lent);
+
+    CPageVyrazeni discard;
+    seen = {};
+    answerBookPicker(&seen, QString()); // cancelled: nothing happens
+    discard.pickBook();
+    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vyřadit."));
+    QCOMPARE(seen.codes, QStringList{QStringLiteral("FREE")});
+    QCOMPARE(discard.currentBookId(), -1);
+
+    CUndoDiscardDialog dialog;
+    QVERIFY(dialog.prepare());
+    seen = {};
+    answerBookPicker(&seen, QStringLiteral("GONE"));
+    dialog.pickBook();
+    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu vyřazených knih."));
+    QCOMPARE(seen.codes, QStringList{QStringLiteral("GONE")});
+    QCOMPARE(dialog.bookId(), gone);
+    QVERIFY(rec.shown().isEmpty());
 }
 
 // Renamed or removed clients and categories, and books moved between categories, show at once
