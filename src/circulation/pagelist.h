@@ -216,3 +216,30 @@ inline void fitWidth(QLineEdit *edit, const QString &longest = QStringLiteral("3
 {
     edit->setFixedWidth(edit->fontMetrics().horizontalAdvance(longest) + 24);
 }
+
+#include "data/recordsets.h"
+#include "data/statements.h"
+
+// The book's category as it stands now, after books were moved or categories renamed: true and
+// the category's id and name, or false when the book or its category is gone or the database
+// failed (the page then keeps what it shows).
+inline bool readBookCategory(qint32 bookId, qint32 *categoryId, QString *name)
+{
+    if (bookId == -1)
+        return false;
+    try {
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyById, bookId));
+        if (book.isEOF())
+            return false;
+        CSetKategorie category;
+        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+        if (category.isEOF())
+            return false;
+        *categoryId = book.m_ID_KATEGORIE_KNIHY;
+        *name = category.m_NAZEV;
+        return true;
+    } catch (const DbError &) {
+        return false;
+    }
+}

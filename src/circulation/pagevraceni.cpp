@@ -324,22 +324,9 @@ void CPageVraceni::showDetails()
 
 void CPageVraceni::categoriesChanged()
 {
-    if (m_bookId == -1)
-        return;
-    try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyById, m_bookId));
-        if (book.isEOF())
-            return;
-        CSetKategorie category;
-        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
-        if (category.isEOF())
-            return;
-        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
-        m_category->setText(category.m_NAZEV);
-    } catch (const DbError &) {
-        // Ignored: the text stays as it was.
-    }
+    QString name;
+    if (readBookCategory(m_bookId, &m_categoryId, &name))
+        m_category->setText(name);
 }
 
 void CPageVraceni::clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first)

@@ -269,22 +269,9 @@ void CPageVyrazeni::showDetails()
 
 void CPageVyrazeni::categoriesChanged()
 {
-    if (m_bookId == -1)
-        return;
-    try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyById, m_bookId));
-        if (book.isEOF())
-            return;
-        CSetKategorie category;
-        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
-        if (category.isEOF())
-            return;
-        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
-        m_category->setText(category.m_NAZEV);
-    } catch (const DbError &) {
-        // Ignored: the text stays as it was.
-    }
+    QString name;
+    if (readBookCategory(m_bookId, &m_categoryId, &name))
+        m_category->setText(name);
 }
 
 bool CPageVyrazeni::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
