@@ -23,15 +23,7 @@ class CViewZadavani final : public CFrameView
     Q_OBJECT
 
 public:
-    enum PageIndex
-    {
-        Vypujcky = 0,
-        Vraceni = 1,
-        Noveknihy = 2,
-        Vyrazeni = 3,
-        Opravy = 4,
-        Prohlizeni = 5
-    };
+    enum PageIndex { Vypujcky = 0, Vraceni = 1, Noveknihy = 2, Vyrazeni = 3, Opravy = 4, Prohlizeni = 5 };
 
     explicit CViewZadavani(QWidget *parent = nullptr);
 
@@ -60,6 +52,7 @@ Q_SIGNALS:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void pageChanged(int index);
