@@ -3,6 +3,7 @@
 #include "app/commands.h"
 #include "app/mainframe.h"
 #include "circulation/viewzadavani.h"
+#include "reports/reportcommands.h"
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
 
@@ -24,7 +25,9 @@ void installFeatures(CMainFrame &frame)
         r.target = ViewSwitchRequest::SearchView;
         frame.switchView(r);
     });
-    frame.setHandler(Cmd::ViewToolBar, [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
+    frame.setHandler(Cmd::ViewToolBar,
+                     [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
     frame.setHandler(Cmd::ViewStatusBar,
                      [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
+    installReportCommands(frame);
 }
