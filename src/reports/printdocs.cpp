@@ -33,9 +33,9 @@ PrintedTable returnProtocolDocument(const ReturnProtocol &protocol, const QDate 
                        {QStringLiteral("Datum vrácení"), dateText(protocol.date)},
                        {QStringLiteral("Počet knih"), QString::asprintf("%d", int(protocol.rows.size()))}};
     doc.labelTemplate = QStringLiteral("Datum vrácení XX");
-    doc.columns = {{QStringLiteral("Kód knihy"), 12, false},   {QStringLiteral("Název knihy"), 32, false},
-                   {QStringLiteral("Kód klienta"), 12, false}, {QStringLiteral("Jméno klienta"), 20, false},
-                   {QStringLiteral("Půjčka"), 13, false},      {QStringLiteral("Prodlení"), 11, true}};
+    doc.columns = {{QStringLiteral("Kód knihy"), 14, false},   {QStringLiteral("Název knihy"), 29, false},
+                   {QStringLiteral("Kód klienta"), 14, false}, {QStringLiteral("Jméno klienta"), 20, false},
+                   {QStringLiteral("Půjčka"), 12, false},      {QStringLiteral("Prodlení"), 11, true}};
     for (const ReturnProtocolRow &row : protocol.rows)
         doc.rows.append({row.bookCode, row.bookTitle, row.clientCode, row.clientName, dateText(row.loanDate),
                          protocolLatenessText(row.lateness)});
