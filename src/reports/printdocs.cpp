@@ -48,11 +48,13 @@ PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, 
 {
     PrintedTable doc;
     doc.title = title;
-    doc.columns = {{QStringLiteral("Kód"), 67, false},
-                   {QStringLiteral("Název"), 244, false},
-                   {QStringLiteral("Autor"), 140, false},
-                   {QStringLiteral("Kategorie"), 140, false},
-                   {QStringLiteral("Cena"), 70, true}};
+    // Titles are short and categories long in most libraries: the page gives the category more
+    // room than the screen does, so that its name rarely wraps.
+    doc.columns = {{QStringLiteral("Kód"), 62, false},
+                   {QStringLiteral("Název"), 222, false},
+                   {QStringLiteral("Autor"), 150, false},
+                   {QStringLiteral("Kategorie"), 165, false},
+                   {QStringLiteral("Cena"), 64, true}};
     doc.rows.reserve(rows.size());
     for (const ReportRow &row : rows)
         doc.rows.append({row.code, row.title, row.author, row.category, reportPriceText(row.price)});

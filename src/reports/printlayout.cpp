@@ -214,7 +214,7 @@ private:
             p.drawText(QRectF(x, y, m_page.width() / 2, m_line), Qt::AlignLeft | Qt::AlignBottom,
                        m_doc.signatureLabel);
             const double lineX = x + fm.horizontalAdvance(m_doc.signatureLabel) + mm(2);
-            p.setPen(QPen(Qt::black, mm(0.2), Qt::DotLine));
+            p.setPen(QPen(Qt::black, mm(0.2)));
             p.drawLine(QPointF(lineX, y + m_line - fm.descent()),
                        QPointF(m_page.right(), y + m_line - fm.descent()));
             p.setPen(QPen(Qt::black));

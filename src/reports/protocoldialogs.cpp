@@ -30,6 +30,8 @@ QTableView *listView(QWidget *parent, CTextTableModel *model)
     view->setShowGrid(true);
     view->setWordWrap(false);
     view->verticalHeader()->hide();
+    view->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
     view->horizontalHeader()->setStretchLastSection(true);
     view->setMinimumSize(520, 200);
     return view;

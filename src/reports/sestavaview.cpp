@@ -65,6 +65,8 @@ CSestavaView::CSestavaView(QWidget *parent) : CFrameView(parent)
     m_pList->horizontalHeader()->setHighlightSections(false);
     m_pList->horizontalHeader()->setStretchLastSection(false);
     m_pList->installEventFilter(this);
+    // The price column fills the list's inner width, which changes when the scroll bar comes or goes.
+    m_pList->viewport()->installEventFilter(this);
     connect(m_pList->horizontalHeader(), &QHeaderView::sectionClicked, this,
             [this](int column) { m_model->sort(column); });
     connect(m_pList, &QTableView::doubleClicked, this, [this] { openSelectedBook(); });
@@ -250,6 +252,8 @@ void CSestavaView::openSelectedBook()
 
 bool CSestavaView::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == m_pList->viewport() && event->type() == QEvent::Resize)
+        applyColumnWidths();
     if (watched == m_pList && event->type() == QEvent::KeyPress) {
         const auto *key = static_cast<QKeyEvent *>(event);
         if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) {
