@@ -36,6 +36,8 @@ void requestReport(CMainFrame &frame, const ReportQuery &query)
 
 void installReportCommands(CMainFrame &frame)
 {
+    // The help topic of the reports (:/help/5.html) lives in this static library.
+    Q_INIT_RESOURCE(reports);
     CMainFrame *f = &frame;
     const std::pair<int, int> fixed[] = {{Cmd::ReportPresent, ReportKind::Present},
                                          {Cmd::ReportLent, ReportKind::Lent},

@@ -461,7 +461,7 @@ void TestReportCore::commandLine()
     const qint32 client =
         lib.addClient(QStringLiteral("K017"), QStringLiteral("Jan"), QStringLiteral("Novák"));
     const qint32 lent = lib.addBook(book(QStringLiteral("003"), 1.0f, poezie));
-    lib.lend({lent}, client, 20260101, 20260201);
+    const qint32 loan = lib.lend({lent}, client, 20260101, 20260201);
     // What the view would export for the category report.
     const ReportQuery query = categoryReport(poezie, QStringLiteral("Poezie"));
     const ReportResult result = runReport(query.sql);
@@ -533,6 +533,15 @@ void TestReportCore::commandLine()
                  QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), out},
                 &err) != 0);
     QVERIFY(err.contains("107"));
+    // A protocol that exists is written as a PDF file.
+    const QString pdf = QDir(dataDir).filePath(QStringLiteral("loan.pdf"));
+    QCOMPARE(cli({QStringLiteral("protocol"), QStringLiteral("loan"), QString::number(loan),
+                  QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf}, &err),
+             0);
+    QVERIFY(readAll(pdf).startsWith("%PDF"));
+    QVERIFY(cli({QStringLiteral("protocol"), QStringLiteral("return"), QStringLiteral("1"),
+                 QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf}, &err) != 0);
+    QVERIFY(err.contains("116"));
     QVERIFY(Database::open(lib.dbPath()) == Database::OpenResult::Ok);
 }
 

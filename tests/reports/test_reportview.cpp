@@ -5,6 +5,7 @@
 #include "app/rvedit.h"
 #include "reports/htmlcore.h"
 #include "reports/protocoldialogs.h"
+#include "reports/protocolprint.h"
 #include "reports/reportcommands.h"
 #include "reports/reportdialogs.h"
 #include "reports/reportfiles.h"
@@ -423,6 +424,15 @@ void TestReportView::protocolDialogs()
     QVERIFY(!period.checkOk());
     QCOMPARE(messages.numbers(), QList<int>{115});
 
+    // A protocol that cannot be prepared shows its message and opens no print dialog.
+    messages.clear();
+    QVERIFY(!printProtocol(nullptr, ProtocolRequest::Loan, loan + 10, false));
+    QVERIFY(!printProtocol(nullptr, ProtocolRequest::Return, ret + 10, true));
+    AppState::instance().protocol = ProtocolRequest{ProtocolRequest::Loan, loan + 20};
+    printPendingProtocol(nullptr);
+    QCOMPARE(messages.numbers(), (QList<int>{107, 116, 107}));
+    AppState::instance().protocol = ProtocolRequest{};
+
     messages.clear();
     CProtocolPeriodList returnPeriod(ProtocolRequest::Return);
     QCOMPARE(returnPeriod.windowTitle(), QStringLiteral("Vyberte vrácení knih ze seznamu"));
@@ -444,6 +454,7 @@ void TestReportView::commandsThroughTheFrame()
     CMainFrame frame;
     frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
     installReportCommands(frame);
+    QVERIFY(QFile::exists(QStringLiteral(":/help/5.html")));
     frame.updateCommandStates();
     QVERIFY(frame.action(Cmd::ReportPresent)->isEnabled());
     QVERIFY(!frame.action(Cmd::PrintReport)->isEnabled()); // no report shown yet
