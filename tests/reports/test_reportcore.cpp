@@ -536,11 +536,13 @@ void TestReportCore::commandLine()
     // A protocol that exists is written as a PDF file.
     const QString pdf = QDir(dataDir).filePath(QStringLiteral("loan.pdf"));
     QCOMPARE(cli({QStringLiteral("protocol"), QStringLiteral("loan"), QString::number(loan),
-                  QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf}, &err),
+                  QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf},
+                 &err),
              0);
     QVERIFY(readAll(pdf).startsWith("%PDF"));
     QVERIFY(cli({QStringLiteral("protocol"), QStringLiteral("return"), QStringLiteral("1"),
-                 QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf}, &err) != 0);
+                 QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf},
+                &err) != 0);
     QVERIFY(err.contains("116"));
     QVERIFY(Database::open(lib.dbPath()) == Database::OpenResult::Ok);
 }
