@@ -31,9 +31,17 @@ public:
     void FillReport();
     void clearList();
 
-    // After the data changed under the report (a restored backup, an undone discard): tells the
-    // user, runs the same report again and turns the entry sheet to its first page.
+    // After the data changed under the shown report (a restored backup, an undone discard, done
+    // while this view is shown): empties the list, tells the user, runs the same report again and
+    // turns the entry sheet to its first page. The notices are the two texts below.
     void refreshAfterChange(const QString &notice);
+    static constexpr const char *NoticeAfterImport = "Vzhledem k tomu, že byl právě proveden import dat ze "
+                                                     "zálohy,\nbudou data aktualizovány. Tato akce může "
+                                                     "chvíli trvat!";
+    static constexpr const char *NoticeAfterUndoDiscard =
+        "Vzhledem k tomu, že bylo zrušeno vyřazení některé knihy, budou data aktualizovány.\nTato akce může "
+        "chvíli "
+        "trvat!";
 
     // Saves the shown report as an HTML page (asks for the file name).
     void exportHtml();

@@ -493,6 +493,9 @@ void TestReportView::commandsThroughTheFrame()
     const QString notice =
         QStringLiteral("Vzhledem k tomu, že bylo zrušeno vyřazení některé knihy, budou data "
                        "aktualizovány.\nTato akce může chvíli trvat!");
+    QCOMPARE(QString::fromUtf8(CSestavaView::NoticeAfterUndoDiscard), notice);
+    QVERIFY(QString::fromUtf8(CSestavaView::NoticeAfterImport)
+                .contains(QStringLiteral("import dat ze zálohy,\n")));
     view->refreshAfterChange(notice);
     QCOMPARE(messages.lastText(), notice);
     QCOMPARE(messages.shown().last().kind, MessageKind::Information);
