@@ -5,6 +5,7 @@
 #include "backup/backupdialogs.h"
 #include "circulation/viewzadavani.h"
 #include "registers/registercommands.h"
+#include "reports/reportcommands.h"
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
 
@@ -31,4 +32,5 @@ void installFeatures(CMainFrame &frame)
                      [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
     installRegisterCommands(frame);
     installBackupCommands(frame);
+    installReportCommands(frame);
 }
