@@ -2,6 +2,7 @@
 
 #include "app/commands.h"
 #include "app/mainframe.h"
+#include "app/shellcommands.h"
 #include "circulation/viewzadavani.h"
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
@@ -24,7 +25,9 @@ void installFeatures(CMainFrame &frame)
         r.target = ViewSwitchRequest::SearchView;
         frame.switchView(r);
     });
-    frame.setHandler(Cmd::ViewToolBar, [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
+    frame.setHandler(Cmd::ViewToolBar,
+                     [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
     frame.setHandler(Cmd::ViewStatusBar,
                      [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
+    installShellCommands(frame);
 }
