@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::array<qint32, SettingsRecord::MaxPassword> Multipliers = {7,  13, 17, 19, 23, 29, 31, 37,
-                                                                         41, 43, 47, 53, 59, 61, 67, 71};
+                                                                        41, 43, 47, 53, 59, 61, 67, 71};
 
 template <typename T> void put(QByteArray &b, int offset, T value)
 {
