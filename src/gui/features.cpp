@@ -25,8 +25,7 @@ void installFeatures(CMainFrame &frame)
         r.target = ViewSwitchRequest::SearchView;
         frame.switchView(r);
     });
-    frame.setHandler(Cmd::ViewToolBar,
-                     [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
+    frame.setHandler(Cmd::ViewToolBar, [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
     frame.setHandler(Cmd::ViewStatusBar,
                      [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
     installShellCommands(frame);
