@@ -43,6 +43,9 @@ CMainFrame::CMainFrame(QWidget *parent) : QMainWindow(parent)
 
 CMainFrame::~CMainFrame()
 {
+    // The views go away with the window; no focus change may reach a half-destroyed frame.
+    disconnect(qApp, nullptr, this, nullptr);
+    m_updateTimer->stop();
     if (s_frame == this)
         s_frame = nullptr;
 }
