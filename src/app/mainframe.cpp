@@ -104,7 +104,7 @@ void CMainFrame::buildMenus()
     add(file, Cmd::Exit, "&Konec", "Ukončí program");
 
     QMenu *edit = menuBar()->addMenu(QStringLiteral("Úpr&avy"));
-    add(edit, Cmd::EditUndo, "&Zpět", "Vrátí zpět poslední úpravu", QKeySequence(Qt::CTRL | Qt::Key_Z));
+    add(edit, Cmd::EditUndo, "&Zpět", "Vrátí zpět poslední úpravu");
     edit->addSeparator();
     add(edit, Cmd::EditCut, "&Vyjmout\tCtrl+X", "Vyjme označený text do schránky", QKeySequence(Qt::CTRL | Qt::Key_X));
     add(edit, Cmd::EditCopy, "&Kopírovat\tCtrl+C", "Zkopíruje označený text do schránky",

@@ -259,6 +259,10 @@ CDlgBasicSettings::CDlgBasicSettings(QWidget *parent) : QDialog(parent)
 
     // A new library starts with protocols on request, a 30-day limit and no password.
     m_choices->load(SettingsRecord{});
+    // The password fields follow their check boxes in the tab order.
+    setTabOrder(m_choices->lockAllowed(), m_password);
+    setTabOrder(m_password, m_copy);
+    setTabOrder(m_copy, m_choices->loanProtocol()->button(0));
     connect(m_choices, &SettingsChoices::securityToggled, this, &CDlgBasicSettings::updateEnabled);
     updateEnabled();
 }
@@ -332,6 +336,11 @@ CDlgProgramSettings::CDlgProgramSettings(QWidget *parent) : QDialog(parent)
     layout->addWidget(m_choices);
     layout->addWidget(buttons);
 
+    setTabOrder(m_choices->lockAllowed(), m_current);
+    setTabOrder(m_current, m_change);
+    setTabOrder(m_change, m_new);
+    setTabOrder(m_new, m_copy);
+    setTabOrder(m_copy, m_choices->loanProtocol()->button(0));
     connect(m_change, &QPushButton::clicked, this, &CDlgProgramSettings::toggleChangeMode);
     connect(m_original, &QPushButton::clicked, this, &CDlgProgramSettings::loadStored);
     connect(m_choices, &SettingsChoices::securityToggled, this, &CDlgProgramSettings::securityClicked);

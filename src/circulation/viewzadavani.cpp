@@ -41,6 +41,18 @@ CViewZadavani::CViewZadavani(QWidget *parent) : CFrameView(parent)
     layout->addWidget(m_scroll);
     connect(m_sheet, &QTabWidget::currentChanged, this, &CViewZadavani::pageChanged);
     setFocusProxy(m_sheet);
+    // The viewport gets its final size after the view's own resize (scroll bars come and go), and
+    // the sheet grows when a page lays itself out anew: both move the sheet again.
+    m_scroll->viewport()->installEventFilter(this);
+    m_sheet->installEventFilter(this);
+}
+
+bool CViewZadavani::eventFilter(QObject *watched, QEvent *event)
+{
+    if ((watched == m_scroll->viewport() && event->type() == QEvent::Resize) ||
+        (watched == m_sheet && event->type() == QEvent::LayoutRequest))
+        placeSheet();
+    return CFrameView::eventFilter(watched, event);
 }
 
 int CViewZadavani::activeIndex() const

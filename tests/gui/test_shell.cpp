@@ -604,6 +604,9 @@ void TestShell::sheetPlacement()
     auto *scroll = view->findChild<QScrollArea *>();
     QVERIFY(scroll);
     QWidget *sheet = view->sheet();
+    QVERIFY(QTest::qWaitForWindowExposed(frame));
+    QCoreApplication::processEvents();
+    QCOMPARE(sheet->x(), (scroll->viewport()->width() - sheet->width()) / 2);
 
     frame->resize(1400, 1000);
     QTRY_VERIFY(scroll->viewport()->width() > sheet->width() + 8);
