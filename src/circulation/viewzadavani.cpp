@@ -124,7 +124,8 @@ std::optional<bool> CViewZadavani::commandEnabled(int command) const
     case Cmd::EditHistory: {
         if (activeIndex() != Noveknihy && activeIndex() != Opravy)
             return false;
-        const auto *edit = qobject_cast<const CRvEdit *>(QApplication::focusWidget());
+        // Any line edit of the page may have a slot, typed or not.
+        const auto *edit = qobject_cast<const QLineEdit *>(QApplication::focusWidget());
         if (!edit || !edit->isEnabled() || !activePage() || !isAncestorOf(edit))
             return false;
         const int slot = activePage()->historySlot(edit);
@@ -148,11 +149,14 @@ bool CViewZadavani::runCommand(int command)
             activePage()->navigate(command);
         return true;
     case Cmd::EditHistory: {
-        auto *edit = qobject_cast<CRvEdit *>(QApplication::focusWidget());
+        auto *edit = qobject_cast<QLineEdit *>(QApplication::focusWidget());
         CEntryPage *p = activePage();
-        if (!edit || !p || !isAncestorOf(edit))
+        // Only the new-books and corrections pages keep histories of their fields.
+        if (activeIndex() != Noveknihy && activeIndex() != Opravy)
             return true;
-        if (p->insertHistory(edit))
+        if (!edit || !p || !isAncestorOf(edit) || !edit->isEnabled())
+            return true;
+        if (auto *typed = qobject_cast<CRvEdit *>(edit); typed && p->insertHistory(typed))
             return true;
         const int slot = p->historySlot(edit);
         if (slot > 0)

@@ -26,6 +26,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTextBrowser>
 #include <QTextEdit>
 #include <QToolBar>
@@ -114,6 +115,7 @@ private Q_SLOTS:
     void lockCommand();
     void editCommands();
     void entryViewRouting();
+    void typedEdit();
     void sheetPlacement();
     void reportViewWindowState();
     void aboutBoxAndHelp();
@@ -592,6 +594,55 @@ void TestShell::entryViewRouting()
     view->setActivePage(CViewZadavani::Vraceni);
     view->settingsChanged(); // must not touch another page
     QCOMPARE(view->activeIndex(), int(CViewZadavani::Vraceni));
+}
+
+void TestShell::typedEdit()
+{
+    CRvEdit edit;
+    edit.SetResType(CRvEdit::Date);
+    QDate date;
+    for (const char *text : {" 7. 3.2005", "7.3.2005", "07.03.2005", " 7 . 3 . 2005 "}) {
+        edit.setText(QString::fromLatin1(text));
+        QVERIFY2(edit.GetAsOleDate(date), text);
+        QCOMPARE(date, QDate(2005, 3, 7));
+    }
+    for (const char *text : {"", "31.2.2005", "7.3.", "sedmého"}) {
+        edit.setText(QString::fromLatin1(text));
+        QVERIFY2(!edit.GetAsOleDate(date), text);
+    }
+
+    edit.SetResType(CRvEdit::DecimalNumber);
+    float price = 0;
+    edit.setText(QStringLiteral("12,5"));
+    QVERIFY(edit.GetAsFloat(price));
+    QCOMPARE(price, 12.5f);
+    edit.setText(QStringLiteral("199.90"));
+    QVERIFY(edit.GetAsFloat(price));
+    QCOMPARE(price, 199.9f);
+    edit.setText(QStringLiteral("12,5 Kč"));
+    QVERIFY(!edit.GetAsFloat(price));
+
+    edit.SetResType(CRvEdit::WholeNumber);
+    qint32 whole = 0;
+    int asInt = 0;
+    edit.setText(QStringLiteral(" 42 "));
+    QVERIFY(edit.GetAsLong(whole));
+    QVERIFY(edit.GetAsInt(asInt));
+    QCOMPARE(whole, 42);
+    QCOMPARE(asInt, 42);
+    edit.setText(QStringLiteral("4 2"));
+    QVERIFY(!edit.GetAsLong(whole));
+    edit.setText(QStringLiteral("2,5"));
+    QVERIFY(!edit.GetAsLong(whole));
+
+    QSignalSpy enter(&edit, &CRvEdit::enterPressed);
+    QSignalSpy history(&edit, &CRvEdit::historyRequested);
+    QTest::keyClick(&edit, Qt::Key_Return);
+    QTest::keyClick(&edit, Qt::Key_Enter);
+    QTest::keyClick(&edit, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(enter.count(), 2);
+    QCOMPARE(history.count(), 1);
+    QCOMPARE(edit.text(), QStringLiteral("2,5"));
 }
 
 void TestShell::sheetPlacement()
