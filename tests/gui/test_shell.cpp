@@ -119,6 +119,7 @@ private Q_SLOTS:
     void sheetPlacement();
     void reportViewWindowState();
     void aboutBoxAndHelp();
+    void frameDialogs();
 
 private:
     // Starts the program on lib's data directory (its database closed first).
@@ -745,6 +746,43 @@ void TestShell::aboutBoxAndHelp()
     QTest::keyClick(menu, Qt::Key_F1);
     QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/topic7.html"));
     QTRY_VERIFY(!menu->isVisible());
+}
+
+void TestShell::frameDialogs()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    frame->show();
+    QStringList titles;
+    ModalSteps steps({[&](QWidget *w) {
+                          titles << w->windowTitle();
+                          qobject_cast<QDialog *>(w)->accept();
+                      },
+                      [&](QWidget *w) {
+                          titles << w->windowTitle();
+                          auto *settings = qobject_cast<CDlgProgramSettings *>(w);
+                          QVERIFY(settings);
+                          QCOMPARE(settings->parentWidget(), frame);
+                          settings->choices()->returnProtocol()->button(0)->click();
+                          settings->accept();
+                      },
+                      [&](QWidget *w) {
+                          titles << w->windowTitle();
+                          qobject_cast<QDialog *>(w)->reject();
+                      }});
+    frame->runCommand(Cmd::About);
+    frame->runCommand(Cmd::ProgramSettings);
+    QCOMPARE(SettingsRecord::read(QStringLiteral("Folivo.ini"))->returnProtocol, quint16(0));
+    QCOMPARE(AppState::instance().settings.returnProtocol, quint16(0));
+    frame->runCommand(Cmd::PrintSetup);
+    QVERIFY(steps.done());
+    QCOMPARE(titles, (QStringList{QStringLiteral("O aplikaci Folivo 2.0"),
+                                  QStringLiteral("Nastavení programu"), QStringLiteral("Nastavení tisku")}));
+
+    // "Konec" closes the frame.
+    frame->runCommand(Cmd::Exit);
+    QVERIFY(!frame->isVisible());
 }
 
 int main(int argc, char **argv)
