@@ -205,6 +205,11 @@ void TestSettingsDialogs::programSettingsWithoutPassword()
     QVERIFY(!dialog.currentEdit()->isEnabled());
     QVERIFY(!dialog.newEdit()->isEnabled());
     QVERIFY(dialog.changeButton()->isEnabled());
+    // The password fields come right after their check boxes when tabbing.
+    QCOMPARE(c->lockAllowed()->nextInFocusChain(), dialog.currentEdit());
+    QCOMPARE(dialog.currentEdit()->nextInFocusChain(), dialog.changeButton());
+    QCOMPARE(dialog.changeButton()->nextInFocusChain(), dialog.newEdit());
+    QCOMPARE(dialog.newEdit()->nextInFocusChain(), dialog.copyEdit());
 
     QSignalSpy saved(&dialog, &CDlgProgramSettings::settingsSaved);
     c->loanProtocol()->button(2)->click();
