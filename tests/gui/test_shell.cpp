@@ -599,42 +599,29 @@ void TestShell::entryViewRouting()
 
 void TestShell::typedEdit()
 {
+    // The parsing itself is the core's; the control reads its own text by its type and signals
+    // Enter and Ctrl+Space to its page.
     CRvEdit edit;
     edit.SetResType(CRvEdit::Date);
     QDate date;
-    for (const char *text : {" 7. 3.2005", "7.3.2005", "07.03.2005", " 7 . 3 . 2005 "}) {
-        edit.setText(QString::fromLatin1(text));
-        QVERIFY2(edit.GetAsOleDate(date), text);
-        QCOMPARE(date, QDate(2005, 3, 7));
-    }
-    for (const char *text : {"", "31.2.2005", "7.3.", "sedmého"}) {
-        edit.setText(QString::fromLatin1(text));
-        QVERIFY2(!edit.GetAsOleDate(date), text);
-    }
+    edit.setText(QStringLiteral(" 7. 3.2005"));
+    QVERIFY(edit.GetAsOleDate(date));
+    QCOMPARE(date, QDate(2005, 3, 7));
+    edit.setText(QStringLiteral("31.2.2005"));
+    QVERIFY(!edit.GetAsOleDate(date));
+    QCOMPARE(date, QDate(2005, 3, 7));
 
     edit.SetResType(CRvEdit::DecimalNumber);
     float price = 0;
     edit.setText(QStringLiteral("12,5"));
     QVERIFY(edit.GetAsFloat(price));
     QCOMPARE(price, 12.5f);
-    edit.setText(QStringLiteral("199.90"));
-    QVERIFY(edit.GetAsFloat(price));
-    QCOMPARE(price, 199.9f);
-    edit.setText(QStringLiteral("12,5 Kč"));
-    QVERIFY(!edit.GetAsFloat(price));
-
     edit.SetResType(CRvEdit::WholeNumber);
     qint32 whole = 0;
-    int asInt = 0;
+    QVERIFY(!edit.GetAsLong(whole));
     edit.setText(QStringLiteral(" 42 "));
     QVERIFY(edit.GetAsLong(whole));
-    QVERIFY(edit.GetAsInt(asInt));
     QCOMPARE(whole, 42);
-    QCOMPARE(asInt, 42);
-    edit.setText(QStringLiteral("4 2"));
-    QVERIFY(!edit.GetAsLong(whole));
-    edit.setText(QStringLiteral("2,5"));
-    QVERIFY(!edit.GetAsLong(whole));
 
     QSignalSpy enter(&edit, &CRvEdit::enterPressed);
     QSignalSpy history(&edit, &CRvEdit::historyRequested);
@@ -643,7 +630,7 @@ void TestShell::typedEdit()
     QTest::keyClick(&edit, Qt::Key_Space, Qt::ControlModifier);
     QCOMPARE(enter.count(), 2);
     QCOMPARE(history.count(), 1);
-    QCOMPARE(edit.text(), QStringLiteral("2,5"));
+    QCOMPARE(edit.text(), QStringLiteral(" 42 "));
 }
 
 void TestShell::sheetPlacement()
