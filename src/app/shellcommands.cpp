@@ -175,6 +175,12 @@ void installShellCommands(CMainFrame &frame)
         frame.statusBar()->setVisible(frame.statusBar()->isHidden());
         statusBarAction->setChecked(!frame.statusBar()->isHidden());
     });
+    // Behind the search view the frame shows the button face itself.
+    QObject::connect(&frame, &CMainFrame::viewSwitched, &frame, [&frame](int target) {
+        QWidget *client = frame.centralWidget();
+        client->setBackgroundRole(QPalette::Button);
+        client->setAutoFillBackground(target == ViewSwitchRequest::SearchView);
+    });
     // The check mark follows the tool bar also when it is closed from its own context menu.
     QObject::connect(frame.toolBar(), &QToolBar::visibilityChanged, toolBarAction,
                      [&frame, toolBarAction] { toolBarAction->setChecked(!frame.toolBar()->isHidden()); });
