@@ -421,7 +421,9 @@ int CDlgProgramSettings::applyOk()
         return m;
     const bool changed = securityChanged();
     const bool wasSecured = m_openStart || m_openLock;
-    if ((m_changeMode || (changed && wasSecured)) && !checkPassword(m_stored, m_current->text()))
+    // Opened with both options off, the current password's field stays closed and nothing of it
+    // is asked, also in the change mode.
+    if (wasSecured && (m_changeMode || changed) && !checkPassword(m_stored, m_current->text()))
         return refuse(26, m_current);
     const bool needsNew = m_changeMode || (changed && !wasSecured);
     if (needsNew)

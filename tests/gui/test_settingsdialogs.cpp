@@ -271,6 +271,10 @@ void TestSettingsDialogs::programSettingsSwitchingSecurityOn()
     QVERIFY(dialog.newEdit()->isEnabled());
     QVERIFY(dialog.copyEdit()->isEnabled());
 
+    // Also in the change mode, the closed current field is not asked for.
+    dialog.changeButton()->click();
+    QVERIFY(dialog.changeMode());
+    QVERIFY(!dialog.currentEdit()->isEnabled());
     QCOMPARE(dialog.applyOk(), 22);
     dialog.newEdit()->setText(QStringLiteral("nové"));
     QCOMPARE(dialog.applyOk(), 23);
