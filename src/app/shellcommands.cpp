@@ -107,8 +107,16 @@ void openProgramSettings(CMainFrame &frame)
 
 QPrinter &sharedPrinter()
 {
-    static QPrinter printer(QPrinter::HighResolution);
-    return printer;
+    // Lives as long as the application object, not beyond it.
+    static QPrinter *printer = nullptr;
+    if (!printer) {
+        printer = new QPrinter(QPrinter::HighResolution);
+        QObject::connect(qApp, &QObject::destroyed, [] {
+            delete printer;
+            printer = nullptr;
+        });
+    }
+    return *printer;
 }
 
 bool runLock(QWidget *frame)
