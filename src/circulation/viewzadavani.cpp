@@ -41,6 +41,18 @@ CViewZadavani::CViewZadavani(QWidget *parent) : CFrameView(parent)
     layout->addWidget(m_scroll);
     connect(m_sheet, &QTabWidget::currentChanged, this, &CViewZadavani::pageChanged);
     setFocusProxy(m_sheet);
+    // The viewport gets its final size after the view's own resize (scroll bars come and go), and
+    // the sheet grows when a page lays itself out anew: both move the sheet again.
+    m_scroll->viewport()->installEventFilter(this);
+    m_sheet->installEventFilter(this);
+}
+
+bool CViewZadavani::eventFilter(QObject *watched, QEvent *event)
+{
+    if ((watched == m_scroll->viewport() && event->type() == QEvent::Resize) ||
+        (watched == m_sheet && event->type() == QEvent::LayoutRequest))
+        placeSheet();
+    return CFrameView::eventFilter(watched, event);
 }
 
 int CViewZadavani::activeIndex() const
@@ -112,7 +124,8 @@ std::optional<bool> CViewZadavani::commandEnabled(int command) const
     case Cmd::EditHistory: {
         if (activeIndex() != Noveknihy && activeIndex() != Opravy)
             return false;
-        const auto *edit = qobject_cast<const CRvEdit *>(QApplication::focusWidget());
+        // Any line edit of the page may have a slot, typed or not.
+        const auto *edit = qobject_cast<const QLineEdit *>(QApplication::focusWidget());
         if (!edit || !edit->isEnabled() || !activePage() || !isAncestorOf(edit))
             return false;
         const int slot = activePage()->historySlot(edit);
@@ -136,11 +149,14 @@ bool CViewZadavani::runCommand(int command)
             activePage()->navigate(command);
         return true;
     case Cmd::EditHistory: {
-        auto *edit = qobject_cast<CRvEdit *>(QApplication::focusWidget());
+        auto *edit = qobject_cast<QLineEdit *>(QApplication::focusWidget());
         CEntryPage *p = activePage();
-        if (!edit || !p || !isAncestorOf(edit))
+        // Only the new-books and corrections pages keep histories of their fields.
+        if (activeIndex() != Noveknihy && activeIndex() != Opravy)
             return true;
-        if (p->insertHistory(edit))
+        if (!edit || !p || !isAncestorOf(edit) || !edit->isEnabled())
+            return true;
+        if (auto *typed = qobject_cast<CRvEdit *>(edit); typed && p->insertHistory(typed))
             return true;
         const int slot = p->historySlot(edit);
         if (slot > 0)

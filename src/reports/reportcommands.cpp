@@ -93,6 +93,7 @@ void installReportCommands(CMainFrame &frame)
         reportShown);
     frame.setHandler(Cmd::PrintSetup, [f] {
         QPageSetupDialog dialog(&programPrinter(), f);
+        dialog.setWindowTitle(QStringLiteral("Nastavení tisku"));
         dialog.exec();
     });
 
