@@ -1,5 +1,7 @@
 #include "catalogue/pagenoveknihy.h"
 
+#include "data/recordsets.h"
+
 #include "app/appstate.h"
 #include "app/commands.h"
 #include "app/mainframe.h"
@@ -70,15 +72,37 @@ void CPageNoveknihy::categoriesChanged()
         m_form->category->setCurrentIndex(m_form->category->findData(chosen));
 }
 
-void CPageNoveknihy::categoryAdded(qint32 id, const QString &name)
+bool CPageNoveknihy::categoryAdded(qint32 id, const QString &name)
 {
     const int at = m_form->insertCategory(CategoryItem{id, name});
-    if (at < 0) {
-        showMessage(7);
-        return;
-    }
+    if (at < 0)
+        return false;
     m_form->category->setCurrentIndex(at);
     m_form->publisher->setFocus();
+    return true;
+}
+
+bool CPageNoveknihy::categoryAdded(const QString &name)
+{
+    const qint32 id = CSetKategorie::findByName(name);
+    return id >= 0 && categoryAdded(id, name);
+}
+
+bool CPageNoveknihy::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(id);
+    Q_UNUSED(oldName);
+    Q_UNUSED(newName);
+    // The list is read again; the chosen category stays chosen under its new name.
+    categoriesChanged();
+    return true;
+}
+
+bool CPageNoveknihy::categoryRemoved(const QString &name)
+{
+    const bool present = m_form->category->findText(name, Qt::MatchExactly) >= 0;
+    categoriesChanged();
+    return present;
 }
 
 void CPageNoveknihy::clearPage(bool full)

@@ -1,5 +1,7 @@
 #include "catalogue/pageopravy.h"
 
+#include "data/recordsets.h"
+
 #include "app/appstate.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
@@ -287,14 +289,45 @@ void CPageOpravy::categoriesChanged()
     m_form->category->setCurrentIndex(index);
 }
 
-void CPageOpravy::categoryAdded(qint32 id, const QString &name)
+bool CPageOpravy::categoryAdded(const QString &name)
+{
+    const qint32 id = CSetKategorie::findByName(name);
+    return id >= 0 && categoryAdded(id, name);
+}
+
+bool CPageOpravy::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(id);
+    Q_UNUSED(oldName);
+    Q_UNUSED(newName);
+    refillCategoriesKeepingChoice();
+    return true;
+}
+
+bool CPageOpravy::categoryRemoved(const QString &name)
+{
+    const bool present = m_form->category->findText(name, Qt::MatchExactly) >= 0;
+    refillCategoriesKeepingChoice();
+    return present;
+}
+
+// The combo read again after a rename or a removal: the chosen category and the loaded one keep
+// their places by identifier, whatever their names now are.
+void CPageOpravy::refillCategoriesKeepingChoice()
+{
+    const QVariant chosen = m_form->category->currentData();
+    m_form->fillCategories();
+    m_form->category->setCurrentIndex(chosen.isValid() ? m_form->category->findData(chosen) : -1);
+    if (isLoaded())
+        m_loadedComboIndex = m_form->category->findData(m_loaded.category);
+}
+
+bool CPageOpravy::categoryAdded(qint32 id, const QString &name)
 {
     QWidget *focus = QApplication::focusWidget();
     const int at = m_form->insertCategory(CategoryItem{id, name});
-    if (at < 0) {
-        showMessage(7);
-        return;
-    }
+    if (at < 0)
+        return false;
     // The snapshot's index moves with the insertion.
     if (m_loadedComboIndex >= at)
         ++m_loadedComboIndex;
@@ -306,6 +339,7 @@ void CPageOpravy::categoryAdded(qint32 id, const QString &name)
         if (focus)
             focus->setFocus();
     }
+    return true;
 }
 
 int CPageOpravy::historySlot(const QWidget *edit) const
