@@ -2,6 +2,7 @@
 
 #include "app/commands.h"
 #include "app/mainframe.h"
+#include "app/messages.h"
 #include "app/shellcommands.h"
 #include "backup/backupdialogs.h"
 #include "circulation/viewzadavani.h"
@@ -27,4 +28,19 @@ void installFeatures(CMainFrame &frame)
     installRegisterCommands(frame);
     installBackupCommands(frame);
     installReportCommands(frame);
+
+    // After a restored backup the view that asked for it shows the restored data: the report view
+    // runs its report again, the search view prepares its form (and category list) anew.
+    QObject::connect(&BackupEvents::instance(), &BackupEvents::dataRestored, &frame, [&frame](int target) {
+        if (target == ViewSwitchRequest::ReportView) {
+            if (auto *report = qobject_cast<CSestavaView *>(frame.view(ViewSwitchRequest::ReportView)))
+                report->refreshAfterChange(QString::fromUtf8(CSestavaView::NoticeAfterImport));
+        } else if (target == ViewSwitchRequest::SearchView) {
+            RvMessageBox(QString(), QString::fromUtf8(CSestavaView::NoticeAfterImport), MessageKind::Information,
+                         ButtonsOk);
+            ViewSwitchRequest again;
+            again.target = ViewSwitchRequest::SearchView;
+            frame.switchView(again);
+        }
+    });
 }
