@@ -19,6 +19,11 @@
 #include <QPushButton>
 #include <QStyle>
 
+namespace {
+// Slots 9 to 18 hold the fields of the last book saved, 37 its keyword list.
+constexpr BookForm::HistorySlots HistorySlots{9, 37};
+} // namespace
+
 CPageNoveknihy::CPageNoveknihy(QWidget *parent) : CEntryPage(parent)
 {
     m_form = new BookForm(this, BookForm::Mode::Edit);
@@ -174,30 +179,15 @@ bool CPageNoveknihy::save()
 
 int CPageNoveknihy::historySlot(const QWidget *edit) const
 {
-    const std::pair<const QWidget *, int> slotMap[] = {
-        {m_form->code, 9},   {m_form->accession, 10},  {m_form->title, 11},     {m_form->author, 12},
-        {m_form->date, 13},  {m_form->price, 14},      {m_form->year, 15},      {m_form->publisher, 16},
-        {m_form->pages, 17}, {m_form->annotation, 18}, {m_form->newKeyword, 37}};
-    for (const auto &[w, slot] : slotMap)
-        if (w == edit)
-            return slot;
-    return 0;
+    return m_form->historySlot(edit, HistorySlots);
 }
 
 bool CPageNoveknihy::insertHistory(CRvEdit *edit)
 {
-    if (edit != m_form->newKeyword)
-        return false;
-    m_form->refillKeywords(AppState::instance().history.recall(37));
-    edit->clear();
-    return true;
+    return m_form->insertKeywordHistory(edit, HistorySlots);
 }
 
 void CPageNoveknihy::historyRequested(QWidget *edit)
 {
-    if (!edit->isEnabled())
-        return;
-    if (auto *rv = qobject_cast<CRvEdit *>(edit); rv && insertHistory(rv))
-        return;
-    BookForm::putHistory(edit, historySlot(edit));
+    m_form->historyRequested(edit, HistorySlots);
 }

@@ -32,6 +32,11 @@ struct WaitCursor
 
 } // namespace
 
+namespace {
+// Slots 27 to 36 hold the fields of the last book corrected, 38 its keyword list.
+constexpr BookForm::HistorySlots HistorySlots{27, 38};
+} // namespace
+
 CPageOpravy::CPageOpravy(QWidget *parent) : CEntryPage(parent)
 {
     m_form = new BookForm(this, BookForm::Mode::Edit);
@@ -344,30 +349,15 @@ bool CPageOpravy::categoryAdded(qint32 id, const QString &name)
 
 int CPageOpravy::historySlot(const QWidget *edit) const
 {
-    const std::pair<const QWidget *, int> slotMap[] = {
-        {m_form->code, 27},  {m_form->accession, 28},  {m_form->title, 29},     {m_form->author, 30},
-        {m_form->date, 31},  {m_form->price, 32},      {m_form->year, 33},      {m_form->publisher, 34},
-        {m_form->pages, 35}, {m_form->annotation, 36}, {m_form->newKeyword, 38}};
-    for (const auto &[w, slot] : slotMap)
-        if (w == edit)
-            return slot;
-    return 0;
+    return m_form->historySlot(edit, HistorySlots);
 }
 
 bool CPageOpravy::insertHistory(CRvEdit *edit)
 {
-    if (edit != m_form->newKeyword)
-        return false;
-    m_form->refillKeywords(AppState::instance().history.recall(38));
-    edit->clear();
-    return true;
+    return m_form->insertKeywordHistory(edit, HistorySlots);
 }
 
 void CPageOpravy::historyRequested(QWidget *edit)
 {
-    if (!edit->isEnabled())
-        return;
-    if (auto *rv = qobject_cast<CRvEdit *>(edit); rv && insertHistory(rv))
-        return;
-    BookForm::putHistory(edit, historySlot(edit));
+    m_form->historyRequested(edit, HistorySlots);
 }
