@@ -39,7 +39,4 @@ public:
         return false;
     }
     virtual int helpTopic() const = 0;
-    // Discarded books were put back into the stock ("Zrušení vyřazení knihy..." while this view
-    // was active); a view that shows books refreshes itself.
-    virtual void discardUndone() {}
 };

@@ -43,8 +43,9 @@ CMainFrame::CMainFrame(QWidget *parent) : QMainWindow(parent)
 
 CMainFrame::~CMainFrame()
 {
-    // Closing a shown frame moves the focus; by then the frame is no longer one to update.
+    // The views go away with the window; no focus change may reach a half-destroyed frame.
     disconnect(qApp, nullptr, this, nullptr);
+    m_updateTimer->stop();
     if (s_frame == this)
         s_frame = nullptr;
 }
@@ -103,7 +104,7 @@ void CMainFrame::buildMenus()
     add(file, Cmd::Exit, "&Konec", "Ukončí program");
 
     QMenu *edit = menuBar()->addMenu(QStringLiteral("Úpr&avy"));
-    add(edit, Cmd::EditUndo, "&Zpět", "Vrátí zpět poslední úpravu", QKeySequence(Qt::CTRL | Qt::Key_Z));
+    add(edit, Cmd::EditUndo, "&Zpět", "Vrátí zpět poslední úpravu");
     edit->addSeparator();
     add(edit, Cmd::EditCut, "&Vyjmout\tCtrl+X", "Vyjme označený text do schránky", QKeySequence(Qt::CTRL | Qt::Key_X));
     add(edit, Cmd::EditCopy, "&Kopírovat\tCtrl+C", "Zkopíruje označený text do schránky",

@@ -394,11 +394,6 @@ std::optional<QString> categoryName(qint32 categoryId)
     return set.m_NAZEV;
 }
 
-QString clientLabel(const QString &code, const QString &surname, const QString &firstName)
-{
-    return code + QStringLiteral("  (") + surname + QLatin1Char(' ') + firstName + QLatin1Char(')');
-}
-
 std::optional<QString> clientLabel(qint32 clientId)
 {
     CSetLide set;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "data/labels.h"
+
 #include "data/dates.h"
 
 #include <QList>
@@ -159,7 +161,6 @@ std::optional<BookRow> findBookById(qint32 bookId);
 std::optional<QString> categoryName(qint32 categoryId);
 // A client shown as "KOD  (PRIJMENI JMENO)". Throws DbError.
 std::optional<QString> clientLabel(qint32 clientId);
-QString clientLabel(const QString &code, const QString &surname, const QString &firstName);
 
 // Whole days a returned loan with a limit came back after its limit; -1 in every other case.
 int daysOverdue(bool returned, bool limited, DateNumber due, DateNumber returnedOn);

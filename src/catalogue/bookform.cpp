@@ -417,3 +417,30 @@ void BookForm::putHistory(QWidget *edit, int slot)
     else if (auto *plain = qobject_cast<QPlainTextEdit *>(edit))
         plain->setPlainText(text);
 }
+
+int BookForm::historySlot(const QWidget *edit, HistorySlots layout) const
+{
+    if (edit == newKeyword)
+        return layout.keywordSlot;
+    const QWidget *const fields[] = {code, accession, title, author, date, price, year, publisher, pages, annotation};
+    for (int i = 0; i < int(std::size(fields)); ++i)
+        if (fields[i] == edit)
+            return layout.firstSlot + i;
+    return 0;
+}
+
+bool BookForm::insertKeywordHistory(QWidget *edit, HistorySlots layout)
+{
+    if (edit != newKeyword)
+        return false;
+    refillKeywords(AppState::instance().history.recall(layout.keywordSlot));
+    newKeyword->clear();
+    return true;
+}
+
+void BookForm::historyRequested(QWidget *edit, HistorySlots layout)
+{
+    if (!edit->isEnabled() || insertKeywordHistory(edit, layout))
+        return;
+    putHistory(edit, historySlot(edit, layout));
+}

@@ -64,6 +64,20 @@ public:
     // Puts the remembered text of a history slot into a field (up to 1024 characters).
     static void putHistory(QWidget *edit, int slot);
 
+    // The input history of the two editing pages: the fields code, accession number, title,
+    // author, date, price, year, publisher, pages and annotation take consecutive slots from
+    // firstSlot; the new-keyword edit has keywordSlot, whose text refills the keyword list.
+    struct HistorySlots
+    {
+        int firstSlot;
+        int keywordSlot;
+    };
+    int historySlot(const QWidget *edit, HistorySlots layout) const;
+    // The keyword edit's request: refills the list and empties the edit; false for other edits.
+    bool insertKeywordHistory(QWidget *edit, HistorySlots layout);
+    // A history request of one of the fields (Ctrl+Space or the menu command).
+    void historyRequested(QWidget *edit, HistorySlots layout);
+
     // Enables or disables everything but the code field.
     void setDataEnabled(bool enabled);
 

@@ -1,5 +1,7 @@
 #include "catalogue/pagenoveknihy.h"
 
+#include "data/recordsets.h"
+
 #include "app/appstate.h"
 #include "app/commands.h"
 #include "app/mainframe.h"
@@ -16,6 +18,11 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStyle>
+
+namespace {
+// Slots 9 to 18 hold the fields of the last book saved, 37 its keyword list.
+constexpr BookForm::HistorySlots HistorySlots{9, 37};
+} // namespace
 
 CPageNoveknihy::CPageNoveknihy(QWidget *parent) : CEntryPage(parent)
 {
@@ -70,15 +77,37 @@ void CPageNoveknihy::categoriesChanged()
         m_form->category->setCurrentIndex(m_form->category->findData(chosen));
 }
 
-void CPageNoveknihy::categoryAdded(qint32 id, const QString &name)
+bool CPageNoveknihy::categoryAdded(qint32 id, const QString &name)
 {
     const int at = m_form->insertCategory(CategoryItem{id, name});
-    if (at < 0) {
-        showMessage(7);
-        return;
-    }
+    if (at < 0)
+        return false;
     m_form->category->setCurrentIndex(at);
     m_form->publisher->setFocus();
+    return true;
+}
+
+bool CPageNoveknihy::categoryAdded(const QString &name)
+{
+    const qint32 id = CSetKategorie::findByName(name);
+    return id >= 0 && categoryAdded(id, name);
+}
+
+bool CPageNoveknihy::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(id);
+    Q_UNUSED(oldName);
+    Q_UNUSED(newName);
+    // The list is read again; the chosen category stays chosen under its new name.
+    categoriesChanged();
+    return true;
+}
+
+bool CPageNoveknihy::categoryRemoved(const QString &name)
+{
+    const bool present = m_form->category->findText(name, Qt::MatchExactly) >= 0;
+    categoriesChanged();
+    return present;
 }
 
 void CPageNoveknihy::clearPage(bool full)
@@ -150,30 +179,15 @@ bool CPageNoveknihy::save()
 
 int CPageNoveknihy::historySlot(const QWidget *edit) const
 {
-    const std::pair<const QWidget *, int> slotMap[] = {
-        {m_form->code, 9},   {m_form->accession, 10},  {m_form->title, 11},     {m_form->author, 12},
-        {m_form->date, 13},  {m_form->price, 14},      {m_form->year, 15},      {m_form->publisher, 16},
-        {m_form->pages, 17}, {m_form->annotation, 18}, {m_form->newKeyword, 37}};
-    for (const auto &[w, slot] : slotMap)
-        if (w == edit)
-            return slot;
-    return 0;
+    return m_form->historySlot(edit, HistorySlots);
 }
 
 bool CPageNoveknihy::insertHistory(CRvEdit *edit)
 {
-    if (edit != m_form->newKeyword)
-        return false;
-    m_form->refillKeywords(AppState::instance().history.recall(37));
-    edit->clear();
-    return true;
+    return m_form->insertKeywordHistory(edit, HistorySlots);
 }
 
 void CPageNoveknihy::historyRequested(QWidget *edit)
 {
-    if (!edit->isEnabled())
-        return;
-    if (auto *rv = qobject_cast<CRvEdit *>(edit); rv && insertHistory(rv))
-        return;
-    BookForm::putHistory(edit, historySlot(edit));
+    m_form->historyRequested(edit, HistorySlots);
 }

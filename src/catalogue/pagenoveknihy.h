@@ -23,7 +23,12 @@ public:
 
     // A category was created while this page is active: offer and select it (message 7 when it
     // cannot be put into the list).
-    void categoryAdded(qint32 id, const QString &name);
+    // A category made by "Nová kategorie..." while this page is active: added to the combo,
+    // selected, the focus to the publisher. False when it could not be added.
+    bool categoryAdded(qint32 id, const QString &name);
+    bool categoryAdded(const QString &name) override;
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override;
+    bool categoryRemoved(const QString &name) override;
 
     // "OK": returns true when the book was written.
     bool save();

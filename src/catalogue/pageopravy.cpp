@@ -1,5 +1,7 @@
 #include "catalogue/pageopravy.h"
 
+#include "data/recordsets.h"
+
 #include "app/appstate.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
@@ -28,6 +30,11 @@ struct WaitCursor
     Q_DISABLE_COPY_MOVE(WaitCursor)
 };
 
+} // namespace
+
+namespace {
+// Slots 27 to 36 hold the fields of the last book corrected, 38 its keyword list.
+constexpr BookForm::HistorySlots HistorySlots{27, 38};
 } // namespace
 
 CPageOpravy::CPageOpravy(QWidget *parent) : CEntryPage(parent)
@@ -287,14 +294,45 @@ void CPageOpravy::categoriesChanged()
     m_form->category->setCurrentIndex(index);
 }
 
-void CPageOpravy::categoryAdded(qint32 id, const QString &name)
+bool CPageOpravy::categoryAdded(const QString &name)
+{
+    const qint32 id = CSetKategorie::findByName(name);
+    return id >= 0 && categoryAdded(id, name);
+}
+
+bool CPageOpravy::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(id);
+    Q_UNUSED(oldName);
+    Q_UNUSED(newName);
+    refillCategoriesKeepingChoice();
+    return true;
+}
+
+bool CPageOpravy::categoryRemoved(const QString &name)
+{
+    const bool present = m_form->category->findText(name, Qt::MatchExactly) >= 0;
+    refillCategoriesKeepingChoice();
+    return present;
+}
+
+// The combo read again after a rename or a removal: the chosen category and the loaded one keep
+// their places by identifier, whatever their names now are.
+void CPageOpravy::refillCategoriesKeepingChoice()
+{
+    const QVariant chosen = m_form->category->currentData();
+    m_form->fillCategories();
+    m_form->category->setCurrentIndex(chosen.isValid() ? m_form->category->findData(chosen) : -1);
+    if (isLoaded())
+        m_loadedComboIndex = m_form->category->findData(m_loaded.category);
+}
+
+bool CPageOpravy::categoryAdded(qint32 id, const QString &name)
 {
     QWidget *focus = QApplication::focusWidget();
     const int at = m_form->insertCategory(CategoryItem{id, name});
-    if (at < 0) {
-        showMessage(7);
-        return;
-    }
+    if (at < 0)
+        return false;
     // The snapshot's index moves with the insertion.
     if (m_loadedComboIndex >= at)
         ++m_loadedComboIndex;
@@ -306,34 +344,20 @@ void CPageOpravy::categoryAdded(qint32 id, const QString &name)
         if (focus)
             focus->setFocus();
     }
+    return true;
 }
 
 int CPageOpravy::historySlot(const QWidget *edit) const
 {
-    const std::pair<const QWidget *, int> slotMap[] = {
-        {m_form->code, 27},  {m_form->accession, 28},  {m_form->title, 29},     {m_form->author, 30},
-        {m_form->date, 31},  {m_form->price, 32},      {m_form->year, 33},      {m_form->publisher, 34},
-        {m_form->pages, 35}, {m_form->annotation, 36}, {m_form->newKeyword, 38}};
-    for (const auto &[w, slot] : slotMap)
-        if (w == edit)
-            return slot;
-    return 0;
+    return m_form->historySlot(edit, HistorySlots);
 }
 
 bool CPageOpravy::insertHistory(CRvEdit *edit)
 {
-    if (edit != m_form->newKeyword)
-        return false;
-    m_form->refillKeywords(AppState::instance().history.recall(38));
-    edit->clear();
-    return true;
+    return m_form->insertKeywordHistory(edit, HistorySlots);
 }
 
 void CPageOpravy::historyRequested(QWidget *edit)
 {
-    if (!edit->isEnabled())
-        return;
-    if (auto *rv = qobject_cast<CRvEdit *>(edit); rv && insertHistory(rv))
-        return;
-    BookForm::putHistory(edit, historySlot(edit));
+    m_form->historyRequested(edit, HistorySlots);
 }

@@ -23,7 +23,13 @@ public:
     bool insertHistory(CRvEdit *edit) override;
 
     // A category was created while this page is active.
-    void categoryAdded(qint32 id, const QString &name);
+    // A category made by "Nová kategorie..." while this page is active: added to the combo and,
+    // when a book is loaded, selected with the focus to the publisher. False when it could not be
+    // added.
+    bool categoryAdded(qint32 id, const QString &name);
+    bool categoryAdded(const QString &name) override;
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override;
+    bool categoryRemoved(const QString &name) override;
 
     bool load();    // "OK" beside the code
     void pick();    // "Nalistovat..."
@@ -37,6 +43,7 @@ public:
     BookForm *form() const { return m_form; }
 
 private:
+    void refillCategoriesKeepingChoice();
     void clearPage(bool full);
     void historyRequested(QWidget *edit);
 

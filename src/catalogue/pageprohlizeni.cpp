@@ -156,6 +156,21 @@ void CPageProhlizeni::categoriesChanged()
         showRow(m_row);
 }
 
+bool CPageProhlizeni::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
+{
+    Q_UNUSED(oldName);
+    Q_UNUSED(newName);
+    if (m_categoryId == id)
+        categoriesChanged(); // shows the book again, with its category's new name
+    return true;
+}
+
+void CPageProhlizeni::clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first)
+{
+    if (m_open && m_bookId != -1 && m_clientId == id)
+        m_client->setText(clientLabel(code, surname, first));
+}
+
 bool CPageProhlizeni::showBook(qint32 bookId)
 {
     const auto it = std::find(m_order.begin(), m_order.end(), bookId);

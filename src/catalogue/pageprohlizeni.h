@@ -26,6 +26,8 @@ public:
     void navigate(int command) override;
     bool canNavigate(int command) const override;
     void categoriesChanged() override;
+    bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override;
+    void clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first) override;
 
     // "   Jdi na ...".
     void goTo();

@@ -5,6 +5,7 @@
 #include "catalogue/undodiscard.h"
 #include "circulation/viewzadavani.h"
 #include "reports/protocolprint.h"
+#include "reports/sestavaview.h"
 
 namespace {
 
@@ -30,9 +31,9 @@ void installCirculationCommands(CMainFrame &frame)
 
     frame.setHandler(Cmd::UndoDiscard, [&frame] {
         const bool restored = runUndoDiscard(&frame);
-        // Only the report view shows data that a restored book changes.
-        CFrameView *view = frame.activeView();
-        if (restored && view && view->viewTarget() == ViewSwitchRequest::ReportView)
-            view->discardUndone();
+        // Only the report view shows data that a restored book changes: once, after the dialog.
+        if (restored)
+            if (auto *report = qobject_cast<CSestavaView *>(frame.activeView()))
+                report->refreshAfterChange(QString::fromUtf8(CSestavaView::NoticeAfterUndoDiscard));
     });
 }

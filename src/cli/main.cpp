@@ -3,11 +3,15 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <memory>
 
 int cmdInit(const QStringList &args);
 int cmdDemo(const QStringList &args);
 int cmdCheck(const QStringList &args);
 int cmdBackup(const QStringList &args);
+int cmdReport(const QStringList &args);
+int cmdProtocol(const QStringList &args);
+QCoreApplication *createCliApplication(int &argc, char **argv);
 
 namespace {
 
@@ -16,6 +20,9 @@ const CliCommandEntry Commands[] = {
     {"demo", "demo [--data-dir DIR] [--books N] [--clients N] [--seed S]", cmdDemo},
     {"check", "check [--data-dir DIR]", cmdCheck},
     {"backup", "backup export|import FILE [--data-dir DIR] [--overwrite]", cmdBackup},
+    {"report", "report KIND [--data-dir DIR] [--client CODE] [--category NAME] [--date D.M.YYYY] --html FILE",
+     cmdReport},
+    {"protocol", "protocol loan|return N [--data-dir DIR] --pdf FILE", cmdProtocol},
 };
 
 int usage()
@@ -30,7 +37,7 @@ int usage()
 
 int main(int argc, char **argv)
 {
-    QCoreApplication app(argc, argv);
+    const std::unique_ptr<QCoreApplication> app(createCliApplication(argc, argv));
     QCoreApplication::setOrganizationName(QStringLiteral("Folivo"));
     QCoreApplication::setApplicationName(QStringLiteral("Folivo"));
     QStringList args = QCoreApplication::arguments().mid(1);

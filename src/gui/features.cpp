@@ -2,17 +2,16 @@
 
 #include "app/commands.h"
 #include "app/mainframe.h"
+#include "app/messages.h"
+#include "app/shellcommands.h"
 #include "backup/backupdialogs.h"
 #include "circulation/pagecommands.h"
 #include "circulation/viewzadavani.h"
 #include "registers/registercommands.h"
+#include "reports/reportcommands.h"
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QStatusBar>
-#include <QToolBar>
 
 void installFeatures(CMainFrame &frame)
 {
@@ -20,17 +19,30 @@ void installFeatures(CMainFrame &frame)
     frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
     frame.setViewFactory(ViewSwitchRequest::SearchView, [](QWidget *p) { return new CVyhledavani(p); });
 
-    frame.setHandler(Cmd::Exit, [&frame] { frame.close(); });
     frame.setHandler(Cmd::ViewEntry, [&frame] { frame.switchView(ViewSwitchRequest{}); });
     frame.setHandler(Cmd::ViewSearch, [&frame] {
         ViewSwitchRequest r;
         r.target = ViewSwitchRequest::SearchView;
         frame.switchView(r);
     });
-    frame.setHandler(Cmd::ViewToolBar, [&frame] { frame.toolBar()->setVisible(!frame.toolBar()->isVisible()); });
-    frame.setHandler(Cmd::ViewStatusBar,
-                     [&frame] { frame.statusBar()->setVisible(!frame.statusBar()->isVisible()); });
+    installShellCommands(frame);
     installRegisterCommands(frame);
     installBackupCommands(frame);
+    installReportCommands(frame);
     installCirculationCommands(frame);
+
+    // After a restored backup the view that asked for it shows the restored data: the report view
+    // runs its report again, the search view prepares its form (and category list) anew.
+    QObject::connect(&BackupEvents::instance(), &BackupEvents::dataRestored, &frame, [&frame](int target) {
+        if (target == ViewSwitchRequest::ReportView) {
+            if (auto *report = qobject_cast<CSestavaView *>(frame.view(ViewSwitchRequest::ReportView)))
+                report->refreshAfterChange(QString::fromUtf8(CSestavaView::NoticeAfterImport));
+        } else if (target == ViewSwitchRequest::SearchView) {
+            RvMessageBox(QString(), QString::fromUtf8(CSestavaView::NoticeAfterImport), MessageKind::Information,
+                         ButtonsOk);
+            ViewSwitchRequest again;
+            again.target = ViewSwitchRequest::SearchView;
+            frame.switchView(again);
+        }
+    });
 }

@@ -1,6 +1,7 @@
 #include "app/mainframe.h"
 #include "app/messagebox_ui.h"
 #include "app/startup.h"
+#include "data/database.h"
 
 #include <QApplication>
 
@@ -18,5 +19,7 @@ int main(int argc, char **argv)
     frame->show();
     const int result = QApplication::exec();
     delete frame;
+    // Closing the program closes the library database.
+    Database::close();
     return result;
 }

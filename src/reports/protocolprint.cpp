@@ -1,9 +1,40 @@
 #include "reports/protocolprint.h"
 
-#include <QWidget>
+#include "app/appstate.h"
+#include "app/messages.h"
+#include "reports/printdocs.h"
+#include "reports/printsetup.h"
 
-// The protocol pages are built with the reports; until then a request prints nothing.
+#include <QApplication>
+
 void printPendingProtocol(QWidget *parent)
 {
-    Q_UNUSED(parent);
+    const ProtocolRequest request = AppState::instance().protocol;
+    if (request.kind == ProtocolRequest::Loan || request.kind == ProtocolRequest::Return)
+        printProtocol(parent, request.kind, request.number, false);
+}
+
+bool printProtocol(QWidget *parent, int kind, qint32 number, bool preview)
+{
+    PrintedTable doc;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    int message = 0;
+    if (kind == ProtocolRequest::Loan) {
+        LoanProtocol protocol;
+        message = prepareLoanProtocol(number, &protocol);
+        if (message == 0)
+            doc = loanProtocolDocument(protocol, today());
+    } else {
+        ReturnProtocol protocol;
+        message = prepareReturnProtocol(number, &protocol);
+        if (message == 0)
+            doc = returnProtocolDocument(protocol, today());
+    }
+    QApplication::restoreOverrideCursor();
+    if (message != 0) {
+        showMessage(message);
+        return false;
+    }
+    printDocument(parent, doc, preview);
+    return true;
 }

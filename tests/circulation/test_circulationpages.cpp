@@ -11,6 +11,8 @@
 #include "circulation/pagevyrazeni.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
+#include "data/statements.h"
+#include "reports/sestavaview.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -1111,17 +1113,6 @@ void TestCirculationPages::undoDiscard()
 
 namespace {
 
-// Stands in for the report view: counts the refreshes it is asked for.
-class FakeReportView final : public CFrameView
-{
-public:
-    using CFrameView::CFrameView;
-    int viewTarget() const override { return ViewSwitchRequest::ReportView; }
-    int helpTopic() const override { return 5; }
-    void discardUndone() override { ++refreshes; }
-    int refreshes = 0;
-};
-
 // Runs "Zrušení vyřazení knihy..." from the frame, restoring the given codes in the open dialog.
 void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes, qint32 category)
 {
@@ -1141,7 +1132,8 @@ void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes,
 
 } // namespace
 
-// The command works in every view; only the report view refreshes, once, after the dialog.
+// The command works in every view; only the report view refreshes, once, after the dialog, and
+// turns the entry sheet to the loans page.
 void TestCirculationPages::undoDiscardFromEveryView()
 {
     TestLibrary lib;
@@ -1155,26 +1147,39 @@ void TestCirculationPages::undoDiscardFromEveryView()
     MessageRecorder rec;
     CMainFrame frame;
     frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
-    frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new FakeReportView(p); });
+    frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
     installCirculationCommands(frame);
     frame.show();
     QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(frame.switchView(ViewSwitchRequest{}));
+    auto *entry = qobject_cast<CViewZadavani *>(frame.view(ViewSwitchRequest::EntryView));
+    QVERIFY(entry);
+    entry->setActivePage(CViewZadavani::Vyrazeni);
 
-    ViewSwitchRequest report;
-    report.target = ViewSwitchRequest::ReportView;
-    QVERIFY(frame.switchView(report));
-    auto *fake = static_cast<FakeReportView *>(frame.view(ViewSwitchRequest::ReportView));
+    ViewSwitchRequest discarded;
+    discarded.target = ViewSwitchRequest::ReportView;
+    discarded.sql = QString::fromUtf8(Stmt::ReportDiscarded);
+    discarded.title = QStringLiteral("Knihy vyřazené");
+    discarded.reportKind = 6;
+    QVERIFY(frame.switchView(discarded));
+    auto *report = qobject_cast<CSestavaView *>(frame.view(ViewSwitchRequest::ReportView));
+    QVERIFY(report);
+    QCOMPARE(report->model()->rowCount(), 3);
+
     undoDiscardThroughFrame(frame, {}, category);
-    QCOMPARE(fake->refreshes, 0); // nothing restored, nothing to refresh
+    QVERIFY(rec.shown().isEmpty()); // nothing restored, nothing to refresh
     undoDiscardThroughFrame(frame, {QStringLiteral("V1"), QStringLiteral("V2")}, category);
-    QCOMPARE(fake->refreshes, 1);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
+    QCOMPARE(rec.shown().size(), 1);
+    QCOMPARE(rec.lastText(), QString::fromUtf8(CSestavaView::NoticeAfterUndoDiscard));
+    QCOMPARE(report->model()->rowCount(), 1);
+    QCOMPARE(frame.activeTarget(), int(ViewSwitchRequest::ReportView));
+    QCOMPARE(entry->activeIndex(), int(CViewZadavani::Vypujcky));
 
+    // From the entry view: restored, no notice.
     QVERIFY(frame.switchView(ViewSwitchRequest{}));
     undoDiscardThroughFrame(frame, {QStringLiteral("V3")}, category);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 0);
-    QCOMPARE(fake->refreshes, 1);
-    QVERIFY(rec.shown().isEmpty());
+    QCOMPARE(rec.shown().size(), 1);
 }
 
 // The pages fit the sheet's size; with FOLIVO_SCREENSHOTS=dir they are also saved as pictures.

@@ -1,0 +1,78 @@
+#include "reports/printdocs.h"
+
+#include <QFile>
+#include <QPageLayout>
+#include <QPageSize>
+#include <QPdfWriter>
+
+PrintedTable loanProtocolDocument(const LoanProtocol &protocol, const QDate &printedOn)
+{
+    PrintedTable doc;
+    doc.title = QStringLiteral("Protokol o výpůjčce");
+    doc.headerLines = {{QStringLiteral("Číslo výpůjčky"), QString::asprintf("%d", protocol.number)},
+                       {QStringLiteral("Klient"), protocol.client},
+                       {QStringLiteral("Provedeno dne"), dateText(protocol.date)},
+                       {QStringLiteral("Počet knih"), QString::asprintf("%d", int(protocol.rows.size()))}};
+    doc.labelTemplate = QStringLiteral("Provedeno dne XX");
+    doc.columns = {{QStringLiteral("Kód"), 14, false},
+                   {QStringLiteral("Název"), 44, false},
+                   {QStringLiteral("Autor"), 28, false},
+                   {QStringLiteral("Vrátit do"), 14, false}};
+    for (const LoanProtocolRow &row : protocol.rows)
+        doc.rows.append({row.code, row.title, row.author, protocolDueText(row.due)});
+    doc.signatureLabel = QStringLiteral("Podpis klienta:");
+    doc.printedOn = printedOn;
+    return doc;
+}
+
+PrintedTable returnProtocolDocument(const ReturnProtocol &protocol, const QDate &printedOn)
+{
+    PrintedTable doc;
+    doc.title = QStringLiteral("Protokol o vrácení knih");
+    doc.headerLines = {{QStringLiteral("Číslo vrácení"), QString::asprintf("%d", protocol.number)},
+                       {QStringLiteral("Datum vrácení"), dateText(protocol.date)},
+                       {QStringLiteral("Počet knih"), QString::asprintf("%d", int(protocol.rows.size()))}};
+    doc.labelTemplate = QStringLiteral("Datum vrácení XX");
+    doc.columns = {{QStringLiteral("Kód knihy"), 14, false},   {QStringLiteral("Název knihy"), 29, false},
+                   {QStringLiteral("Kód klienta"), 14, false}, {QStringLiteral("Jméno klienta"), 20, false},
+                   {QStringLiteral("Půjčka"), 12, false},      {QStringLiteral("Prodlení"), 11, true}};
+    for (const ReturnProtocolRow &row : protocol.rows)
+        doc.rows.append({row.bookCode, row.bookTitle, row.clientCode, row.clientName, dateText(row.loanDate),
+                         protocolLatenessText(row.lateness)});
+    doc.printedOn = printedOn;
+    return doc;
+}
+
+PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, const QString &summary,
+                            const QDate &printedOn)
+{
+    PrintedTable doc;
+    doc.title = title;
+    // Titles are short and categories long in most libraries: the page gives the category more
+    // room than the screen does, so that its name rarely wraps.
+    doc.columns = {{QStringLiteral("Kód"), 62, false},
+                   {QStringLiteral("Název"), 222, false},
+                   {QStringLiteral("Autor"), 150, false},
+                   {QStringLiteral("Kategorie"), 165, false},
+                   {QStringLiteral("Cena"), 64, true}};
+    doc.rows.reserve(rows.size());
+    for (const ReportRow &row : rows)
+        doc.rows.append({row.code, row.title, row.author, row.category, reportPriceText(row.price)});
+    doc.closingLines = {summary};
+    doc.printedOn = printedOn;
+    return doc;
+}
+
+bool writePdf(const PrintedTable &doc, const QString &path, int *pages)
+{
+    QPdfWriter writer(path);
+    writer.setCreator(QStringLiteral("FOLIVO 2.0"));
+    writer.setTitle(doc.title);
+    writer.setResolution(300);
+    writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
+                                     QMarginsF(15, 15, 15, 12), QPageLayout::Millimeter));
+    const int n = printTable(&writer, doc);
+    if (pages)
+        *pages = n;
+    return n > 0 && QFile::exists(path);
+}

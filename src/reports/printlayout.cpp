@@ -1,0 +1,264 @@
+#include "reports/printlayout.h"
+
+#include <QFont>
+#include <QFontMetricsF>
+#include <QPagedPaintDevice>
+#include <QPainter>
+
+#include <numeric>
+
+QString printFooterText(const QDate &date)
+{
+    return QString::asprintf("Zpracováno programem FOLIVO 2.0 dne %02d.%02d.%d             ", date.day(),
+                             date.month(), date.year());
+}
+
+QString printPageCounterText(int page, int pages)
+{
+    return QString::asprintf("strana %d / %d", page, pages);
+}
+
+namespace {
+
+// Sizes in points; the painter turns them into device units.
+constexpr double TitlePt = 15;
+constexpr double BodyPt = 10;
+constexpr double FooterPt = 8;
+
+class Layout
+{
+public:
+    Layout(QPagedPaintDevice *device, const PrintedTable &doc) : m_device(device), m_doc(doc)
+    {
+        m_dpi = device->logicalDpiY();
+        m_titleFont = font(TitlePt, true);
+        m_bodyFont = font(BodyPt, false);
+        m_headFont = font(BodyPt, true);
+        m_footerFont = font(FooterPt, false);
+        m_page = QRectF(0, 0, device->width(), device->height());
+        m_pad = mm(1.2);
+        m_line = QFontMetricsF(m_bodyFont, device).height();
+        m_footerHeight = QFontMetricsF(m_footerFont, device).height() + mm(4);
+        m_bodyBottom = m_page.bottom() - m_footerHeight;
+        const int total =
+            std::accumulate(doc.columns.cbegin(), doc.columns.cend(), 0,
+                            [](int sum, const PrintedTable::Column &c) { return sum + c.weight; });
+        double x = m_page.left();
+        for (const PrintedTable::Column &c : doc.columns) {
+            const double w = total > 0 ? m_page.width() * c.weight / total : 0;
+            m_columnX << x;
+            m_columnW << w;
+            x += w;
+        }
+        paginate();
+    }
+
+    int pages() const { return int(m_pageStarts.size()); }
+
+    void paint(QPainter &p)
+    {
+        for (int page = 0; page < pages(); ++page) {
+            if (page > 0)
+                m_device->newPage();
+            double y = page == 0 ? paintHead(p) : m_page.top();
+            y = paintColumnHeaders(p, y);
+            const int end = page + 1 < pages() ? m_pageStarts.at(page + 1) : int(m_doc.rows.size());
+            for (int r = m_pageStarts.at(page); r < end; ++r)
+                y = paintRow(p, r, y);
+            if (page + 1 == pages())
+                paintClosing(p, y);
+            paintFooter(p, page + 1);
+        }
+    }
+
+private:
+    double mm(double v) const { return v * m_dpi / 25.4; }
+
+    QFont font(double pt, bool bold) const
+    {
+        QFont f(QStringLiteral("DejaVu Sans"));
+        f.setStyleHint(QFont::SansSerif);
+        f.setPointSizeF(pt);
+        f.setBold(bold);
+        return f;
+    }
+
+    double headHeight() const
+    {
+        double h = QFontMetricsF(m_titleFont, m_device).height() + mm(5);
+        h += m_doc.headerLines.size() * (m_line + mm(0.8));
+        return h + mm(4);
+    }
+
+    double cellHeight(const QString &text, int column, const QFont &f) const
+    {
+        const QRectF r = QFontMetricsF(f, m_device)
+                             .boundingRect(QRectF(0, 0, std::max(1.0, m_columnW.at(column) - 2 * m_pad), 1e6),
+                                           Qt::TextWordWrap, text);
+        return r.height();
+    }
+
+    double rowHeight(const QStringList &cells, const QFont &f) const
+    {
+        double h = m_line;
+        for (int c = 0; c < m_columnW.size() && c < cells.size(); ++c)
+            h = std::max(h, cellHeight(cells.at(c), c, f));
+        return h + 2 * m_pad;
+    }
+
+    double columnHeaderHeight() const
+    {
+        QStringList headers;
+        for (const PrintedTable::Column &c : m_doc.columns)
+            headers << c.header;
+        return rowHeight(headers, m_headFont);
+    }
+
+    double closingHeight() const
+    {
+        double h = mm(4) + m_doc.closingLines.size() * (m_line + mm(1));
+        if (!m_doc.signatureLabel.isEmpty())
+            h += mm(14) + m_line;
+        return h;
+    }
+
+    void paginate()
+    {
+        m_pageStarts = {0};
+        m_rowHeights.clear();
+        const double headers = columnHeaderHeight();
+        double y = m_page.top() + headHeight() + headers;
+        for (int r = 0; r < m_doc.rows.size(); ++r) {
+            const double h = rowHeight(m_doc.rows.at(r), m_bodyFont);
+            m_rowHeights << h;
+            // A page takes at least one row, even one taller than the page.
+            if (y + h > m_bodyBottom && r > m_pageStarts.last()) {
+                m_pageStarts << r;
+                y = m_page.top() + headers;
+            }
+            y += h;
+        }
+        if (y + closingHeight() > m_bodyBottom && !m_doc.rows.isEmpty())
+            m_pageStarts << int(m_doc.rows.size()); // the closing lines go on a page of their own
+    }
+
+    double paintHead(QPainter &p)
+    {
+        double y = m_page.top();
+        p.setFont(m_titleFont);
+        const double th = QFontMetricsF(m_titleFont, m_device).height();
+        p.drawText(QRectF(m_page.left(), y, m_page.width(), th), Qt::AlignHCenter | Qt::AlignVCenter,
+                   m_doc.title);
+        y += th + mm(5);
+        p.setFont(m_bodyFont);
+        const QFontMetricsF fm(m_bodyFont, m_device);
+        const double labelW = fm.horizontalAdvance(m_doc.labelTemplate) + mm(2);
+        for (const auto &[label, value] : m_doc.headerLines) {
+            p.setFont(m_headFont);
+            p.drawText(QRectF(m_page.left(), y, labelW, m_line), Qt::AlignLeft | Qt::AlignVCenter,
+                       label + QLatin1Char(':'));
+            p.setFont(m_bodyFont);
+            p.drawText(QRectF(m_page.left() + labelW + mm(2), y, m_page.width() - labelW, m_line),
+                       Qt::AlignLeft | Qt::AlignVCenter, value);
+            y += m_line + mm(0.8);
+        }
+        return y + mm(4);
+    }
+
+    double paintCells(QPainter &p, const QStringList &cells, double y, double h, bool header)
+    {
+        const QRectF band(m_page.left(), y, m_page.width(), h);
+        if (header)
+            p.fillRect(band, QColor(225, 225, 225));
+        p.setPen(QPen(Qt::black, mm(0.15)));
+        p.drawRect(band);
+        for (int c = 0; c < m_columnW.size(); ++c) {
+            if (c > 0)
+                p.drawLine(QPointF(m_columnX.at(c), y), QPointF(m_columnX.at(c), y + h));
+            const QRectF cell(m_columnX.at(c) + m_pad, y + m_pad, m_columnW.at(c) - 2 * m_pad, h - 2 * m_pad);
+            const Qt::Alignment align =
+                (m_doc.columns.at(c).alignRight ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignTop;
+            p.drawText(cell, int(align) | Qt::TextWordWrap, cells.value(c));
+        }
+        return y + h;
+    }
+
+    double paintColumnHeaders(QPainter &p, double y)
+    {
+        QStringList headers;
+        for (const PrintedTable::Column &c : m_doc.columns)
+            headers << c.header;
+        p.setFont(m_headFont);
+        return paintCells(p, headers, y, columnHeaderHeight(), true);
+    }
+
+    double paintRow(QPainter &p, int r, double y)
+    {
+        p.setFont(m_bodyFont);
+        return paintCells(p, m_doc.rows.at(r), y, m_rowHeights.at(r), false);
+    }
+
+    void paintClosing(QPainter &p, double y)
+    {
+        y += mm(4);
+        p.setFont(m_bodyFont);
+        for (const QString &line : m_doc.closingLines) {
+            p.drawText(QRectF(m_page.left(), y, m_page.width(), m_line), Qt::AlignHCenter | Qt::AlignVCenter,
+                       line);
+            y += m_line + mm(1);
+        }
+        if (!m_doc.signatureLabel.isEmpty()) {
+            y += mm(14);
+            const QFontMetricsF fm(m_bodyFont, m_device);
+            const double x = m_page.left() + m_page.width() / 2;
+            p.drawText(QRectF(x, y, m_page.width() / 2, m_line), Qt::AlignLeft | Qt::AlignBottom,
+                       m_doc.signatureLabel);
+            const double lineX = x + fm.horizontalAdvance(m_doc.signatureLabel) + mm(2);
+            p.setPen(QPen(Qt::black, mm(0.2)));
+            p.drawLine(QPointF(lineX, y + m_line - fm.descent()),
+                       QPointF(m_page.right(), y + m_line - fm.descent()));
+            p.setPen(QPen(Qt::black));
+        }
+    }
+
+    void paintFooter(QPainter &p, int page)
+    {
+        p.setFont(m_footerFont);
+        const QFontMetricsF fm(m_footerFont, m_device);
+        const double y = m_page.bottom() - fm.height();
+        p.setPen(QPen(Qt::black, mm(0.15)));
+        p.drawLine(QPointF(m_page.left(), y - mm(1.5)), QPointF(m_page.right(), y - mm(1.5)));
+        p.drawText(QRectF(m_page.left(), y, m_page.width(), fm.height()), Qt::AlignLeft | Qt::AlignVCenter,
+                   printFooterText(m_doc.printedOn));
+        const double counterW = fm.horizontalAdvance(QStringLiteral("strana XXX / XXX"));
+        p.drawText(QRectF(m_page.right() - counterW, y, counterW, fm.height()),
+                   Qt::AlignRight | Qt::AlignVCenter, printPageCounterText(page, pages()));
+    }
+
+    QPagedPaintDevice *m_device;
+    const PrintedTable &m_doc;
+    int m_dpi = 72;
+    QFont m_titleFont, m_bodyFont, m_headFont, m_footerFont;
+    QRectF m_page;
+    double m_pad = 0, m_line = 0, m_footerHeight = 0, m_bodyBottom = 0;
+    QList<double> m_columnX, m_columnW, m_rowHeights;
+    QList<int> m_pageStarts;
+};
+
+} // namespace
+
+int countPrintedPages(QPagedPaintDevice *device, const PrintedTable &doc)
+{
+    return Layout(device, doc).pages();
+}
+
+int printTable(QPagedPaintDevice *device, const PrintedTable &doc)
+{
+    QPainter painter;
+    if (!painter.begin(device))
+        return 0;
+    Layout layout(device, doc);
+    layout.paint(painter);
+    painter.end();
+    return layout.pages();
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QDate>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+class QPagedPaintDevice;
+
+// A printed document made of a title, a few "label: value" lines, a table whose column headers
+// repeat on every page, some closing lines, and on every page the program's footer with the page
+// counter. Reports and both protocols are printed through it, on a printer, in the preview or
+// into a PDF file.
+struct PrintedTable
+{
+    struct Column
+    {
+        QString header;
+        int weight = 1; // share of the table's width
+        bool alignRight = false;
+    };
+
+    QString title;
+    QList<QPair<QString, QString>> headerLines; // label, value
+    QString labelTemplate;                      // the label column is as wide as this text
+    QList<Column> columns;
+    QList<QStringList> rows;
+    QStringList closingLines; // after the table (the summary line of a report)
+    QString signatureLabel;   // a signature line after the table when not empty
+    QDate printedOn;          // the date in the footer
+};
+
+// The footer's left part: "Zpracováno programem FOLIVO 2.0 dne 15.03.2026" and its blanks.
+QString printFooterText(const QDate &date);
+QString printPageCounterText(int page, int pages);
+
+// Lays the document out on the device's pages and paints it. Every row goes on the current page
+// while it fits above the footer, otherwise a new page starts, so the number of pages is known
+// before the first one is painted. Returns the number of pages (0 when the device cannot be
+// painted on).
+int printTable(QPagedPaintDevice *device, const PrintedTable &doc);
+// Only the page count of the layout.
+int countPrintedPages(QPagedPaintDevice *device, const PrintedTable &doc);

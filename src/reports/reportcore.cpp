@@ -1,0 +1,215 @@
+#include "reports/reportcore.h"
+
+#include "data/checks.h"
+#include "data/database.h"
+#include "data/recordsets.h"
+#include "data/statements.h"
+
+#include <QHash>
+#include <QSqlRecord>
+
+#include <algorithm>
+#include <new>
+
+ReportQuery fixedReport(int kind)
+{
+    switch (kind) {
+    case ReportKind::Present:
+        return {QString::fromUtf8(Stmt::ReportPresent), QStringLiteral("Knihy právě přítomné v knihovně"),
+                kind};
+    case ReportKind::Lent:
+        return {QString::fromUtf8(Stmt::ReportLent), QStringLiteral("Knihy právě vypůjčené"), kind};
+    case ReportKind::PresentAndLent:
+        return {QString::fromUtf8(Stmt::ReportPresentAndLent),
+                QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"), kind};
+    case ReportKind::Discarded:
+        return {QString::fromUtf8(Stmt::ReportDiscarded), QStringLiteral("Knihy vyřazené"), kind};
+    default:
+        return {};
+    }
+}
+
+ReportQuery categoryReport(qint32 categoryId, const QString &categoryName)
+{
+    return {QString::asprintf(Stmt::ReportCategory, categoryId),
+            QStringLiteral("Knihy v kategorii: %1").arg(categoryName), ReportKind::Category};
+}
+
+ReportQuery overdueReport(DateNumber day, const QString &dateShown)
+{
+    return {QString::asprintf(Stmt::ReportOverdue, day),
+            QStringLiteral("Knihy vypůjčené s prodlením počítaným ke dni: %1").arg(dateShown),
+            ReportKind::Overdue};
+}
+
+ReportQuery clientLoansReport(qint32 clientId, const QString &label)
+{
+    return {QString::asprintf(Stmt::ReportClientLoans, clientId),
+            QStringLiteral("Aktuální výpůjčky klienta: %1").arg(label), ReportKind::ClientLoans};
+}
+
+ReportQuery clientHistoryReport(qint32 clientId, const QString &label)
+{
+    return {QString::asprintf(Stmt::ReportClientHistory, clientId),
+            QStringLiteral("Historie výpůjček klienta: %1").arg(label), ReportKind::ClientHistory};
+}
+
+ReportQuery clientOverdueReport(qint32 clientId, const QString &prijmeni, const QString &jmeno,
+                                DateNumber day, const QString &dateShown)
+{
+    // The date comes first in the statement, then the client.
+    return {QString::asprintf(Stmt::ReportClientOverdue, day, clientId),
+            QStringLiteral("Knihy klienta: %1 %2, vypůjčené s prodlením ke dni: %3")
+                .arg(prijmeni, jmeno, dateShown),
+            ReportKind::ClientOverdue};
+}
+
+int findReportClient(const QString &typedCode, ReportClient *out)
+{
+    const QString code = typedCode.trimmed();
+    if (hasForbiddenChars(code))
+        return 119;
+    try {
+        CSetLide lide;
+        lide.open(QString::asprintf(Stmt::LideByKod, qUtf8Printable(code)));
+        if (lide.isEOF() && lide.isBOF())
+            return 15;
+        out->id = lide.m_ID_LIDE_LIDE;
+        out->code = lide.m_KOD;
+        out->jmeno = lide.m_JMENO;
+        out->prijmeni = lide.m_PRIJMENI;
+        return 0;
+    } catch (const DbError &) {
+        return 13;
+    }
+}
+
+int listShownCategories(QList<ReportCategory> *out)
+{
+    out->clear();
+    try {
+        CSetKategorie kategorie;
+        kategorie.open(QString::fromUtf8(Stmt::KategorieVisible));
+        for (; !kategorie.isEOF(); kategorie.moveNext())
+            out->append({kategorie.m_ID_KATEGORIE_KATEGORIE, kategorie.m_NAZEV});
+        return 0;
+    } catch (const DbError &) {
+        out->clear();
+        return 4;
+    }
+}
+
+QString reportSummary(int count, double total)
+{
+    return QString::asprintf("Nalezeno %d knih v celkové hodnotě %.2f Kč", count, total);
+}
+
+namespace {
+
+// Looks up category names for one report run. The statement is prepared once and each
+// category is read once, however many books it holds.
+class CategoryNames final
+{
+public:
+    CategoryNames()
+        : m_query(prepareSql(jetToSqlite(
+              QString::fromUtf8(Stmt::KategorieById).replace(QStringLiteral("%d"), QStringLiteral("?")))))
+    {}
+    // False when the category row is missing.
+    bool find(qint32 id, QString *name)
+    {
+        const auto it = m_names.constFind(id);
+        if (it != m_names.constEnd()) {
+            *name = *it;
+            return true;
+        }
+        m_query.bindValue(0, id);
+        execPrepared(m_query);
+        if (!m_query.next()) {
+            m_query.finish();
+            return false;
+        }
+        *name = m_query.value(QStringLiteral("NAZEV")).toString();
+        m_query.finish();
+        m_names.insert(id, *name);
+        return true;
+    }
+
+private:
+    QSqlQuery m_query;
+    QHash<qint32, QString> m_names;
+};
+
+} // namespace
+
+ReportResult runReport(const QString &jetSql)
+{
+    ReportResult result;
+    if (jetSql.isEmpty())
+        return result;
+    try {
+        QSqlQuery books = runJet(jetSql);
+        const QSqlRecord rec = books.record();
+        const int iId = rec.indexOf(QStringLiteral("ID_KNIHY_KNIHY"));
+        const int iCategory = rec.indexOf(QStringLiteral("ID_KATEGORIE_KNIHY"));
+        const int iCode = rec.indexOf(QStringLiteral("KOD"));
+        const int iTitle = rec.indexOf(QStringLiteral("NAZEV"));
+        const int iAuthor = rec.indexOf(QStringLiteral("AUTOR"));
+        const int iPrice = rec.indexOf(QStringLiteral("CENA"));
+        if (iId < 0 || iCategory < 0 || iCode < 0 || iTitle < 0 || iAuthor < 0 || iPrice < 0)
+            throw DbError(QStringLiteral("the report statement does not return KNIHY rows"));
+        CategoryNames categories;
+        double total = 0;
+        while (books.next()) {
+            ReportRow row;
+            if (!categories.find(books.value(iCategory).toInt(), &row.category)) {
+                result = ReportResult{};
+                result.message = 94;
+                return result;
+            }
+            row.code = books.value(iCode).toString();
+            row.title = books.value(iTitle).toString();
+            row.author = books.value(iAuthor).toString();
+            row.price = books.value(iPrice).toFloat();
+            row.bookId = books.value(iId).toInt();
+            result.rows.append(std::move(row));
+            total += double(result.rows.last().price);
+        }
+        books.finish();
+        // Every row went to the top of the list: the list shows the statement's order reversed.
+        std::reverse(result.rows.begin(), result.rows.end());
+        result.total = total;
+        result.summary = result.rows.isEmpty() ? QString::fromUtf8(ReportEmptyText)
+                                               : reportSummary(int(result.rows.size()), total);
+    } catch (const DbError &) {
+        result = ReportResult{};
+        result.message = 34;
+    } catch (const std::bad_alloc &) {
+        result = ReportResult{};
+        result.message = 49;
+    }
+    return result;
+}
+
+QString reportPriceText(float price)
+{
+    return QString::asprintf("%.2f", double(price));
+}
+
+QString reportCellText(const ReportRow &row, int column)
+{
+    switch (column) {
+    case 0:
+        return row.code;
+    case 1:
+        return row.title;
+    case 2:
+        return row.author;
+    case 3:
+        return row.category;
+    case 4:
+        return reportPriceText(row.price);
+    default:
+        return QString();
+    }
+}

@@ -1,0 +1,391 @@
+#include "app/appstate.h"
+#include "app/identitydialog.h"
+#include "app/rvedit.h"
+#include "app/settingsdialogs.h"
+#include "support/testsupport.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+// The settings dialogs and the identity check: the order of their checks, the messages and the
+// record they leave in Folivo.ini.
+class TestSettingsDialogs : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void installName();
+    void basicSettingsChecks();
+    void basicSettingsRecord();
+    void sixteenCharacterPasswords();
+    void programSettingsWithoutPassword();
+    void programSettingsSwitchingSecurityOff();
+    void programSettingsSwitchingSecurityOn();
+    void programSettingsChangeMode();
+    void programSettingsOriginalAndLoanLength();
+    void programSettingsSaveFailure();
+
+private:
+    // Stores a record with the given security as the program's settings and in the file.
+    SettingsRecord storeSecured(bool atStart, bool lock, const QString &password);
+    SettingsRecord fileRecord() const { return *SettingsRecord::read(AppState::instance().iniPath); }
+
+    QTemporaryDir m_dir;
+};
+
+void TestSettingsDialogs::init()
+{
+    AppState::instance().iniPath = m_dir.filePath(QStringLiteral("Folivo.ini"));
+    QFile::remove(AppState::instance().iniPath);
+    AppState::instance().settings = SettingsRecord{};
+}
+
+SettingsRecord TestSettingsDialogs::storeSecured(bool atStart, bool lock, const QString &password)
+{
+    SettingsRecord r;
+    r.userName = QStringLiteral("Obecní knihovna Lhota");
+    r.passwordAtStart = atStart ? 1 : 0;
+    r.lockAllowed = lock ? 1 : 0;
+    r.loanProtocol = SettingsRecord::PrintAlways;
+    r.loanDays = 21;
+    encodePassword(r, password);
+    AppState::instance().settings = r;
+    r.write(AppState::instance().iniPath);
+    return r;
+}
+
+void TestSettingsDialogs::installName()
+{
+    MessageRecorder rec;
+    CDlgInstall dialog;
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Dokončení instalace"));
+    dialog.show();
+    QCOMPARE(dialog.checkOk(), 20);
+    dialog.nameEdit()->setText(QStringLiteral("   "));
+    dialog.accept();
+    QCOMPARE(rec.numbers(), (QList<int>{20, 20}));
+    QVERIFY(dialog.isVisible());
+    QCOMPARE(rec.lastText(), QStringLiteral("Nezadali jste svoje jméno, doplňte jej!"));
+
+    // 64 characters fit, a 65th does not.
+    const QString full(64, QLatin1Char('x'));
+    dialog.nameEdit()->clear();
+    QTest::keyClicks(dialog.nameEdit(), full + QStringLiteral("y"));
+    QCOMPARE(dialog.nameEdit()->text(), full);
+    dialog.nameEdit()->setText(QStringLiteral("  Knihovna Lhota  "));
+    QCOMPARE(dialog.checkOk(), 0);
+    QCOMPARE(dialog.userName(), QStringLiteral("Knihovna Lhota"));
+}
+
+void TestSettingsDialogs::basicSettingsChecks()
+{
+    MessageRecorder rec;
+    CDlgBasicSettings dialog;
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Základní nastavení programu"));
+    SettingsChoices *c = dialog.choices();
+    // No security option: the password fields are off and nothing is asked.
+    QVERIFY(!dialog.passwordEdit()->isEnabled());
+    QCOMPARE(dialog.checkOk(), 0);
+
+    c->daysEdit()->setText(QStringLiteral("tři"));
+    QCOMPARE(dialog.checkOk(), 21);
+    c->daysEdit()->setText(QStringLiteral("-1"));
+    QCOMPARE(dialog.checkOk(), 21);
+    c->daysEdit()->setText(QStringLiteral("0"));
+    QCOMPARE(dialog.checkOk(), 0);
+    // Without a limit the days field is emptied, disabled and not read.
+    c->noLimitButton()->click();
+    QVERIFY(!c->daysEdit()->isEnabled());
+    QVERIFY(c->daysEdit()->text().isEmpty());
+    QCOMPARE(dialog.checkOk(), 0);
+    c->limitButton()->click();
+    QVERIFY(c->daysEdit()->isEnabled());
+    c->daysEdit()->setText(QStringLiteral("14"));
+
+    c->lockAllowed()->click();
+    QVERIFY(dialog.passwordEdit()->isEnabled());
+    QVERIFY(dialog.copyEdit()->isEnabled());
+    rec.clear();
+    const auto attempt = [&](const QString &password, const QString &copy) {
+        dialog.passwordEdit()->setText(password);
+        dialog.copyEdit()->setText(copy);
+        return dialog.checkOk();
+    };
+    QCOMPARE(attempt(QString(), QString()), 22);
+    QCOMPARE(attempt(QStringLiteral("abc"), QString()), 23);
+    QCOMPARE(attempt(QStringLiteral("ab"), QStringLiteral("ab")), 25);
+    QCOMPARE(attempt(QStringLiteral("abcdefghijklmnopq"), QStringLiteral("abcdefghijklmnopq")), 25);
+    QCOMPARE(attempt(QStringLiteral("abc"), QStringLiteral("ab")), 25);
+    QCOMPARE(attempt(QStringLiteral("abc"), QStringLiteral("abd")), 24);
+    QCOMPARE(attempt(QStringLiteral("abc"), QStringLiteral("ABC")), 24);
+    QCOMPARE(rec.numbers(), (QList<int>{22, 23, 25, 25, 25, 24, 24}));
+    QCOMPARE(attempt(QStringLiteral("abc"), QStringLiteral("abc")), 0);
+    QCOMPARE(attempt(QStringLiteral("abcdefghijklmnop"), QStringLiteral("abcdefghijklmnop")), 0);
+    QCOMPARE(rec.numbers().size(), 7);
+}
+
+void TestSettingsDialogs::basicSettingsRecord()
+{
+    CDlgBasicSettings dialog;
+    SettingsChoices *c = dialog.choices();
+    c->loanProtocol()->button(2)->click();
+    c->returnProtocol()->button(0)->click();
+    c->reportSize()->button(1)->click();
+    c->noLimitButton()->click();
+    QCOMPARE(dialog.checkOk(), 0);
+    SettingsRecord r = dialog.record();
+    QCOMPARE(r.loanProtocol, quint16(2));
+    QCOMPARE(r.returnProtocol, quint16(0));
+    QCOMPARE(r.reportSize, quint16(SettingsRecord::ReportMaximised));
+    QCOMPARE(r.loanLength, quint16(SettingsRecord::NoLimit));
+    QCOMPARE(r.loanDays, quint32(30));
+    QCOMPARE(r.passwordAtStart, quint32(0));
+    // With no security option the default word is stored, whatever was typed.
+    QVERIFY(checkPassword(r, QString::fromLatin1(DefaultPassword)));
+
+    c->limitButton()->click();
+    c->daysEdit()->setText(QStringLiteral("0"));
+    c->passwordAtStart()->click();
+    dialog.passwordEdit()->setText(QStringLiteral("Žluťák"));
+    dialog.copyEdit()->setText(QStringLiteral("Žluťák"));
+    QCOMPARE(dialog.checkOk(), 0);
+    r = dialog.record();
+    QCOMPARE(r.loanLength, quint16(SettingsRecord::Limit));
+    QCOMPARE(r.loanDays, quint32(0));
+    QCOMPARE(r.passwordAtStart, quint32(1));
+    QVERIFY(checkPassword(r, QStringLiteral("Žluťák")));
+    QVERIFY(!checkPassword(r, QStringLiteral("žluťák")));
+}
+
+void TestSettingsDialogs::sixteenCharacterPasswords()
+{
+    MessageRecorder rec;
+    // Stored from the 14th character at the last position, checked against the 16th.
+    const SettingsRecord differing = storeSecured(true, false, QStringLiteral("abcdefghijklmnop"));
+    CDlgIdentity check(CDlgIdentity::AtStart, differing);
+    QCOMPARE(check.windowTitle(), QStringLiteral("Kontrola identity"));
+    check.passwordEdit()->setText(QStringLiteral("abcdefghijklmnop"));
+    QCOMPARE(check.checkOk(), 28);
+    QCOMPARE(rec.lastText(), QStringLiteral("Heslo neodpovídá, zkuste to znovu!"));
+
+    const SettingsRecord equal = storeSecured(true, false, QStringLiteral("abcdefghijklmnon"));
+    CDlgIdentity again(CDlgIdentity::AtStart, equal);
+    again.passwordEdit()->setText(QStringLiteral("abcdefghijklmnon"));
+    QCOMPARE(again.checkOk(), 0);
+    again.passwordEdit()->setText(QStringLiteral("abcdefghijklmno"));
+    QCOMPARE(again.checkOk(), 28);
+    QCOMPARE(rec.numbers(), (QList<int>{28, 28}));
+
+    // The start-up form ends on "Storno" (and Escape), which ends the program.
+    QCOMPARE(again.endButton()->text(), QStringLiteral("  Storno"));
+    again.show();
+    again.endButton()->click();
+    QCOMPARE(again.result(), int(QDialog::Rejected));
+    QVERIFY(!again.isVisible());
+}
+
+void TestSettingsDialogs::programSettingsWithoutPassword()
+{
+    MessageRecorder rec;
+    const SettingsRecord stored = storeSecured(false, true, QStringLiteral("heslo"));
+    CDlgProgramSettings dialog;
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Nastavení programu"));
+    SettingsChoices *c = dialog.choices();
+    QVERIFY(c->lockAllowed()->isChecked());
+    QCOMPARE(c->daysEdit()->text(), QStringLiteral("21"));
+    QVERIFY(c->loanProtocol()->button(0)->isChecked());
+    // Outside the change mode, with the security untouched, no password field is open.
+    QVERIFY(!dialog.currentEdit()->isEnabled());
+    QVERIFY(!dialog.newEdit()->isEnabled());
+    QVERIFY(dialog.changeButton()->isEnabled());
+    // The password fields come right after their check boxes when tabbing.
+    QCOMPARE(c->lockAllowed()->nextInFocusChain(), dialog.currentEdit());
+    QCOMPARE(dialog.currentEdit()->nextInFocusChain(), dialog.changeButton());
+    QCOMPARE(dialog.changeButton()->nextInFocusChain(), dialog.newEdit());
+    QCOMPARE(dialog.newEdit()->nextInFocusChain(), dialog.copyEdit());
+
+    QSignalSpy saved(&dialog, &CDlgProgramSettings::settingsSaved);
+    c->loanProtocol()->button(2)->click();
+    c->returnProtocol()->button(2)->click();
+    c->reportSize()->button(1)->click();
+    c->daysEdit()->setText(QStringLiteral("45"));
+    QCOMPARE(dialog.applyOk(), 0);
+    QVERIFY(rec.shown().isEmpty());
+    QCOMPARE(saved.count(), 1);
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    const SettingsRecord r = fileRecord();
+    QCOMPARE(r.loanProtocol, quint16(2));
+    QCOMPARE(r.returnProtocol, quint16(2));
+    QCOMPARE(r.reportSize, quint16(1));
+    QCOMPARE(r.loanDays, quint32(45));
+    QCOMPARE(r.password, stored.password);
+    QCOMPARE(r.userName, stored.userName);
+    QCOMPARE(AppState::instance().settings.toBytes(), r.toBytes());
+}
+
+void TestSettingsDialogs::programSettingsSwitchingSecurityOff()
+{
+    MessageRecorder rec;
+    const SettingsRecord stored = storeSecured(true, true, QStringLiteral("heslo"));
+    CDlgProgramSettings dialog;
+    dialog.choices()->passwordAtStart()->click();
+    // One box still ticked: the change needs the current password.
+    QVERIFY(dialog.currentEdit()->isEnabled());
+    dialog.choices()->lockAllowed()->click();
+    QVERIFY(dialog.currentEdit()->isEnabled());
+    QVERIFY(!dialog.newEdit()->isEnabled());
+    QVERIFY(!dialog.changeButton()->isEnabled());
+
+    QCOMPARE(dialog.applyOk(), 26);
+    dialog.currentEdit()->setText(QStringLiteral("Heslo"));
+    QCOMPARE(dialog.applyOk(), 26);
+    QCOMPARE(fileRecord().toBytes(), stored.toBytes());
+    // A blank typed after the password is trimmed before the check.
+    dialog.currentEdit()->setText(QStringLiteral("heslo "));
+    QCOMPARE(dialog.applyOk(), 0);
+    QCOMPARE(rec.numbers(), (QList<int>{26, 26}));
+    const SettingsRecord r = fileRecord();
+    QCOMPARE(r.passwordAtStart, quint32(0));
+    QCOMPARE(r.lockAllowed, quint32(0));
+    QCOMPARE(r.passwordLength, stored.passwordLength);
+    QCOMPARE(r.password, stored.password);
+}
+
+void TestSettingsDialogs::programSettingsSwitchingSecurityOn()
+{
+    MessageRecorder rec;
+    storeSecured(false, false, QString());
+    CDlgProgramSettings dialog;
+    QVERIFY(!dialog.currentEdit()->isEnabled());
+    QVERIFY(!dialog.newEdit()->isEnabled());
+    QVERIFY(!dialog.changeButton()->isEnabled());
+    dialog.choices()->lockAllowed()->click();
+    QVERIFY(!dialog.currentEdit()->isEnabled());
+    QVERIFY(dialog.newEdit()->isEnabled());
+    QVERIFY(dialog.copyEdit()->isEnabled());
+
+    // Also in the change mode, the closed current field is not asked for.
+    dialog.changeButton()->click();
+    QVERIFY(dialog.changeMode());
+    QVERIFY(!dialog.currentEdit()->isEnabled());
+    QCOMPARE(dialog.applyOk(), 22);
+    dialog.newEdit()->setText(QStringLiteral("nové"));
+    QCOMPARE(dialog.applyOk(), 23);
+    dialog.copyEdit()->setText(QStringLiteral("nov"));
+    QCOMPARE(dialog.applyOk(), 24);
+    // The trailing blank of the copy goes before the comparison.
+    dialog.copyEdit()->setText(QStringLiteral("nové  "));
+    QCOMPARE(dialog.applyOk(), 0);
+    QCOMPARE(rec.numbers(), (QList<int>{22, 23, 24}));
+    const SettingsRecord r = fileRecord();
+    QCOMPARE(r.lockAllowed, quint32(1));
+    QVERIFY(checkPassword(r, QStringLiteral("nové")));
+    QVERIFY(!checkPassword(r, QStringLiteral("nové  ")));
+}
+
+void TestSettingsDialogs::programSettingsChangeMode()
+{
+    MessageRecorder rec;
+    const SettingsRecord stored = storeSecured(true, false, QStringLiteral("heslo"));
+    CDlgProgramSettings dialog;
+    QCOMPARE(dialog.changeButton()->text(), QStringLiteral("Změnit"));
+    dialog.changeButton()->click();
+    QVERIFY(dialog.changeMode());
+    QCOMPARE(dialog.changeButton()->text(), QStringLiteral("Zpět"));
+    QVERIFY(dialog.currentEdit()->isEnabled());
+    QVERIFY(dialog.newEdit()->isEnabled());
+
+    dialog.newEdit()->setText(QStringLiteral("ab"));
+    dialog.copyEdit()->setText(QStringLiteral("ab"));
+    QCOMPARE(dialog.applyOk(), 26); // the current password comes first
+    dialog.currentEdit()->setText(QStringLiteral("heslo"));
+    QCOMPARE(dialog.applyOk(), 25);
+    dialog.newEdit()->setText(QStringLiteral("abcdefghijklmnopq"));
+    dialog.copyEdit()->setText(QStringLiteral("abcdefghijklmnopq"));
+    QCOMPARE(dialog.applyOk(), 25);
+
+    // "Zpět" leaves the mode and empties the new password, its copy and (security as it was)
+    // the current one.
+    dialog.changeButton()->click();
+    QVERIFY(!dialog.changeMode());
+    QVERIFY(dialog.newEdit()->text().isEmpty());
+    QVERIFY(dialog.copyEdit()->text().isEmpty());
+    QVERIFY(dialog.currentEdit()->text().isEmpty());
+    QVERIFY(!dialog.currentEdit()->isEnabled());
+
+    // Unticking both boxes leaves the mode too.
+    dialog.changeButton()->click();
+    dialog.newEdit()->setText(QStringLiteral("xyz"));
+    dialog.choices()->passwordAtStart()->click();
+    QVERIFY(!dialog.changeMode());
+    QVERIFY(!dialog.changeButton()->isEnabled());
+    QVERIFY(dialog.newEdit()->text().isEmpty());
+    dialog.choices()->passwordAtStart()->click();
+
+    dialog.changeButton()->click();
+    dialog.currentEdit()->setText(QStringLiteral("heslo"));
+    dialog.newEdit()->setText(QStringLiteral("abcdefghijklmnop"));
+    dialog.copyEdit()->setText(QStringLiteral("abcdefghijklmnop"));
+    QCOMPARE(dialog.applyOk(), 0);
+    QCOMPARE(rec.numbers(), (QList<int>{26, 25, 25}));
+    const SettingsRecord r = fileRecord();
+    QCOMPARE(r.passwordLength, quint16(16));
+    QVERIFY(r.password != stored.password);
+    // Accepted when set, but the 14th and 16th characters differ: no later check passes.
+    QVERIFY(!checkPassword(r, QStringLiteral("abcdefghijklmnop")));
+}
+
+void TestSettingsDialogs::programSettingsOriginalAndLoanLength()
+{
+    storeSecured(false, true, QStringLiteral("heslo"));
+    AppState::instance().settings.loanLength = SettingsRecord::NoLimit;
+    CDlgProgramSettings dialog;
+    dialog.show();
+    SettingsChoices *c = dialog.choices();
+    QVERIFY(c->noLimitButton()->isChecked());
+    QVERIFY(!c->daysEdit()->isEnabled());
+    QVERIFY(c->daysEdit()->text().isEmpty());
+    c->limitButton()->click();
+    QVERIFY(c->daysEdit()->isEnabled());
+    QTRY_VERIFY(c->daysEdit()->hasFocus());
+
+    c->loanProtocol()->button(2)->click();
+    c->lockAllowed()->click();
+    dialog.currentEdit()->setText(QStringLiteral("heslo"));
+    dialog.changeButton()->setEnabled(true);
+    dialog.originalButton()->click();
+    QVERIFY(c->noLimitButton()->isChecked());
+    QVERIFY(c->lockAllowed()->isChecked());
+    QVERIFY(c->loanProtocol()->button(0)->isChecked());
+    QVERIFY(dialog.currentEdit()->text().isEmpty());
+    QVERIFY(!dialog.currentEdit()->isEnabled());
+    QVERIFY(!dialog.changeMode());
+    QVERIFY(dialog.isVisible());
+}
+
+void TestSettingsDialogs::programSettingsSaveFailure()
+{
+    MessageRecorder rec;
+    const SettingsRecord stored = storeSecured(false, false, QString());
+    // A directory where the file should be: the record cannot be written.
+    AppState::instance().iniPath = m_dir.filePath(QStringLiteral("blocked"));
+    QDir(m_dir.path()).mkpath(QStringLiteral("blocked"));
+    CDlgProgramSettings dialog;
+    QSignalSpy saved(&dialog, &CDlgProgramSettings::settingsSaved);
+    dialog.choices()->loanProtocol()->button(2)->click();
+    QCOMPARE(dialog.applyOk(), 27);
+    QCOMPARE(rec.numbers(), QList<int>{27});
+    QCOMPARE(dialog.result(), int(QDialog::Rejected));
+    QCOMPARE(saved.count(), 0);
+    QCOMPARE(AppState::instance().settings.loanProtocol, stored.loanProtocol);
+}
+
+QTEST_MAIN(TestSettingsDialogs)
+#include "test_settingsdialogs.moc"

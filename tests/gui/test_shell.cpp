@@ -1,0 +1,784 @@
+#include "app/aboutdialog.h"
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/helpwindow.h"
+#include "app/identitydialog.h"
+#include "app/mainframe.h"
+#include "app/rvedit.h"
+#include "app/settingsdialogs.h"
+#include "app/shellcommands.h"
+#include "app/startup.h"
+#include "circulation/entrypage.h"
+#include "circulation/viewzadavani.h"
+#include "data/database.h"
+#include "support/testsupport.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPointer>
+#include <QProcess>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTextBrowser>
+#include <QTextEdit>
+#include <QToolBar>
+#include <QtTest>
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+
+namespace {
+
+// Acts on the modal dialogs of a start-up one after the other: each step gets the next dialog
+// that opens.
+class ModalSteps final : public QObject
+{
+public:
+    using Step = std::function<void(QWidget *)>;
+    explicit ModalSteps(QList<Step> steps) : m_steps(std::move(steps))
+    {
+        m_timer.setInterval(10);
+        connect(&m_timer, &QTimer::timeout, this, &ModalSteps::poll);
+        m_timer.start();
+    }
+    bool done() const { return m_steps.isEmpty(); }
+
+private:
+    void poll()
+    {
+        QWidget *w = QApplication::activeModalWidget();
+        if (!w || w == m_last || m_steps.isEmpty())
+            return;
+        m_last = w;
+        const Step step = m_steps.takeFirst();
+        step(w);
+    }
+    QList<Step> m_steps;
+    QPointer<QWidget> m_last;
+    QTimer m_timer;
+};
+
+void writeRecord(const QString &dir, const SettingsRecord &r)
+{
+    QVERIFY(r.write(QDir(dir).filePath(QStringLiteral("Folivo.ini"))));
+}
+
+SettingsRecord plainRecord()
+{
+    SettingsRecord r;
+    r.userName = QStringLiteral("Knihovna Horní Lhota");
+    encodePassword(r, QString());
+    return r;
+}
+
+// The second copy of the program, run by the test as a child process: it reports every message
+// on its standard output and exits with the start-up's exit code.
+int runSecondCopy(const QString &dataDir)
+{
+    setMessageBoxHandler([](const QString &, const QString &, MessageKind, int) {
+        std::printf("message %d\n", catalogueNumberBeingShown());
+        std::fflush(stdout);
+        return int(ResultOk);
+    });
+    StartupOptions options;
+    options.dataDir = dataDir;
+    options.floppyDir = dataDir;
+    int exitCode = 0;
+    std::unique_ptr<CMainFrame> frame(startProgram(options, &exitCode));
+    std::printf(frame ? "started\n" : "ended\n");
+    return frame ? 0 : exitCode;
+}
+
+} // namespace
+
+class TestShell : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void firstRunOnDamagedSettings();
+    void firstRunCancelledOrUnwritable();
+    void identityCheckAtStartup();
+    void missingDatabaseAndSecondCopy();
+    void frameMenusAndToolBar();
+    void lockCommand();
+    void editCommands();
+    void entryViewRouting();
+    void typedEdit();
+    void sheetPlacement();
+    void reportViewWindowState();
+    void aboutBoxAndHelp();
+    void frameDialogs();
+
+private:
+    // Starts the program on lib's data directory (its database closed first).
+    CMainFrame *start(TestLibrary &lib, int *exitCode = nullptr);
+    CViewZadavani *entryView() const
+    {
+        return qobject_cast<CViewZadavani *>(m_frame->view(ViewSwitchRequest::EntryView));
+    }
+
+    std::unique_ptr<CMainFrame> m_frame;
+};
+
+void TestShell::init()
+{
+    AppState::instance().settings = SettingsRecord{};
+    AppState::instance().history.clear();
+}
+
+void TestShell::cleanup()
+{
+    m_frame.reset();
+    Database::close();
+}
+
+CMainFrame *TestShell::start(TestLibrary &lib, int *exitCode)
+{
+    Database::close();
+    StartupOptions options;
+    options.dataDir = lib.dir();
+    options.floppyDir = lib.dir();
+    int code = -1;
+    m_frame.reset(startProgram(options, &code));
+    if (exitCode)
+        *exitCode = code;
+    return m_frame.get();
+}
+
+void TestShell::firstRunOnDamagedSettings()
+{
+    const QByteArray good = plainRecord().toBytes();
+    QByteArray wrongHead = good;
+    wrongHead[0] = char(0xFE); // FE FF 00 00: 0xFFFE
+    for (const QByteArray &damaged : {good.left(163), wrongHead}) {
+        TestLibrary lib;
+        QVERIFY(lib.isValid());
+        MessageRecorder rec;
+        const QString ini = QDir(lib.dir()).filePath(QStringLiteral("Folivo.ini"));
+        QFile f(ini);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(damaged);
+        f.close();
+
+        QStringList titles;
+        ModalSteps steps({[&](QWidget *w) {
+                              titles << w->windowTitle();
+                              auto *install = qobject_cast<CDlgInstall *>(w);
+                              QVERIFY(install);
+                              install->accept(); // no name yet
+                              QCOMPARE(rec.numbers(), QList<int>{20});
+                              QVERIFY(install->isVisible());
+                              install->nameEdit()->setText(QStringLiteral("  Knihovna Dolní Lhota "));
+                              install->accept();
+                          },
+                          [&](QWidget *w) {
+                              titles << w->windowTitle();
+                              auto *basic = qobject_cast<CDlgBasicSettings *>(w);
+                              QVERIFY(basic);
+                              basic->choices()->passwordAtStart()->click();
+                              basic->passwordEdit()->setText(QStringLiteral("tajne"));
+                              basic->copyEdit()->setText(QStringLiteral("tajne"));
+                              basic->choices()->loanProtocol()->button(2)->click();
+                              basic->accept();
+                          }});
+        CMainFrame *frame = start(lib);
+        QVERIFY(steps.done());
+        QVERIFY(frame);
+        QCOMPARE(titles, (QStringList{QStringLiteral("Dokončení instalace"),
+                                      QStringLiteral("Základní nastavení programu")}));
+        QCOMPARE(rec.numbers(), QList<int>{20});
+        QCOMPARE(QFileInfo(ini).size(), qint64(SettingsRecord::Size));
+        const auto written = SettingsRecord::read(ini);
+        QVERIFY(written);
+        QCOMPARE(written->userName, QStringLiteral("Knihovna Dolní Lhota"));
+        QCOMPARE(written->passwordAtStart, quint32(1));
+        QCOMPARE(written->loanProtocol, quint16(2));
+        QVERIFY(checkPassword(*written, QStringLiteral("tajne")));
+        QCOMPARE(AppState::instance().settings.toBytes(), written->toBytes());
+        QVERIFY(Database::isOpen());
+        QCOMPARE(frame->windowTitle(), QStringLiteral("Folivo 2.0"));
+        QCOMPARE(frame->size(), QSize(710, 590));
+        QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::EntryView));
+        cleanup();
+    }
+}
+
+void TestShell::firstRunCancelledOrUnwritable()
+{
+    TestLibrary lib;
+    const QString ini = QDir(lib.dir()).filePath(QStringLiteral("Folivo.ini"));
+    {
+        // Cancel in the name dialog: nothing is written, the program ends.
+        MessageRecorder rec;
+        ModalSteps steps({[](QWidget *w) { qobject_cast<QDialog *>(w)->reject(); }});
+        int code = 0;
+        QVERIFY(!start(lib, &code));
+        QVERIFY(code != 0);
+        QVERIFY(!QFile::exists(ini));
+        QVERIFY(!Database::isOpen());
+        QVERIFY(rec.shown().isEmpty());
+    }
+    {
+        // Cancel in the settings dialog: no valid record is left behind.
+        ModalSteps steps({[](QWidget *w) {
+                              qobject_cast<CDlgInstall *>(w)->nameEdit()->setText(QStringLiteral("Jana"));
+                              qobject_cast<QDialog *>(w)->accept();
+                          },
+                          [](QWidget *w) { qobject_cast<QDialog *>(w)->reject(); }});
+        QVERIFY(!start(lib));
+        QVERIFY(steps.done());
+        QVERIFY(!SettingsRecord::read(ini));
+        QVERIFY(!Database::isOpen());
+    }
+    {
+        // The settings file cannot be created: message 19, and the program ends.
+        QFile::remove(ini);
+        QVERIFY(QDir(lib.dir()).mkdir(QStringLiteral("Folivo.ini")));
+        MessageRecorder rec;
+        ModalSteps steps({[](QWidget *w) {
+            qobject_cast<CDlgInstall *>(w)->nameEdit()->setText(QStringLiteral("Jana"));
+            qobject_cast<QDialog *>(w)->accept();
+        }});
+        QVERIFY(!start(lib));
+        QCOMPARE(rec.numbers(), QList<int>{19});
+        QVERIFY(!Database::isOpen());
+    }
+}
+
+void TestShell::identityCheckAtStartup()
+{
+    TestLibrary lib;
+    SettingsRecord r = plainRecord();
+    r.passwordAtStart = 1;
+    encodePassword(r, QStringLiteral("Šárka"));
+    writeRecord(lib.dir(), r);
+    {
+        MessageRecorder rec;
+        ModalSteps steps({[&](QWidget *w) {
+            auto *check = qobject_cast<CDlgIdentity *>(w);
+            QVERIFY(check);
+            QCOMPARE(check->form(), CDlgIdentity::AtStart);
+            check->passwordEdit()->setText(QStringLiteral("šárka"));
+            check->accept();
+            QCOMPARE(rec.numbers(), QList<int>{28});
+            QVERIFY(check->isVisible());
+            check->passwordEdit()->setText(QStringLiteral("Šárka"));
+            check->accept();
+        }});
+        QVERIFY(start(lib));
+        QVERIFY(steps.done());
+        QVERIFY(Database::isOpen());
+    }
+    cleanup();
+    {
+        // "  Storno" ends the program before the database is opened.
+        ModalSteps steps({[](QWidget *w) { qobject_cast<CDlgIdentity *>(w)->endButton()->click(); }});
+        int code = 0;
+        QVERIFY(!start(lib, &code));
+        QVERIFY(code != 0);
+        QVERIFY(!Database::isOpen());
+    }
+    {
+        // Without the start-up option no dialog is shown.
+        r.passwordAtStart = 0;
+        r.lockAllowed = 1;
+        writeRecord(lib.dir(), r);
+        QVERIFY(start(lib));
+        QVERIFY(QApplication::activeModalWidget() == nullptr);
+    }
+}
+
+void TestShell::missingDatabaseAndSecondCopy()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    {
+        QTemporaryDir empty;
+        writeRecord(empty.path(), plainRecord());
+        MessageRecorder rec;
+        StartupOptions options;
+        options.dataDir = empty.path();
+        int code = 0;
+        QVERIFY(!startProgram(options, &code));
+        QCOMPARE(rec.numbers(), QList<int>{2});
+        QCOMPARE(rec.lastText(), QStringLiteral("Nastala fatální chyba, nelze pokračovat."));
+        QVERIFY(code != 0);
+    }
+
+    QVERIFY(start(lib));
+    QProcess second;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("FOLIVO_SECOND_COPY_DIR"), lib.dir());
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    second.setProcessEnvironment(env);
+    second.start(QCoreApplication::applicationFilePath(), {});
+    QVERIFY(second.waitForFinished(30000));
+    const QString out = QString::fromUtf8(second.readAllStandardOutput());
+    QCOMPARE(out, QStringLiteral("message 2\nended\n"));
+    QVERIFY(second.exitCode() != 0);
+
+    // Once the first copy has ended, a new one starts.
+    cleanup();
+    second.start(QCoreApplication::applicationFilePath(), {});
+    QVERIFY(second.waitForFinished(30000));
+    QCOMPARE(QString::fromUtf8(second.readAllStandardOutput()), QStringLiteral("started\n"));
+    QCOMPARE(second.exitCode(), 0);
+}
+
+void TestShell::frameMenusAndToolBar()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    QVERIFY(frame);
+    QStringList menus;
+    for (QAction *a : frame->menuBar()->actions())
+        menus << a->text();
+    QCOMPARE(menus, (QStringList{QStringLiteral("&Soubor"), QStringLiteral("Úpr&avy"),
+                                 QStringLiteral("&Zobrazení"), QStringLiteral("Čís&elníky"),
+                                 QStringLiteral("Na&vigace"), QStringLiteral("&Nápověda")}));
+    QCOMPARE(frame->action(Cmd::Lock)->text(), QStringLiteral("&Uzamčení"));
+    QCOMPARE(frame->action(Cmd::EditHistory)->text(), QStringLiteral("Vložit &Historii\tCtrl + '  '"));
+    QCOMPARE(frame->action(Cmd::EditHistory)->statusTip(),
+             QStringLiteral("Vloží historii pro dané editační pole"));
+    QCOMPARE(frame->action(Cmd::EditDelete)->text(), QStringLiteral("O&dstranit\tCtrl + Del"));
+
+    // A command is only enabled when something answers it; the shell's own are always there.
+    frame->updateCommandStates();
+    for (int c : {Cmd::Lock, Cmd::ProgramSettings, Cmd::About, Cmd::HelpIndex, Cmd::HelpTopics, Cmd::Exit,
+                  Cmd::PrintSetup, Cmd::ViewToolBar, Cmd::ViewStatusBar})
+        QVERIFY2(frame->action(c)->isEnabled(), qPrintable(frame->action(c)->text()));
+    const QList<QAction *> all = frame->findChildren<QAction *>();
+    for (QAction *a : all) {
+        const int c = a->data().toInt();
+        if (c == 0)
+            continue;
+        const bool answered = frame->hasHandler(c) ||
+                              (frame->activeView() && frame->activeView()->commandEnabled(c).value_or(false));
+        QVERIFY2(!a->isEnabled() || answered, qPrintable(a->text()));
+    }
+
+    QToolBar *bar = frame->toolBar();
+    QVERIFY(bar->isMovable());
+    QVERIFY(bar->isFloatable());
+    QCOMPARE(bar->allowedAreas(), Qt::AllToolBarAreas);
+    QCOMPARE(frame->toolBarArea(bar), Qt::TopToolBarArea);
+    int buttons = 0;
+    for (QAction *a : bar->actions()) {
+        if (a->isSeparator())
+            continue;
+        ++buttons;
+        QVERIFY2(!a->icon().isNull(), qPrintable(a->text()));
+        QVERIFY2(!a->statusTip().isEmpty(), qPrintable(a->text()));
+    }
+    QVERIFY(buttons >= 10);
+    QVERIFY(bar->actions().contains(frame->action(Cmd::NavNext)));
+
+    frame->show();
+    QAction *toolBarAction = frame->action(Cmd::ViewToolBar);
+    QVERIFY(toolBarAction->isChecked());
+    toolBarAction->trigger();
+    QVERIFY(bar->isHidden());
+    QVERIFY(!toolBarAction->isChecked());
+    toolBarAction->trigger();
+    QVERIFY(!bar->isHidden());
+    QVERIFY(toolBarAction->isChecked());
+}
+
+void TestShell::lockCommand()
+{
+    TestLibrary lib;
+    SettingsRecord r = plainRecord();
+    writeRecord(lib.dir(), r);
+    CMainFrame *frame = start(lib);
+    QVERIFY(frame);
+    frame->show();
+    QVERIFY(QTest::qWaitForWindowActive(frame));
+
+    {
+        // Lock off: one information box, nothing else.
+        MessageRecorder rec;
+        QPointer<QDialog> opened;
+        ModalSteps steps({[&](QWidget *w) {
+            opened = qobject_cast<QDialog *>(w);
+            opened->reject();
+        }});
+        frame->runCommand(Cmd::Lock);
+        QCOMPARE(rec.shown().size(), 1);
+        QCOMPARE(rec.lastText(), QStringLiteral("Funkce zabezpečení za běhu není aktivována. Pokud ji chcete "
+                                                "využívat,\n zapněte ji v nastavení programu."));
+        QCOMPARE(rec.shown().first().kind, MessageKind::Information);
+        QCOMPARE(rec.shown().first().number, 0);
+        QTest::qWait(50);
+        QVERIFY(!opened);
+        QVERIFY(!steps.done());
+    }
+
+    r.lockAllowed = 1;
+    encodePassword(r, QStringLiteral("zámek"));
+    AppState::instance().settings = r;
+    auto *field = new QLineEdit(entryView()->page(0));
+    field->show();
+    field->setFocus();
+    QTRY_VERIFY(field->hasFocus());
+    {
+        MessageRecorder rec;
+        ModalSteps steps({[&](QWidget *w) {
+            auto *lock = qobject_cast<CDlgIdentity *>(w);
+            QVERIFY(lock);
+            QCOMPARE(lock->form(), CDlgIdentity::Lock);
+            QCOMPARE(lock->windowTitle(), QStringLiteral("Kontrola identity"));
+            QCOMPARE(lock->endButton()->text(), QStringLiteral("  Konec"));
+            QVERIFY(!(lock->windowFlags() & Qt::WindowCloseButtonHint));
+            // Escape and the window manager's close do not open the program.
+            lock->reject();
+            lock->close();
+            QVERIFY(lock->isVisible());
+            lock->accept();
+            QCOMPARE(rec.numbers(), QList<int>{28});
+            rec.answerNext(ResultNo);
+            lock->endButton()->click();
+            QVERIFY(lock->isVisible());
+            QCOMPARE(rec.lastText(), QStringLiteral("          Chcete skutečně ukončit program?          "));
+            QCOMPARE(rec.shown().last().kind, MessageKind::Question);
+            QCOMPARE(rec.shown().last().buttons, int(ButtonsYesNo));
+            lock->passwordEdit()->setText(QStringLiteral("zámek"));
+            lock->accept();
+        }});
+        frame->runCommand(Cmd::Lock);
+        QVERIFY(steps.done());
+        QVERIFY(frame->isVisible());
+        QCOMPARE(QApplication::focusWidget() ? QApplication::focusWidget() : frame->focusWidget(), field);
+    }
+    {
+        // "  Konec" with Yes ends the program.
+        MessageRecorder rec;
+        rec.answerNext(ResultYes);
+        ModalSteps steps({[](QWidget *w) { qobject_cast<CDlgIdentity *>(w)->endButton()->click(); }});
+        QVERIFY(!runLock(frame));
+        QVERIFY(steps.done());
+    }
+}
+
+void TestShell::editCommands()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    frame->show();
+    QVERIFY(QTest::qWaitForWindowActive(frame));
+    auto *edit = new CRvEdit(entryView()->page(0));
+    edit->show();
+    edit->setFocus();
+    QTRY_VERIFY(edit->hasFocus());
+    const auto enabled = [frame](int command) {
+        frame->updateCommandStates();
+        return frame->action(command)->isEnabled();
+    };
+    QGuiApplication::clipboard()->clear();
+
+    QVERIFY(!enabled(Cmd::EditSelectAll));
+    QVERIFY(!enabled(Cmd::EditUndo));
+    QVERIFY(!enabled(Cmd::EditPaste));
+    QTest::keyClick(edit, Qt::Key_K);
+    QVERIFY(enabled(Cmd::EditSelectAll));
+    QVERIFY(enabled(Cmd::EditUndo));
+    QVERIFY(!enabled(Cmd::EditCopy));
+    QTest::keyClicks(edit, QStringLiteral("niha"));
+    frame->runCommand(Cmd::EditSelectAll);
+    QCOMPARE(edit->selectedText(), QStringLiteral("Kniha").toLower());
+    QVERIFY(enabled(Cmd::EditCopy));
+    QVERIFY(enabled(Cmd::EditCut));
+    QVERIFY(enabled(Cmd::EditDelete));
+    frame->runCommand(Cmd::EditCopy);
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("kniha"));
+    frame->runCommand(Cmd::EditDelete);
+    QVERIFY(edit->text().isEmpty());
+    QVERIFY(!enabled(Cmd::EditSelectAll));
+    QVERIFY(enabled(Cmd::EditPaste));
+    frame->runCommand(Cmd::EditPaste);
+    frame->runCommand(Cmd::EditPaste);
+    QCOMPARE(edit->text(), QStringLiteral("knihakniha"));
+    frame->runCommand(Cmd::EditUndo);
+    QCOMPARE(edit->text(), QStringLiteral("kniha"));
+    edit->setSelection(0, 2);
+    frame->runCommand(Cmd::EditCut);
+    QCOMPARE(edit->text(), QStringLiteral("iha"));
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("kn"));
+
+    // A disabled field offers nothing.
+    edit->setSelection(0, 1);
+    edit->setEnabled(false);
+    for (int c :
+         {Cmd::EditUndo, Cmd::EditCut, Cmd::EditCopy, Cmd::EditPaste, Cmd::EditDelete, Cmd::EditSelectAll})
+        QVERIFY(!enabled(c));
+
+    // A multi-line field takes the same commands.
+    auto *text = new QTextEdit(entryView()->page(0));
+    text->show();
+    text->setFocus();
+    QTRY_VERIFY(text->hasFocus());
+    QVERIFY(!enabled(Cmd::EditSelectAll));
+    QTest::keyClicks(text, QStringLiteral("poznamka"));
+    QVERIFY(enabled(Cmd::EditSelectAll));
+    frame->runCommand(Cmd::EditSelectAll);
+    QCOMPARE(text->textCursor().selectedText(), QStringLiteral("poznamka"));
+    frame->runCommand(Cmd::EditDelete);
+    QVERIFY(text->toPlainText().isEmpty());
+
+    // Focus outside an edit field: nothing is enabled.
+    frame->toolBar()->setFocus();
+    auto *button = new QPushButton(QStringLiteral("x"), entryView()->page(0));
+    button->show();
+    button->setFocus();
+    QTRY_VERIFY(button->hasFocus());
+    QVERIFY(!enabled(Cmd::EditPaste));
+}
+
+void TestShell::entryViewRouting()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    frame->show();
+    QVERIFY(QTest::qWaitForWindowActive(frame));
+    CViewZadavani *view = entryView();
+    QVERIFY(view);
+    QStringList tabs;
+    for (int i = 0; i < view->sheet()->count(); ++i)
+        tabs << view->sheet()->tabText(i);
+    QCOMPARE(tabs, (QStringList{QStringLiteral("Výpůjčky"), QStringLiteral("Vrácení"),
+                                QStringLiteral("Nové knihy"), QStringLiteral("Vyřazení"),
+                                QStringLiteral("Opravy"), QStringLiteral("Prohlížení")}));
+    QCOMPARE(view->activeIndex(), 0);
+
+    const QList<int> navigation = {Cmd::NavFirst,    Cmd::NavLast,     Cmd::NavPageForward,
+                                   Cmd::NavPageBack, Cmd::NavPrevious, Cmd::NavNext};
+    for (int page = 0; page < 5; ++page) {
+        view->setActivePage(page);
+        frame->updateCommandStates();
+        for (int c : navigation)
+            QVERIFY(!frame->action(c)->isEnabled());
+    }
+    // On the browse page the page itself answers.
+    view->setActivePage(CViewZadavani::Prohlizeni);
+    frame->updateCommandStates();
+    for (int c : navigation)
+        QCOMPARE(frame->action(c)->isEnabled(), view->page(CViewZadavani::Prohlizeni)->canNavigate(c));
+
+    // "Vložit Historii" does nothing on the loans page, even with a remembered text.
+    view->setActivePage(CViewZadavani::Vypujcky);
+    AppState::instance().history.remember(QStringLiteral("Babička"), 9);
+    auto *edit = new CRvEdit(view->page(CViewZadavani::Vypujcky));
+    edit->show();
+    edit->setFocus();
+    QTRY_VERIFY(edit->hasFocus());
+    frame->updateCommandStates();
+    QVERIFY(!frame->action(Cmd::EditHistory)->isEnabled());
+    view->runCommand(Cmd::EditHistory);
+    QVERIFY(edit->text().isEmpty());
+
+    // The settings-changed notice reaches the loans page only while it is active.
+    QCOMPARE(view->activeIndex(), 0);
+    view->setActivePage(CViewZadavani::Vraceni);
+    view->settingsChanged(); // must not touch another page
+    QCOMPARE(view->activeIndex(), int(CViewZadavani::Vraceni));
+}
+
+void TestShell::typedEdit()
+{
+    // The parsing itself is the core's; the control reads its own text by its type and signals
+    // Enter and Ctrl+Space to its page.
+    CRvEdit edit;
+    edit.SetResType(CRvEdit::Date);
+    QDate date;
+    edit.setText(QStringLiteral(" 7. 3.2005"));
+    QVERIFY(edit.GetAsOleDate(date));
+    QCOMPARE(date, QDate(2005, 3, 7));
+    edit.setText(QStringLiteral("31.2.2005"));
+    QVERIFY(!edit.GetAsOleDate(date));
+    QCOMPARE(date, QDate(2005, 3, 7));
+
+    edit.SetResType(CRvEdit::DecimalNumber);
+    float price = 0;
+    edit.setText(QStringLiteral("12,5"));
+    QVERIFY(edit.GetAsFloat(price));
+    QCOMPARE(price, 12.5f);
+    edit.SetResType(CRvEdit::WholeNumber);
+    qint32 whole = 0;
+    QVERIFY(!edit.GetAsLong(whole));
+    edit.setText(QStringLiteral(" 42 "));
+    QVERIFY(edit.GetAsLong(whole));
+    QCOMPARE(whole, 42);
+
+    QSignalSpy enter(&edit, &CRvEdit::enterPressed);
+    QSignalSpy history(&edit, &CRvEdit::historyRequested);
+    QTest::keyClick(&edit, Qt::Key_Return);
+    QTest::keyClick(&edit, Qt::Key_Enter);
+    QTest::keyClick(&edit, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(enter.count(), 2);
+    QCOMPARE(history.count(), 1);
+    QCOMPARE(edit.text(), QStringLiteral(" 42 "));
+}
+
+void TestShell::sheetPlacement()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    frame->show();
+    CViewZadavani *view = entryView();
+    auto *scroll = view->findChild<QScrollArea *>();
+    QVERIFY(scroll);
+    QWidget *sheet = view->sheet();
+    QVERIFY(QTest::qWaitForWindowExposed(frame));
+    QCoreApplication::processEvents();
+    QCOMPARE(sheet->x(), (scroll->viewport()->width() - sheet->width()) / 2);
+
+    frame->resize(1400, 1000);
+    QTRY_VERIFY(scroll->viewport()->width() > sheet->width() + 8);
+    QTRY_COMPARE(sheet->x(), (scroll->viewport()->width() - sheet->width()) / 2);
+    QCOMPARE(sheet->y(), (scroll->viewport()->height() - sheet->height()) / 2);
+    QVERIFY(!scroll->horizontalScrollBar()->isVisible());
+
+    // Narrower than the sheet: 4 pixels from the left edge, with a horizontal scroll bar.
+    frame->resize(qMax(120, sheet->width() / 2), 1000);
+    QTRY_COMPARE(sheet->mapTo(scroll->viewport(), QPoint(0, 0)).x(), 4);
+    QTRY_VERIFY(scroll->horizontalScrollBar()->isVisible());
+    QCOMPARE(scroll->horizontalScrollBar()->maximum(), sheet->width() + 8 - scroll->viewport()->width());
+}
+
+void TestShell::reportViewWindowState()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    frame->show();
+    ViewSwitchRequest report;
+    report.target = ViewSwitchRequest::ReportView;
+    report.title = QStringLiteral("Knihy v knihovně");
+
+    AppState::instance().settings.reportSize = SettingsRecord::ReportMaximised;
+    QVERIFY(!frame->isMaximized());
+    QVERIFY(frame->switchView(report));
+    QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::ReportView));
+    QVERIFY(frame->isMaximized());
+    QVERIFY(frame->switchView(ViewSwitchRequest{}));
+    QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::EntryView));
+    QVERIFY(!frame->isMaximized());
+
+    // Normal size: the report keeps the frame as it is, maximised or not.
+    AppState::instance().settings.reportSize = SettingsRecord::ReportNormal;
+    QVERIFY(frame->switchView(report));
+    QVERIFY(!frame->isMaximized());
+    frame->switchView(ViewSwitchRequest{});
+    frame->showMaximized();
+    QVERIFY(frame->switchView(report));
+    QVERIFY(frame->isMaximized());
+    frame->switchView(ViewSwitchRequest{});
+    QVERIFY(frame->isMaximized());
+    QCOMPARE(frame->view(ViewSwitchRequest::EntryView), frame->activeView());
+}
+
+void TestShell::aboutBoxAndHelp()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    frame->show();
+    QVERIFY(QTest::qWaitForWindowActive(frame));
+    {
+        CDlgAbout about(frame);
+        QCOMPARE(about.nameField()->text(), QStringLiteral("Knihovna Horní Lhota"));
+        QVERIFY(about.nameField()->isReadOnly());
+        QVERIFY(!about.hasPicture());
+    }
+    {
+        // The picture is read by its content, whatever the file's name says.
+        QImage image(40, 30, QImage::Format_RGB32);
+        image.fill(Qt::darkGreen);
+        QVERIFY(image.save(QStringLiteral("rvmsgbit.dat"), "PNG"));
+        CDlgAbout about(frame);
+        QVERIFY(about.hasPicture());
+    }
+
+    frame->runCommand(Cmd::HelpIndex);
+    CHelpWindow *help = CHelpWindow::instance(frame);
+    QTRY_VERIFY(help->isVisible());
+    QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/topic1.html"));
+    QVERIFY(help->browser()->toPlainText().contains(QStringLiteral("Folivo")));
+    frame->runCommand(Cmd::HelpTopics);
+    QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/index.html"));
+    for (int topic : {1, 2, 3, 5, 7})
+        QVERIFY(CHelpWindow::topicUrl(topic).endsWith(QStringLiteral("topic%1.html").arg(topic)));
+
+    // F1: the shown view's topic in the frame, the menus' topic on a menu.
+    QTest::keyClick(entryView()->sheet(), Qt::Key_F1);
+    QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/topic2.html"));
+    QMenu *menu = frame->menuBar()->actions().first()->menu();
+    menu->popup(frame->mapToGlobal(QPoint(10, 10)));
+    QTRY_VERIFY(menu->isVisible());
+    QTest::keyClick(menu, Qt::Key_F1);
+    QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/topic7.html"));
+    QTRY_VERIFY(!menu->isVisible());
+}
+
+void TestShell::frameDialogs()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    frame->show();
+    QStringList titles;
+    ModalSteps steps({[&](QWidget *w) {
+                          titles << w->windowTitle();
+                          qobject_cast<QDialog *>(w)->accept();
+                      },
+                      [&](QWidget *w) {
+                          titles << w->windowTitle();
+                          auto *settings = qobject_cast<CDlgProgramSettings *>(w);
+                          QVERIFY(settings);
+                          QCOMPARE(settings->parentWidget(), frame);
+                          settings->choices()->returnProtocol()->button(0)->click();
+                          settings->accept();
+                      },
+                      [&](QWidget *w) {
+                          titles << w->windowTitle();
+                          qobject_cast<QDialog *>(w)->reject();
+                      }});
+    frame->runCommand(Cmd::About);
+    frame->runCommand(Cmd::ProgramSettings);
+    QCOMPARE(SettingsRecord::read(QStringLiteral("Folivo.ini"))->returnProtocol, quint16(0));
+    QCOMPARE(AppState::instance().settings.returnProtocol, quint16(0));
+    frame->runCommand(Cmd::PrintSetup);
+    QVERIFY(steps.done());
+    QCOMPARE(titles, (QStringList{QStringLiteral("O aplikaci Folivo 2.0"),
+                                  QStringLiteral("Nastavení programu"), QStringLiteral("Nastavení tisku")}));
+
+    // "Konec" closes the frame.
+    frame->runCommand(Cmd::Exit);
+    QVERIFY(!frame->isVisible());
+}
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    if (qEnvironmentVariableIsSet("FOLIVO_SECOND_COPY_DIR"))
+        return runSecondCopy(qEnvironmentVariable("FOLIVO_SECOND_COPY_DIR"));
+    TestShell test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "test_shell.moc"

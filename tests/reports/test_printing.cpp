@@ -1,0 +1,201 @@
+// Protocols and reports printed into PDF files and read back as text.
+#include "reports/printdocs.h"
+#include "reports/protocolcore.h"
+#include "reports/reportcore.h"
+#include "support/testsupport.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace {
+
+// The text of a PDF file (or of one page of it) as pdftotext reads it, in reading order.
+QString pdfText(const QString &path, int page = 0)
+{
+    QStringList args;
+    if (page > 0)
+        args << QStringLiteral("-f") << QString::number(page) << QStringLiteral("-l")
+             << QString::number(page);
+    args << path << QStringLiteral("-");
+    QProcess p;
+    p.start(QStringLiteral("pdftotext"), args);
+    p.waitForFinished(30000);
+    return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+} // namespace
+
+class TestPrinting : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void loanProtocolPdf();
+    void returnProtocolPdf();
+    void longProtocolTakesTwoPages();
+    void reportPdf();
+    void footerTexts();
+};
+
+void TestPrinting::initTestCase()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("pdftotext")).isEmpty())
+        QSKIP("pdftotext (poppler-utils) is not installed");
+}
+
+void TestPrinting::loanProtocolPdf()
+{
+    TestLibrary lib;
+    const qint32 client =
+        lib.addClient(QStringLiteral("K017"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    QList<qint32> books;
+    const QStringList titles{QStringLiteral("Kytice"), QStringLiteral("Máj"), QStringLiteral("Babička")};
+    for (int i = 0; i < titles.size(); ++i) {
+        TestLibrary::BookSpec b(QStringLiteral("KN%1").arg(i + 1));
+        b.title = titles.at(i);
+        b.author = QStringLiteral("Autor Číslo%1").arg(i + 1);
+        books << lib.addBook(b);
+    }
+    const qint32 loan = lib.lend(books, client, 20260305, 20260405);
+    LoanProtocol protocol;
+    QCOMPARE(prepareLoanProtocol(loan, &protocol), 0);
+    QTemporaryDir dir;
+    const QString pdf = dir.filePath(QStringLiteral("loan.pdf"));
+    int pages = 0;
+    QVERIFY(writePdf(loanProtocolDocument(protocol, today()), pdf, &pages));
+    QCOMPARE(pages, 1);
+    const QString text = pdfText(pdf);
+    QVERIFY2(text.contains(QStringLiteral("Protokol o výpůjčce")), qPrintable(text));
+    QVERIFY(text.contains(QStringLiteral("Číslo výpůjčky:")));
+    QVERIFY(text.contains(QStringLiteral("Klient:")));
+    QVERIFY(text.contains(QStringLiteral("K017  (Novák Jan)")) ||
+            text.contains(QStringLiteral("K017 (Novák Jan)")));
+    QVERIFY(text.contains(QStringLiteral("Provedeno dne:")));
+    QVERIFY(text.contains(QStringLiteral(" 5. 3.2026")) || text.contains(QStringLiteral("5. 3.2026")));
+    QVERIFY(text.contains(QStringLiteral("Počet knih:")));
+    for (const QString &h : {QStringLiteral("Kód"), QStringLiteral("Název"), QStringLiteral("Autor"),
+                             QStringLiteral("Vrátit do")})
+        QVERIFY2(text.contains(h), qPrintable(h));
+    for (int i = 0; i < titles.size(); ++i) {
+        QVERIFY(text.contains(QStringLiteral("KN%1").arg(i + 1)));
+        QVERIFY(text.contains(titles.at(i)));
+        QVERIFY(text.contains(QStringLiteral("Autor Číslo%1").arg(i + 1)));
+    }
+    QVERIFY(text.contains(QStringLiteral("Podpis klienta:")));
+    // FOLIVO_TODAY is 15 March 2026 in the tests.
+    QVERIFY2(text.contains(QStringLiteral("Zpracováno programem FOLIVO 2.0 dne 15.03.2026")),
+             qPrintable(text));
+    QVERIFY(text.contains(QStringLiteral("strana 1 / 1")));
+}
+
+void TestPrinting::returnProtocolPdf()
+{
+    TestLibrary lib;
+    const qint32 jan = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 eva = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    const qint32 b1 = lib.addBook(QStringLiteral("001"));
+    const qint32 b2 = lib.addBook(QStringLiteral("002"));
+    lib.lend({b1}, jan, 20050101, 20050228);
+    lib.lend({b2}, eva, 20050110);
+    const qint32 ret = lib.giveBack({b1, b2}, 20050302);
+    ReturnProtocol protocol;
+    QCOMPARE(prepareReturnProtocol(ret, &protocol), 0);
+    QTemporaryDir dir;
+    const QString pdf = dir.filePath(QStringLiteral("return.pdf"));
+    QVERIFY(writePdf(returnProtocolDocument(protocol, today()), pdf));
+    const QString text = pdfText(pdf);
+    QVERIFY2(text.contains(QStringLiteral("Protokol o vrácení knih")), qPrintable(text));
+    QVERIFY(text.contains(QStringLiteral("Číslo vrácení:")));
+    QVERIFY(text.contains(QStringLiteral("Datum vrácení:")));
+    QVERIFY(text.contains(QStringLiteral("Počet knih:")));
+    QVERIFY(text.contains(QStringLiteral("Novák Jan")));
+    QVERIFY(text.contains(QStringLiteral("Malá Eva")));
+    QVERIFY(text.contains(QStringLiteral("K1")));
+    QVERIFY(text.contains(QStringLiteral("K2")));
+    QVERIFY(text.contains(QStringLiteral("74")));
+    QVERIFY(!text.contains(QStringLiteral("Podpis klienta")));
+    QVERIFY(text.contains(QStringLiteral("strana 1 / 1")));
+}
+
+void TestPrinting::longProtocolTakesTwoPages()
+{
+    TestLibrary lib;
+    const qint32 client = lib.addClient(QStringLiteral("K1"));
+    QList<qint32> books;
+    for (int i = 1; i <= 60; ++i)
+        books << lib.addBook(QStringLiteral("B%1").arg(i, 3, 10, QLatin1Char('0')));
+    const qint32 loan = lib.lend(books, client, 20260301, 20260401);
+    LoanProtocol protocol;
+    QCOMPARE(prepareLoanProtocol(loan, &protocol), 0);
+    QTemporaryDir dir;
+    const QString pdf = dir.filePath(QStringLiteral("long.pdf"));
+    int pages = 0;
+    QVERIFY(writePdf(loanProtocolDocument(protocol, today()), pdf, &pages));
+    QCOMPARE(pages, 2);
+    const QString first = pdfText(pdf, 1);
+    const QString second = pdfText(pdf, 2);
+    QVERIFY(first.contains(QStringLiteral("strana 1 / 2")));
+    QVERIFY2(second.contains(QStringLiteral("strana 2 / 2")), qPrintable(second));
+    QVERIFY(second.contains(QStringLiteral("Zpracováno programem FOLIVO 2.0 dne 15.03.2026")));
+    // The column headers repeat, the title and the header lines do not; every book is printed once.
+    QVERIFY(second.contains(QStringLiteral("Vrátit do")));
+    QVERIFY(!second.contains(QStringLiteral("Protokol o výpůjčce")));
+    QVERIFY(second.contains(QStringLiteral("Podpis klienta:")));
+    QVERIFY(!first.contains(QStringLiteral("Podpis klienta:")));
+    for (int i = 1; i <= 60; ++i) {
+        const QString code = QStringLiteral("B%1").arg(i, 3, 10, QLatin1Char('0'));
+        QCOMPARE(int(first.contains(code)) + int(second.contains(code)), 1);
+    }
+}
+
+void TestPrinting::reportPdf()
+{
+    QList<ReportRow> rows;
+    for (int i = 1; i <= 120; ++i)
+        rows.append({QStringLiteral("R%1").arg(i, 4, 10, QLatin1Char('0')),
+                     QStringLiteral("Název knihy %1").arg(i), QStringLiteral("Poezie"),
+                     QStringLiteral("Autor"), float(i), i});
+    QTemporaryDir dir;
+    const QString pdf = dir.filePath(QStringLiteral("report.pdf"));
+    int pages = 0;
+    const QString summary = reportSummary(120, 7260);
+    QVERIFY(writePdf(reportDocument(QStringLiteral("Knihy vyřazené"), rows, summary, today()), pdf, &pages));
+    QVERIFY(pages >= 2);
+    const QString first = pdfText(pdf, 1);
+    const QString last = pdfText(pdf, pages);
+    QVERIFY(first.contains(QStringLiteral("Knihy vyřazené")));
+    QVERIFY(!last.contains(QStringLiteral("Knihy vyřazené")));
+    for (const QString &page : {first, last}) {
+        for (const QString &h : {QStringLiteral("Kód"), QStringLiteral("Název"), QStringLiteral("Autor"),
+                                 QStringLiteral("Kategorie"), QStringLiteral("Cena")})
+            QVERIFY2(page.contains(h), qPrintable(h));
+    }
+    QVERIFY(last.contains(QStringLiteral("Nalezeno 120 knih v celkové hodnotě 7260.00 Kč")));
+    QVERIFY(!first.contains(QStringLiteral("Nalezeno")));
+    QVERIFY(last.contains(QStringLiteral("strana %1 / %1").arg(pages)));
+    QVERIFY(last.contains(QStringLiteral("R0120")));
+    QVERIFY(last.contains(QStringLiteral("120.00")));
+
+    // An empty report still prints its title, headers and the empty-result line.
+    QVERIFY(writePdf(
+        reportDocument(QStringLiteral("Knihy vyřazené"), {}, QString::fromUtf8(ReportEmptyText), today()),
+        pdf, &pages));
+    QCOMPARE(pages, 1);
+    QVERIFY(pdfText(pdf).contains(QStringLiteral("Nebyla nalezena žádná odpovídající kniha")));
+    // A file that cannot be created.
+    QVERIFY(!writePdf(reportDocument(QString(), {}, QString(), today()),
+                      dir.filePath(QStringLiteral("no/such/folder/x.pdf"))));
+}
+
+void TestPrinting::footerTexts()
+{
+    QCOMPARE(printFooterText(QDate(2005, 3, 7)),
+             QStringLiteral("Zpracováno programem FOLIVO 2.0 dne 07.03.2005             "));
+    QCOMPARE(printPageCounterText(2, 12), QStringLiteral("strana 2 / 12"));
+}
+
+QTEST_MAIN(TestPrinting)
+#include "test_printing.moc"

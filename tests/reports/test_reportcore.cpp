@@ -1,0 +1,551 @@
+// The report queries and rows, the HTML page and the protocol preparation, without a window.
+#include "data/database.h"
+#include "data/statements.h"
+#include "reports/htmlcore.h"
+#include "reports/protocolcore.h"
+#include "reports/reportcore.h"
+#include "support/testsupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+namespace {
+
+QStringList codes(const ReportResult &r)
+{
+    QStringList out;
+    for (const ReportRow &row : r.rows)
+        out << row.code;
+    return out;
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+TestLibrary::BookSpec book(const QString &code, float price = 100.0f, qint32 category = -1)
+{
+    TestLibrary::BookSpec b(code);
+    b.price = price;
+    b.category = category;
+    return b;
+}
+
+} // namespace
+
+class TestReportCore : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void statementsAndTitles();
+    void reportsOnARealLibrary();
+    void missingCategoryStopsTheReport();
+    void summaryAddsSinglePricesInDouble();
+    void clientLookup();
+    void htmlPage_data();
+    void htmlPage();
+    void htmlOpenFailure();
+    void loanProtocol();
+    void returnProtocol();
+    void protocolChoosers();
+    void commandLine();
+};
+
+void TestReportCore::statementsAndTitles()
+{
+    const ReportQuery present = fixedReport(ReportKind::Present);
+    QCOMPARE(present.sql,
+             QStringLiteral("SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND NOT KNIHY.VYPUJCENO ORDER "
+                            "BY KNIHY.KOD DESC"));
+    QCOMPARE(present.title, QStringLiteral("Knihy právě přítomné v knihovně"));
+    QCOMPARE(fixedReport(ReportKind::Lent).title, QStringLiteral("Knihy právě vypůjčené"));
+    QCOMPARE(fixedReport(ReportKind::PresentAndLent).title,
+             QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
+    QCOMPARE(fixedReport(ReportKind::Discarded).sql,
+             QStringLiteral("SELECT * FROM KNIHY WHERE KNIHY.VYRAZENO ORDER BY KNIHY.KOD DESC"));
+    QVERIFY(fixedReport(ReportKind::Category).sql.isEmpty());
+
+    const ReportQuery overdue = overdueReport(20050307, QStringLiteral(" 7. 3.2005"));
+    QVERIFY(
+        overdue.sql.contains(QStringLiteral("VYPUJCKY.DATUM_MAX < 20050307)  AND (VYPUJCKY.ID_VYPUJCKY")));
+    QCOMPARE(overdue.title, QStringLiteral("Knihy vypůjčené s prodlením počítaným ke dni:  7. 3.2005"));
+    QCOMPARE(overdue.kind, 4);
+
+    const QString label = clientLabel(QStringLiteral("K017"), QStringLiteral("Novák"), QStringLiteral("Jan"));
+    QCOMPARE(label, QStringLiteral("K017  (Novák Jan)"));
+    QCOMPARE(clientLoansReport(12, label).title,
+             QStringLiteral("Aktuální výpůjčky klienta: K017  (Novák Jan)"));
+    QCOMPARE(
+        clientLoansReport(12, label).sql,
+        QStringLiteral("SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND KNIHY.ID_LIDE_KNIHY = 12 ORDER BY "
+                       "KNIHY.KOD DESC"));
+    QCOMPARE(clientHistoryReport(12, label).title,
+             QStringLiteral("Historie výpůjček klienta: K017  (Novák Jan)"));
+    QCOMPARE(clientHistoryReport(12, label).kind, 3);
+    QCOMPARE(categoryReport(4, QStringLiteral("Poezie")).title, QStringLiteral("Knihy v kategorii: Poezie"));
+    QVERIFY(categoryReport(4, QStringLiteral("Poezie"))
+                .sql.contains(QStringLiteral("ID_KATEGORIE_KNIHY = 4 ORDER")));
+
+    // The client's overdue books: the date goes first into the statement, then the client.
+    const ReportQuery clientOverdue = clientOverdueReport(12, QStringLiteral("Novák"), QStringLiteral("Jan"),
+                                                          20050307, QStringLiteral(" 7. 3.2005"));
+    QVERIFY(clientOverdue.sql.contains(QStringLiteral("DATUM_MAX < 20050307)  AND")));
+    QVERIFY(clientOverdue.sql.contains(
+        QStringLiteral("(VYPUJCKY.ID_LIDE_VYPUJCKY = 12)) ORDER BY KNIHY.KOD DESC")));
+    QCOMPARE(clientOverdue.title,
+             QStringLiteral("Knihy klienta: Novák Jan, vypůjčené s prodlením ke dni:  7. 3.2005"));
+    QCOMPARE(clientOverdue.kind, 9);
+}
+
+void TestReportCore::reportsOnARealLibrary()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    // An empty table is no failure.
+    ReportResult empty = runReport(fixedReport(ReportKind::PresentAndLent).sql);
+    QCOMPARE(empty.message, 0);
+    QVERIFY(empty.rows.isEmpty());
+    QCOMPARE(empty.summary, QStringLiteral("Nebyla nalezena žádná odpovídající kniha"));
+
+    const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
+    const qint32 romany = lib.addCategory(QStringLiteral("Romány"));
+    const qint32 b3 = lib.addBook(book(QStringLiteral("003"), 10, poezie));
+    const qint32 b1 = lib.addBook(book(QStringLiteral("001"), 10, romany));
+    const qint32 b5 = lib.addBook(book(QStringLiteral("005"), 10, poezie));
+    const qint32 b2 = lib.addBook(book(QStringLiteral("002"), 10, romany));
+    const qint32 b4 = lib.addBook(book(QStringLiteral("004"), 10, poezie));
+    TestLibrary::BookSpec gone = book(QStringLiteral("006"), 10, poezie);
+    gone.discarded = true;
+    gone.discardedOn = 20100101;
+    lib.addBook(gone);
+    const qint32 jan = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 eva = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    // Jan: 003 due 14 March, 005 due 15 March, 001 without a limit; Eva: 002 due 1 March.
+    lib.lend({b3}, jan, 20260201, 20260314);
+    lib.lend({b5}, jan, 20260201, 20260315);
+    lib.lend({b1}, jan, 20260201);
+    lib.lend({b2}, eva, 20260201, 20260301);
+    lib.giveBack({b2}, 20260310);
+    lib.lend({b2}, jan, 20260311, 20260320);
+    (void)b4;
+
+    auto run = [](const ReportQuery &q) { return codes(runReport(q.sql)); };
+    const QStringList all{QStringLiteral("001"), QStringLiteral("002"), QStringLiteral("003"),
+                          QStringLiteral("004"), QStringLiteral("005")};
+    QCOMPARE(run(fixedReport(ReportKind::PresentAndLent)), all);
+    QCOMPARE(run(fixedReport(ReportKind::Present)), QStringList{QStringLiteral("004")});
+    QCOMPARE(run(fixedReport(ReportKind::Lent)), (QStringList{QStringLiteral("001"), QStringLiteral("002"),
+                                                              QStringLiteral("003"), QStringLiteral("005")}));
+    QCOMPARE(run(fixedReport(ReportKind::Discarded)), QStringList{QStringLiteral("006")});
+    QCOMPARE(run(categoryReport(poezie, QStringLiteral("Poezie"))),
+             (QStringList{QStringLiteral("003"), QStringLiteral("004"), QStringLiteral("005")}));
+    // Overdue means a limit strictly before the day: on 15 March only 003 (due 14 March).
+    QCOMPARE(run(overdueReport(20260315, QString())), QStringList{QStringLiteral("003")});
+    QCOMPARE(run(overdueReport(20260316, QString())),
+             (QStringList{QStringLiteral("003"), QStringLiteral("005")}));
+    QCOMPARE(run(overdueReport(20260314, QString())), QStringList());
+    // A loan without a limit is never overdue.
+    QVERIFY(!run(overdueReport(20991231, QString())).contains(QStringLiteral("001")));
+    QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260321, QString())),
+             (QStringList{QStringLiteral("002"), QStringLiteral("003"), QStringLiteral("005")}));
+    QCOMPARE(run(clientOverdueReport(eva, QString(), QString(), 20260321, QString())), QStringList());
+    QCOMPARE(run(clientLoansReport(jan, QString())),
+             (QStringList{QStringLiteral("001"), QStringLiteral("002"), QStringLiteral("003"),
+                          QStringLiteral("005")}));
+    QCOMPARE(run(clientLoansReport(eva, QString())), QStringList());
+    // The history covers returned loans too.
+    QCOMPARE(run(clientHistoryReport(eva, QString())), QStringList{QStringLiteral("002")});
+    QCOMPARE(run(clientHistoryReport(jan, QString())),
+             (QStringList{QStringLiteral("001"), QStringLiteral("002"), QStringLiteral("003"),
+                          QStringLiteral("005")}));
+
+    const ReportResult rows = runReport(categoryReport(romany, QString()).sql);
+    QCOMPARE(rows.rows.size(), 2);
+    QCOMPARE(rows.rows.at(0).category, QStringLiteral("Romány"));
+    QCOMPARE(rows.rows.at(0).bookId, b1);
+    QCOMPARE(rows.rows.at(0).title, QStringLiteral("Babička"));
+    QCOMPARE(rows.rows.at(0).author, QStringLiteral("Božena Němcová"));
+    QCOMPARE(reportCellText(rows.rows.at(0), 4), QStringLiteral("10.00"));
+    QCOMPARE(reportCellText(rows.rows.at(0), 3), QStringLiteral("Romány"));
+
+    // A broken statement is a database failure: message 34 and nothing listed.
+    const ReportResult broken = runReport(QStringLiteral("SELECT * FROM KNIHY WHERE NOSUCHCOLUMN = 1"));
+    QCOMPARE(broken.message, 34);
+    QVERIFY(broken.rows.isEmpty());
+    QVERIFY(broken.summary.isEmpty());
+}
+
+void TestReportCore::missingCategoryStopsTheReport()
+{
+    TestLibrary lib;
+    const qint32 cat = lib.addCategory(QStringLiteral("Poezie"));
+    lib.addBook(book(QStringLiteral("001"), 10, cat));
+    lib.addBook(book(QStringLiteral("002"), 10, cat));
+    lib.addBook(book(QStringLiteral("003"), 10, 999)); // no such category
+    lib.addBook(book(QStringLiteral("004"), 10, cat));
+    const ReportResult r = runReport(fixedReport(ReportKind::PresentAndLent).sql);
+    QCOMPARE(r.message, 94);
+    QVERIFY(r.rows.isEmpty());
+    QVERIFY(r.summary.isEmpty());
+    // Without the broken book the report runs.
+    QCOMPARE(runReport(categoryReport(cat, QString()).sql).rows.size(), 3);
+}
+
+void TestReportCore::summaryAddsSinglePricesInDouble()
+{
+    TestLibrary lib;
+    lib.addBook(book(QStringLiteral("A"), 10.10f));
+    lib.addBook(book(QStringLiteral("B"), 20.20f));
+    lib.addBook(book(QStringLiteral("C"), 0.05f));
+    const ReportResult r = runReport(fixedReport(ReportKind::Present).sql);
+    QCOMPARE(r.message, 0);
+    QCOMPARE(r.summary, QStringLiteral("Nalezeno 3 knih v celkové hodnotě 30.35 Kč"));
+    QCOMPARE(r.total, double(10.10f) + double(20.20f) + double(0.05f));
+    // The wording does not change with the count.
+    QCOMPARE(reportSummary(1, 12.5), QStringLiteral("Nalezeno 1 knih v celkové hodnotě 12.50 Kč"));
+}
+
+void TestReportCore::clientLookup()
+{
+    TestLibrary lib;
+    const qint32 id = lib.addClient(QStringLiteral("K017"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    ReportClient c;
+    QCOMPARE(findReportClient(QStringLiteral("  K017 "), &c), 0);
+    QCOMPARE(c.id, id);
+    QCOMPARE(c.code, QStringLiteral("K017"));
+    QCOMPARE(c.prijmeni, QStringLiteral("Novák"));
+    QCOMPARE(c.jmeno, QStringLiteral("Jan"));
+    QCOMPARE(findReportClient(QStringLiteral("K%"), &c), 119);
+    QCOMPARE(findReportClient(QStringLiteral("O'Brien"), &c), 119);
+    QCOMPARE(findReportClient(QStringLiteral("K018"), &c), 15);
+
+    lib.addCategory(QStringLiteral("Viditelná"));
+    lib.addCategory(QStringLiteral("Skrytá"), false);
+    QList<ReportCategory> shown;
+    QCOMPARE(listShownCategories(&shown), 0);
+    QCOMPARE(shown.size(), 1);
+    QCOMPARE(shown.at(0).name, QStringLiteral("Viditelná"));
+}
+
+void TestReportCore::htmlPage_data()
+{
+    QTest::addColumn<QList<ReportRow>>("rows");
+    QTest::addColumn<QString>("summary");
+    QTest::addColumn<QByteArray>("expected");
+
+    const QByteArray head =
+        "\xEF\xBB\xBF<H2 ALIGN=\"CENTER\"><U>Knihy v kategorii: Poezie</U></H2>\n"
+        "<BR>\n"
+        "<CENTER><TABLE BORDER=\"1\" WIDTH=\"90%\">\n"
+        "<TR>\n"
+        "<TD BGCOLOR=\"BLUE\" ALIGN=\"LEFT\"> <FONT FACE=\"Arial\" COLOR=\"YELLOW\"><B> K\xC3\xB3"
+        "d </B></FONT> </TD>\n"
+        "<TD BGCOLOR=\"BLUE\" ALIGN=\"LEFT\"> <FONT FACE=\"Arial\" COLOR=\"YELLOW\"><B> N\xC3\xA1"
+        "zev </B></FONT> </TD>\n"
+        "<TD BGCOLOR=\"BLUE\" ALIGN=\"LEFT\"> <FONT FACE=\"Arial\" COLOR=\"YELLOW\"><B> Autor "
+        "</B></FONT> </TD>\n"
+        "<TD BGCOLOR=\"BLUE\" ALIGN=\"LEFT\"> <FONT FACE=\"Arial\" COLOR=\"YELLOW\"><B> Kategorie "
+        "</B></FONT> </TD>\n"
+        "<TD BGCOLOR=\"BLUE\" ALIGN=\"LEFT\"> <FONT FACE=\"Arial\" COLOR=\"YELLOW\"><B> Cena "
+        "</B></FONT> </TD>\n"
+        "</TR>\n";
+    const QByteArray tail = "</TABLE></CENTER>\n<BR>\n";
+
+    QTest::newRow("empty")
+        << QList<ReportRow>() << QStringLiteral("Nebyla nalezena žádná odpovídající kniha")
+        << head + tail +
+               "<CENTER>Nebyla nalezena \xC5\xBE\xC3\xA1\x64n\xC3\xA1 odpov\xC3\xAD\x64\x61j\xC3\xAD"
+               "c\xC3\xAD kniha</CENTER>\n<BR>\n";
+
+    ReportRow a{QStringLiteral("001"),
+                QStringLiteral("Máj & <jiné>"),
+                QStringLiteral("Poezie"),
+                QStringLiteral("K. H. Mácha"),
+                12.5f,
+                1};
+    ReportRow b{QStringLiteral("002"),
+                QStringLiteral("Kytice"),
+                QStringLiteral("Poezie"),
+                QStringLiteral("K. J. Erben"),
+                99.0f,
+                2};
+    QTest::newRow("two rows")
+        << QList<ReportRow>{a, b} << QStringLiteral("Nalezeno 2 knih v celkové hodnotě 111.50 Kč")
+        << head +
+               "<TR>\n"
+               "<TD ALIGN=\"LEFT\">  001  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  M\xC3\xA1j & <jin\xC3\xA9>  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  K. H. M\xC3\xA1\x63ha  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  Poezie  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  12.50  </TD>\n"
+               "</TR>\n"
+               "<TR>\n"
+               "<TD ALIGN=\"LEFT\">  002  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  Kytice  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  K. J. Erben  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  Poezie  </TD>\n"
+               "<TD ALIGN=\"LEFT\">  99.00  </TD>\n"
+               "</TR>\n" +
+               tail +
+               "<CENTER>Nalezeno 2 knih v celkov\xC3\xA9 hodnot\xC4\x9B 111.50 K\xC4\x8D</CENTER>\n<BR>\n";
+}
+
+void TestReportCore::htmlPage()
+{
+    QFETCH(QList<ReportRow>, rows);
+    QFETCH(QString, summary);
+    QFETCH(QByteArray, expected);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("sestava.html"));
+    // An existing file is truncated.
+    {
+        QFile old(path);
+        QVERIFY(old.open(QIODevice::WriteOnly));
+        old.write(QByteArray(5000, 'x'));
+    }
+    QVERIFY(writeReportHtml(path, QStringLiteral("Knihy v kategorii: Poezie"), rows, summary));
+    QCOMPARE(readAll(path), expected);
+}
+
+void TestReportCore::htmlOpenFailure()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("no/such/folder/sestava.html"));
+    QVERIFY(!writeReportHtml(path, QStringLiteral("T"), {}, QStringLiteral("S")));
+    QVERIFY(!QFile::exists(path));
+    HtmlTableWriter writer;
+    QVERIFY(!writer.writeText(QStringLiteral("x"))); // nothing open
+    QVERIFY(!writer.open(dir.path()));               // a folder is no file
+}
+
+void TestReportCore::loanProtocol()
+{
+    TestLibrary lib;
+    const qint32 client =
+        lib.addClient(QStringLiteral("K017"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    TestLibrary::BookSpec c(QStringLiteral("C3"));
+    c.title = QStringLiteral("Kytice");
+    c.author = QStringLiteral("K. J. Erben");
+    const qint32 first = lib.addBook(c);
+    const qint32 second = lib.addBook(QStringLiteral("A1"));
+    const qint32 third = lib.addBook(QStringLiteral("B2"));
+    const qint32 loan = lib.lend({third, first, second}, client, 20050307, 20050407);
+
+    LoanProtocol p;
+    QCOMPARE(prepareLoanProtocol(loan, &p), 0);
+    QCOMPARE(p.number, loan);
+    QCOMPARE(p.client, QStringLiteral("K017  (Novák Jan)"));
+    QCOMPARE(p.date, 20050307);
+    QCOMPARE(p.rows.size(), 3);
+    // Ascending book identifier, not the order of lending or of the codes.
+    QCOMPARE(p.rows.at(0).code, QStringLiteral("C3"));
+    QCOMPARE(p.rows.at(0).title, QStringLiteral("Kytice"));
+    QCOMPARE(p.rows.at(0).author, QStringLiteral("K. J. Erben"));
+    QCOMPARE(p.rows.at(0).due, 20050407);
+    QCOMPARE(p.rows.at(1).code, QStringLiteral("A1"));
+    QCOMPARE(p.rows.at(2).code, QStringLiteral("B2"));
+    QCOMPARE(protocolDueText(20050407), QStringLiteral(" 7. 4.2005"));
+    QCOMPARE(protocolDueText(NoDate), QStringLiteral("bez omezení"));
+
+    QCOMPARE(prepareLoanProtocol(loan + 1, &p), 107);
+    QVERIFY(p.rows.isEmpty());
+    // A loan row whose book is gone is an integrity fault.
+    runSql(QStringLiteral("DELETE FROM KNIHY WHERE ID_KNIHY_KNIHY = ?"), {second});
+    QCOMPARE(prepareLoanProtocol(loan, &p), 108);
+    runSql(QStringLiteral("DELETE FROM LIDE WHERE ID_LIDE_LIDE = ?"), {client});
+    QCOMPARE(prepareLoanProtocol(loan, &p), 108);
+}
+
+void TestReportCore::returnProtocol()
+{
+    TestLibrary lib;
+    const qint32 jan = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 eva = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    const qint32 b1 = lib.addBook(QStringLiteral("001"));
+    const qint32 b2 = lib.addBook(QStringLiteral("002"));
+    const qint32 b3 = lib.addBook(QStringLiteral("003"));
+    const qint32 b4 = lib.addBook(QStringLiteral("004"));
+    lib.lend({b1}, jan, 20050101, 20050228);
+    lib.lend({b2}, eva, 20050110, 20050227);
+    lib.lend({b3}, eva, 20050110);
+    lib.lend({b4}, jan, 20050110, 20050302);
+    const qint32 ret = lib.giveBack({b4, b2, b1, b3}, 20050302);
+
+    ReturnProtocol p;
+    QCOMPARE(prepareReturnProtocol(ret, &p), 0);
+    QCOMPARE(p.number, ret);
+    QCOMPARE(p.date, 20050302);
+    QCOMPARE(p.rows.size(), 4);
+    QCOMPARE(p.rows.at(0).bookCode, QStringLiteral("001"));
+    QCOMPARE(p.rows.at(0).clientCode, QStringLiteral("K1"));
+    QCOMPARE(p.rows.at(0).clientName, QStringLiteral("Novák Jan"));
+    QCOMPARE(p.rows.at(0).loanDate, 20050101);
+    // 2 March against 28 February: the plain difference of the date numbers.
+    QCOMPARE(p.rows.at(0).lateness, 74);
+    QCOMPARE(p.rows.at(1).clientCode, QStringLiteral("K2"));
+    QCOMPARE(p.rows.at(1).clientName, QStringLiteral("Malá Eva"));
+    QCOMPARE(p.rows.at(1).lateness, 75);
+    QCOMPARE(p.rows.at(2).lateness, -1); // no limit
+    QCOMPARE(p.rows.at(3).lateness, -1); // returned on its last day
+    QCOMPARE(protocolLatenessText(74), QStringLiteral("74"));
+    QVERIFY(protocolLatenessText(-1).isEmpty());
+
+    // Within one month the figure is the count of days.
+    const qint32 b5 = lib.addBook(QStringLiteral("005"));
+    lib.lend({b5}, jan, 20050301, 20050310);
+    const qint32 late3 = lib.giveBack({b5}, 20050313);
+    QCOMPARE(prepareReturnProtocol(late3, &p), 0);
+    QCOMPARE(p.rows.at(0).lateness, 3);
+
+    QCOMPARE(prepareReturnProtocol(late3 + 5, &p), 116);
+    runSql(QStringLiteral("DELETE FROM LIDE WHERE ID_LIDE_LIDE = ?"), {eva});
+    QCOMPARE(prepareReturnProtocol(ret, &p), 108);
+}
+
+void TestReportCore::protocolChoosers()
+{
+    TestLibrary lib;
+    const qint32 jan = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 b1 = lib.addBook(QStringLiteral("001"));
+    const qint32 b2 = lib.addBook(QStringLiteral("002"));
+    const qint32 b3 = lib.addBook(QStringLiteral("003"));
+    const qint32 loan1 = lib.lend({b2, b1}, jan, 20050301, 20050401);
+    const qint32 loan2 = lib.lend({b3}, jan, 20050315);
+    const qint32 ret = lib.giveBack({b1, b2}, 20050320);
+
+    LoanProtocol chosen;
+    QCOMPARE(loadLoanForChooser(loan1, &chosen), 0);
+    QCOMPARE(chosen.rows.size(), 2);
+    QCOMPARE(chosen.rows.at(0).code, QStringLiteral("001"));
+    QCOMPARE(chosen.rows.at(0).bookId, b1);
+    QCOMPARE(loadLoanForChooser(99, &chosen), 111);
+    ReturnProtocol chosenReturn;
+    QCOMPARE(loadReturnForChooser(ret, &chosenReturn), 0);
+    QCOMPARE(chosenReturn.rows.size(), 2);
+    QCOMPARE(loadReturnForChooser(99, &chosenReturn), 111);
+
+    QList<LoanListEntry> loans;
+    QCOMPARE(listLoansInPeriod(20050301, 20050331, &loans), 0);
+    QCOMPARE(loans.size(), 2);
+    QCOMPARE(loans.at(0).number, loan2); // newest first
+    QCOMPARE(loans.at(0).books, 1);
+    QCOMPARE(loans.at(1).number, loan1);
+    QCOMPARE(loans.at(1).books, 2);
+    QCOMPARE(loans.at(1).clientCode, QStringLiteral("K1"));
+    QCOMPARE(loans.at(1).clientName, QStringLiteral("Novák Jan"));
+    QCOMPARE(loans.at(1).date, 20050301);
+    QCOMPARE(listLoansInPeriod(20050302, 20050314, &loans), 113);
+    QCOMPARE(listLoansInPeriod(20050331, 20050301, &loans), 113); // the end before the start
+    QVERIFY(loans.isEmpty());
+
+    QList<ReturnListEntry> returns;
+    QCOMPARE(listReturnsInPeriod(20050320, 20050320, &returns), 0);
+    QCOMPARE(returns.size(), 1);
+    QCOMPARE(returns.at(0).number, ret);
+    QCOMPARE(returns.at(0).books, 2);
+    QCOMPARE(returns.at(0).date, 20050320);
+    QCOMPARE(listReturnsInPeriod(20050321, 20050301, &returns), 117);
+}
+
+void TestReportCore::commandLine()
+{
+    TestLibrary lib;
+    const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
+    lib.addBook(book(QStringLiteral("002"), 12.5f, poezie));
+    lib.addBook(book(QStringLiteral("001"), 99.0f, poezie));
+    const qint32 client =
+        lib.addClient(QStringLiteral("K017"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 lent = lib.addBook(book(QStringLiteral("003"), 1.0f, poezie));
+    const qint32 loan = lib.lend({lent}, client, 20260101, 20260201);
+    // What the view would export for the category report.
+    const ReportQuery query = categoryReport(poezie, QStringLiteral("Poezie"));
+    const ReportResult result = runReport(query.sql);
+    const QString expectedPath = QDir(lib.dir()).filePath(QStringLiteral("expected.html"));
+    QVERIFY(writeReportHtml(expectedPath, query.title, result.rows, result.summary));
+    Database::close(); // the tool opens the library itself
+
+    auto cli = [&](const QStringList &args, QByteArray *err = nullptr) {
+        QProcess p;
+        p.start(QStringLiteral(FOLIVO_CLI), args);
+        p.waitForFinished(30000);
+        if (err)
+            *err = p.readAllStandardError();
+        return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    };
+    const QString dataDir = lib.dir();
+    const QString out = QDir(dataDir).filePath(QStringLiteral("out.html"));
+    QCOMPARE(
+        cli({QStringLiteral("report"), QStringLiteral("category"), QStringLiteral("--category"),
+             QStringLiteral("Poezie"), QStringLiteral("--data-dir"), dataDir, QStringLiteral("--html"), out}),
+        0);
+    QCOMPARE(readAll(out), readAll(expectedPath));
+
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("1"), QStringLiteral("--client"),
+                 QStringLiteral(" K017 "), QStringLiteral("--data-dir"), dataDir, QStringLiteral("--html"),
+                 out}) == 0);
+    QVERIFY(QString::fromUtf8(readAll(out))
+                .contains(QStringLiteral("Aktuální výpůjčky klienta: K017  (Novák Jan)")));
+    QVERIFY(readAll(out).contains("<TD ALIGN=\"LEFT\">  003  </TD>"));
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("overdue"), QStringLiteral("--date"),
+                 QStringLiteral("2.2.2026"), QStringLiteral("--data-dir"), dataDir, QStringLiteral("--html"),
+                 out}) == 0);
+    QVERIFY(readAll(out).contains("ke dni:  2. 2.2026</U>"));
+    QVERIFY(readAll(out).contains("Nalezeno 1 knih"));
+    QVERIFY(readAll(out).contains("<TD ALIGN=\"LEFT\">  003  </TD>"));
+
+    // Bad arguments: a clear error and a non-zero exit, nothing written.
+    QByteArray err;
+    QFile::remove(out);
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("10"), QStringLiteral("--data-dir"), dataDir,
+                 QStringLiteral("--html"), out},
+                &err) != 0);
+    QVERIFY(err.contains("unknown report kind"));
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("7"), QStringLiteral("--data-dir"), dataDir},
+                &err) != 0);
+    QVERIFY(err.contains("--html"));
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("1"), QStringLiteral("--data-dir"), dataDir,
+                 QStringLiteral("--html"), out},
+                &err) != 0);
+    QVERIFY(err.contains("--client"));
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("1"), QStringLiteral("--client"),
+                 QStringLiteral("K%"), QStringLiteral("--data-dir"), dataDir, QStringLiteral("--html"), out},
+                &err) != 0);
+    QVERIFY(err.contains("119"));
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("4"), QStringLiteral("--date"),
+                 QStringLiteral("31.2.2026"), QStringLiteral("--data-dir"), dataDir, QStringLiteral("--html"),
+                 out},
+                &err) != 0);
+    QVERIFY(err.contains("95"));
+    QVERIFY(!QFile::exists(out));
+    QVERIFY(cli({QStringLiteral("report"), QStringLiteral("7"), QStringLiteral("--data-dir"), dataDir,
+                 QStringLiteral("--html"), QDir(dataDir).filePath(QStringLiteral("no/such/x.html"))},
+                &err) != 0);
+    QVERIFY(err.contains("120"));
+    QVERIFY(cli({QStringLiteral("protocol"), QStringLiteral("lend"), QStringLiteral("1"),
+                 QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), out},
+                &err) != 0);
+    QVERIFY(cli({QStringLiteral("protocol"), QStringLiteral("loan"), QStringLiteral("77"),
+                 QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), out},
+                &err) != 0);
+    QVERIFY(err.contains("107"));
+    // A protocol that exists is written as a PDF file.
+    const QString pdf = QDir(dataDir).filePath(QStringLiteral("loan.pdf"));
+    QCOMPARE(cli({QStringLiteral("protocol"), QStringLiteral("loan"), QString::number(loan),
+                  QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf},
+                 &err),
+             0);
+    QVERIFY(readAll(pdf).startsWith("%PDF"));
+    QVERIFY(cli({QStringLiteral("protocol"), QStringLiteral("return"), QStringLiteral("1"),
+                 QStringLiteral("--data-dir"), dataDir, QStringLiteral("--pdf"), pdf},
+                &err) != 0);
+    QVERIFY(err.contains("116"));
+    QVERIFY(Database::open(lib.dbPath()) == Database::OpenResult::Ok);
+}
+
+QTEST_GUILESS_MAIN(TestReportCore)
+#include "test_reportcore.moc"

@@ -1,0 +1,508 @@
+// The report view, its commands and dialogs, under the offscreen platform.
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/mainframe.h"
+#include "app/rvedit.h"
+#include "reports/htmlcore.h"
+#include "reports/protocoldialogs.h"
+#include "reports/protocolprint.h"
+#include "reports/reportcommands.h"
+#include "reports/reportdialogs.h"
+#include "reports/reportfiles.h"
+#include "reports/reportmodel.h"
+#include "reports/sestavaview.h"
+#include "reports/texttablemodel.h"
+#include "support/testsupport.h"
+
+#include <QAbstractItemModelTester>
+#include <QAction>
+#include <QComboBox>
+#include <QDir>
+#include <QHeaderView>
+#include <QLabel>
+#include <QTableView>
+#include <QTest>
+
+namespace {
+
+ViewSwitchRequest reportRequest(const ReportQuery &q)
+{
+    ViewSwitchRequest r;
+    r.target = ViewSwitchRequest::ReportView;
+    r.sql = q.sql;
+    r.title = q.title;
+    r.reportKind = q.kind;
+    return r;
+}
+
+QStringList shownCodes(const CSestavaView &view)
+{
+    QStringList out;
+    for (const ReportRow &r : view.model()->rows())
+        out << r.code;
+    return out;
+}
+
+// Books "B01".."Bnn" priced by the given list.
+void addBooks(TestLibrary &lib, int count, const std::function<float(int)> &price = {})
+{
+    for (int i = 1; i <= count; ++i) {
+        TestLibrary::BookSpec b(QStringLiteral("B%1").arg(i, 2, 10, QLatin1Char('0')));
+        b.price = price ? price(i) : 10.0f;
+        lib.addBook(b);
+    }
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestReportView : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fillReport();
+    void missingCategoryEmptiesTheList();
+    void navigation();
+    void sorting();
+    void columnWidths();
+    void htmlExport();
+    void reportDialogs();
+    void protocolDialogs();
+    void commandsThroughTheFrame();
+};
+
+void TestReportView::fillReport()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    CSestavaView view;
+    QAbstractItemModelTester tester(view.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    QCOMPARE(view.reportKind(), -1);
+    QVERIFY(view.sql().isEmpty());
+
+    // Nothing in the library: no rows, the empty-result line, navigation disabled.
+    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
+    QCOMPARE(view.model()->rowCount(), 0);
+    QCOMPARE(view.summary(), QStringLiteral("Nebyla nalezena žádná odpovídající kniha"));
+    QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně"));
+    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(false));
+    QCOMPARE(view.commandEnabled(Cmd::NavLast), std::optional<bool>(false));
+    QVERIFY(view.runCommand(Cmd::NavLast));
+    QCOMPARE(view.selectedIndex(), -1);
+
+    for (const char *code : {"C", "A", "B"}) {
+        TestLibrary::BookSpec b(QString::fromLatin1(code));
+        b.price = code[0] == 'A' ? 10.10f : code[0] == 'B' ? 20.20f : 0.05f;
+        lib.addBook(b);
+    }
+    view.enterView(reportRequest(fixedReport(ReportKind::PresentAndLent)));
+    QCOMPARE(shownCodes(view), (QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")}));
+    QCOMPARE(view.summary(), QStringLiteral("Nalezeno 3 knih v celkové hodnotě 30.35 Kč"));
+    QCOMPARE(view.reportKind(), 8);
+    QCOMPARE(view.sql(), fixedReport(ReportKind::PresentAndLent).sql);
+    QCOMPARE(view.selectedIndex(), 0);
+    QVERIFY(messages.numbers().isEmpty());
+    // Texts on demand, the raw value for sorting and the identifier.
+    const QModelIndex price = view.model()->index(0, CReportModel::Price);
+    QCOMPARE(price.data().toString(), QStringLiteral("10.10"));
+    QCOMPARE(price.data(CReportModel::RawValueRole).toFloat(), 10.10f);
+    QCOMPARE(view.model()->index(0, CReportModel::Category).data().toString(), QStringLiteral("Beletrie"));
+    QCOMPARE(view.model()->headerData(4, Qt::Horizontal).toString(), QStringLiteral("Cena"));
+
+    // The title and summary lines: yellow on blue, centred, on the view's light yellow.
+    const QLabel *summary = view.findChildren<QLabel *>().last();
+    QCOMPARE(summary->palette().color(QPalette::WindowText), QColor(Qt::yellow));
+    QCOMPARE(summary->palette().color(QPalette::Window), QColor(Qt::blue));
+    QCOMPARE(summary->alignment(), Qt::AlignCenter);
+    QCOMPARE(view.palette().color(QPalette::Window), QColor(255, 255, 200));
+
+    // Leaving the view empties the list but keeps the statement, the title and the kind.
+    view.leaveView();
+    QCOMPARE(view.model()->rowCount(), 0);
+    QCOMPARE(view.reportKind(), 8);
+    QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
+}
+
+void TestReportView::missingCategoryEmptiesTheList()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    addBooks(lib, 3);
+    CSestavaView view;
+    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
+    QCOMPARE(view.model()->rowCount(), 3);
+    TestLibrary::BookSpec broken(QStringLiteral("B99"));
+    broken.category = 777;
+    lib.addBook(broken);
+    view.enterView(reportRequest(fixedReport(ReportKind::PresentAndLent)));
+    QCOMPARE(messages.numbers(), QList<int>{94});
+    QCOMPARE(view.model()->rowCount(), 0);
+    QVERIFY(view.summary().isEmpty());
+    QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
+    QCOMPARE(view.reportKind(), 8);
+}
+
+void TestReportView::navigation()
+{
+    TestLibrary lib;
+    addBooks(lib, 30);
+    CSestavaView view;
+    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
+    QCOMPARE(view.model()->rowCount(), 30);
+
+    view.selectIndex(10);
+    QVERIFY(view.runCommand(Cmd::NavPageForward)); // "vpřed" goes towards the top
+    QCOMPARE(view.selectedIndex(), 0);
+    view.selectIndex(10);
+    QVERIFY(view.runCommand(Cmd::NavPageBack));
+    QCOMPARE(view.selectedIndex(), 29);
+    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(false));
+    QCOMPARE(view.commandEnabled(Cmd::NavPageBack), std::optional<bool>(false));
+    QCOMPARE(view.commandEnabled(Cmd::NavLast), std::optional<bool>(false));
+    QCOMPARE(view.commandEnabled(Cmd::NavPrevious), std::optional<bool>(true));
+    view.runCommand(Cmd::NavNext); // at the end nothing moves
+    QCOMPARE(view.selectedIndex(), 29);
+    view.runCommand(Cmd::NavPrevious);
+    QCOMPARE(view.selectedIndex(), 28);
+    view.runCommand(Cmd::NavFirst);
+    QCOMPARE(view.selectedIndex(), 0);
+    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(false));
+    QCOMPARE(view.commandEnabled(Cmd::NavPageForward), std::optional<bool>(false));
+    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(true));
+    view.runCommand(Cmd::NavPrevious);
+    QCOMPARE(view.selectedIndex(), 0);
+    view.runCommand(Cmd::NavNext);
+    QCOMPARE(view.selectedIndex(), 1);
+    view.runCommand(Cmd::NavLast);
+    QCOMPARE(view.selectedIndex(), 29);
+    // A step of 40 from the middle of a longer list.
+    addBooks(lib, 0);
+    for (int i = 31; i <= 100; ++i)
+        lib.addBook(QStringLiteral("B%1").arg(i, 3, 10, QLatin1Char('0')));
+    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
+    view.selectIndex(50);
+    view.runCommand(Cmd::NavPageBack);
+    QCOMPARE(view.selectedIndex(), 90);
+    view.runCommand(Cmd::NavPageForward);
+    QCOMPARE(view.selectedIndex(), 50);
+    // Without a selection only "first" and "last" move.
+    view.list()->selectionModel()->clearSelection();
+    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(false));
+    view.runCommand(Cmd::NavNext);
+    QCOMPARE(view.selectedIndex(), -1);
+    view.runCommand(Cmd::NavLast);
+    QCOMPARE(view.selectedIndex(), 99);
+    // Other commands are not the view's.
+    QVERIFY(!view.runCommand(Cmd::PrintReport));
+    QCOMPARE(view.commandEnabled(Cmd::PrintReport), std::nullopt);
+}
+
+void TestReportView::sorting()
+{
+    TestLibrary lib;
+    const float prices[] = {5, 1, 5, 3, 1};
+    const char *titles[] = {"beta", "Alfa", "alfa", "Čáp", "cesta"};
+    for (int i = 0; i < 5; ++i) {
+        TestLibrary::BookSpec b(QStringLiteral("K%1").arg(i));
+        b.price = prices[i];
+        b.title = QString::fromUtf8(titles[i]);
+        lib.addBook(b);
+    }
+    CSestavaView view;
+    QAbstractItemModelTester tester(view.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
+    view.selectIndex(3); // K3
+    // Prices ascending; equal prices keep the order they had.
+    view.list()->horizontalHeader()->sectionClicked(CReportModel::Price);
+    QCOMPARE(shownCodes(view), (QStringList{QStringLiteral("K1"), QStringLiteral("K4"), QStringLiteral("K3"),
+                                            QStringLiteral("K0"), QStringLiteral("K2")}));
+    QCOMPARE(view.model()->row(view.selectedIndex()).code,
+             QStringLiteral("K3")); // the selection follows its row
+    QCOMPARE(CReportModel::comparePrices(2, 1), 1);
+    QCOMPARE(CReportModel::comparePrices(1, 2), 0);
+    QCOMPARE(CReportModel::comparePrices(1, 1), 0);
+    // A second click sorts ascending again, never descending.
+    view.list()->horizontalHeader()->sectionClicked(CReportModel::Price);
+    QCOMPARE(view.model()->row(0).code, QStringLiteral("K1"));
+    // Titles by a locale-aware comparison that heeds letter case: Č after C, not after Z.
+    view.model()->sort(CReportModel::Title);
+    QStringList sortedTitles;
+    for (const ReportRow &r : view.model()->rows())
+        sortedTitles << r.title;
+    QCOMPARE(sortedTitles.indexOf(QStringLiteral("beta")), 2);
+    QVERIFY(sortedTitles.indexOf(QStringLiteral("cesta")) < sortedTitles.indexOf(QStringLiteral("Čáp")));
+    view.model()->sort(CReportModel::Code);
+    QCOMPARE(shownCodes(view).first(), QStringLiteral("K0"));
+}
+
+void TestReportView::columnWidths()
+{
+    CSestavaView view;
+    QHeaderView *header = view.list()->horizontalHeader();
+    view.resize(600, 400);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QCOMPARE(header->sectionSize(0), 67);
+    QCOMPARE(header->sectionSize(1), 244);
+    QCOMPARE(header->sectionSize(4), 60);
+    view.resize(1020, 500); // w = 1000
+    QTRY_COMPARE(header->sectionSize(0), 100);
+    QCOMPARE(header->sectionSize(1), 365);
+    QCOMPARE(header->sectionSize(2), 209);
+    QCOMPARE(header->sectionSize(3), 209);
+    QCOMPARE(header->sectionSize(4), view.list()->viewport()->width() - 883);
+}
+
+void TestReportView::htmlExport()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    TestLibrary::BookSpec b(QStringLiteral("A1"));
+    b.price = 12.5f;
+    b.title = QStringLiteral("Tom & Jerry <1>");
+    lib.addBook(b);
+    const QString oldCurrent = QDir::currentPath();
+    QDir::setCurrent(lib.dir());
+    CSestavaView view;
+    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
+
+    SaveFileRequest asked;
+    QString answer;
+    const SaveFileAsker previous = setSaveFileAsker([&](QWidget *, const SaveFileRequest &r) {
+        asked = r;
+        return answer;
+    });
+    // Cancelled: the Export folder is there all the same, nothing else is written.
+    view.exportHtml();
+    const QString exportDir = QDir(lib.dir()).filePath(QStringLiteral("Export"));
+    QVERIFY(QFileInfo(exportDir).isDir());
+    QCOMPARE(QDir(exportDir).entryList(QDir::Files), QStringList());
+    QCOMPARE(asked.title, QStringLiteral("Zadejte jméno výstupního souboru"));
+    QCOMPARE(asked.defaultName, QStringLiteral("sestava.html"));
+    QCOMPARE(asked.defaultSuffix, QStringLiteral("html"));
+    QVERIFY(asked.filter.startsWith(QStringLiteral("WWW stránky v HTML")));
+    QVERIFY(asked.filter.contains(QStringLiteral("*.html")));
+    QCOMPARE(QFileInfo(asked.directory).canonicalFilePath(), QFileInfo(exportDir).canonicalFilePath());
+
+    answer = QDir(exportDir).filePath(QStringLiteral("sestava.html"));
+    view.exportHtml();
+    const QByteArray page = readAll(answer);
+    QVERIFY(page.startsWith("\xEF\xBB\xBF<H2 ALIGN=\"CENTER\"><U>Knihy pr"));
+    QVERIFY(page.contains("<TD ALIGN=\"LEFT\">  Tom & Jerry <1>  </TD>\n"));
+    QVERIFY(page.contains("<TD ALIGN=\"LEFT\">  12.50  </TD>\n"));
+    QVERIFY(page.endsWith(
+        "<CENTER>Nalezeno 1 knih v celkov\xC3\xA9 hodnot\xC4\x9B 12.50 K\xC4\x8D</CENTER>\n<BR>\n"));
+    QVERIFY(messages.numbers().isEmpty());
+
+    // A folder that cannot be written: message 120 and no page.
+    answer = QDir(lib.dir()).filePath(QStringLiteral("missing/folder/sestava.html"));
+    view.exportHtml();
+    QCOMPARE(messages.numbers(), QList<int>{120});
+    QVERIFY(!QFile::exists(answer));
+    setSaveFileAsker(previous);
+    QDir::setCurrent(oldCurrent);
+}
+
+void TestReportView::reportDialogs()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    lib.addClient(QStringLiteral("K017"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 shown = lib.addCategory(QStringLiteral("Poezie"));
+    lib.addCategory(QStringLiteral("Skrytá"), false);
+
+    CReportClientDialog client(false);
+    QVERIFY(!client.dateField());
+    client.codeField()->setText(QStringLiteral("K%"));
+    QVERIFY(!client.checkOk());
+    client.codeField()->setText(QStringLiteral("K018"));
+    QVERIFY(!client.checkOk());
+    QCOMPARE(messages.numbers(), (QList<int>{119, 15}));
+    client.codeField()->setText(QStringLiteral(" K017 "));
+    QVERIFY(client.checkOk());
+    QCOMPARE(client.result().client.code, QStringLiteral("K017"));
+    QCOMPARE(client.result().client.prijmeni, QStringLiteral("Novák"));
+    // A client picked from the list is taken at once.
+    CReportClientDialog picked(false);
+    picked.setPickedCode(QStringLiteral("K017"));
+    QCOMPARE(picked.result().client.jmeno, QStringLiteral("Jan"));
+
+    // Dialog 195 checks the code before the date.
+    messages.clear();
+    CReportClientDialog both(true);
+    QCOMPARE(both.windowTitle(), QStringLiteral("Zadejte nejpozdější datum vrácení a kód klienta"));
+    QCOMPARE(both.dateField()->text(), QStringLiteral("15. 3.2026"));
+    both.codeField()->setText(QStringLiteral("nikdo"));
+    both.dateField()->setText(QStringLiteral("31.2.2026"));
+    QVERIFY(!both.checkOk());
+    both.codeField()->setText(QStringLiteral("K017"));
+    QVERIFY(!both.checkOk());
+    QCOMPARE(messages.numbers(), (QList<int>{15, 95}));
+    both.dateField()->setText(QStringLiteral("1.2.2026"));
+    QVERIFY(both.checkOk());
+    QCOMPARE(both.result().date.day, 20260201);
+    QCOMPARE(both.result().date.shown, QStringLiteral(" 1. 2.2026"));
+
+    messages.clear();
+    CReportDateDialog date;
+    date.dateField()->setText(QStringLiteral("zítra"));
+    QVERIFY(!date.checkOk());
+    QCOMPARE(messages.numbers(), QList<int>{95});
+    date.dateField()->setText(QStringLiteral("7.3.2005"));
+    QVERIFY(date.checkOk());
+    QCOMPARE(date.result().day, 20050307);
+
+    messages.clear();
+    CReportCategoryDialog category;
+    QVERIFY(category.fill());
+    QCOMPARE(category.list()->count(), 1); // hidden categories are not offered
+    QVERIFY(!category.checkOk());
+    QCOMPARE(messages.numbers(), QList<int>{8});
+    category.list()->setCurrentIndex(0);
+    QVERIFY(category.checkOk());
+    QCOMPARE(category.result().id, shown);
+    QCOMPARE(category.result().name, QStringLiteral("Poezie"));
+}
+
+void TestReportView::protocolDialogs()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const qint32 client = lib.addClient(QStringLiteral("K1"));
+    const qint32 b1 = lib.addBook(QStringLiteral("001"));
+    const qint32 b2 = lib.addBook(QStringLiteral("002"));
+    const qint32 loan = lib.lend({b2, b1}, client, 20260301, 20260401);
+    const qint32 ret = lib.giveBack({b1}, 20260310);
+
+    CProtocolChooser loans(ProtocolRequest::Loan);
+    QAbstractItemModelTester tester(loans.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    QCOMPARE(loans.windowTitle(), QStringLiteral("Zvolte výpůjčku pro tisk protokolu"));
+    QVERIFY(!loans.checkOk());
+    loans.numberField()->setText(QString::number(loan + 10));
+    QVERIFY(!loans.checkOk());
+    QCOMPARE(messages.numbers(), (QList<int>{110, 111}));
+    loans.numberField()->setText(QString::number(loan));
+    QVERIFY(loans.checkOk());
+    QCOMPARE(loans.number(), loan);
+    QCOMPARE(loans.model()->rowCount(), 2);
+    QCOMPARE(loans.model()->index(0, 0).data().toString(), QStringLiteral("001"));
+    QCOMPARE(loans.model()->index(0, 3).data().toString(), QStringLiteral(" 1. 4.2026"));
+    QCOMPARE(loans.model()->rowId(0), b1);
+    QVERIFY(loans.infoLine()->text().contains(QStringLiteral("K1  (Novák Jan)")));
+
+    messages.clear();
+    CProtocolChooser returns(ProtocolRequest::Return);
+    QCOMPARE(returns.windowTitle(), QStringLiteral("Zvolte vrácení pro tisk protokolu"));
+    returns.numberField()->setText(QString::number(ret));
+    QVERIFY(returns.checkOk());
+    QCOMPARE(returns.model()->columnCount(), 6);
+    QCOMPARE(returns.model()->headerData(5, Qt::Horizontal).toString(), QStringLiteral("Prodlení"));
+
+    CProtocolPeriodList period(ProtocolRequest::Loan);
+    QCOMPARE(period.windowTitle(), QStringLiteral("Vyberte výpůjčku knih ze seznamu"));
+    period.fromField()->clear();
+    QVERIFY(!period.search());
+    period.fromField()->setText(QStringLiteral("1.13.2026"));
+    QVERIFY(!period.search());
+    period.fromField()->setText(QStringLiteral("2.3.2026"));
+    QVERIFY(!period.search());
+    QCOMPARE(messages.numbers(), (QList<int>{112, 114, 113}));
+    period.fromField()->setText(QStringLiteral("1.3.2026"));
+    QVERIFY(period.search());
+    QCOMPARE(period.model()->rowCount(), 1);
+    QCOMPARE(period.model()->index(0, 4).data().toString(), QStringLiteral("2"));
+    QVERIFY(period.checkOk());
+    QCOMPARE(period.chosen(), loan);
+    period.list()->selectionModel()->clearSelection();
+    messages.clear();
+    QVERIFY(!period.checkOk());
+    QCOMPARE(messages.numbers(), QList<int>{115});
+
+    // A protocol that cannot be prepared shows its message and opens no print dialog.
+    messages.clear();
+    QVERIFY(!printProtocol(nullptr, ProtocolRequest::Loan, loan + 10, false));
+    QVERIFY(!printProtocol(nullptr, ProtocolRequest::Return, ret + 10, true));
+    AppState::instance().protocol = ProtocolRequest{ProtocolRequest::Loan, loan + 20};
+    printPendingProtocol(nullptr);
+    QCOMPARE(messages.numbers(), (QList<int>{107, 116, 107}));
+    AppState::instance().protocol = ProtocolRequest{};
+
+    messages.clear();
+    CProtocolPeriodList returnPeriod(ProtocolRequest::Return);
+    QCOMPARE(returnPeriod.windowTitle(), QStringLiteral("Vyberte vrácení knih ze seznamu"));
+    returnPeriod.fromField()->setText(QStringLiteral("11.3.2026"));
+    QVERIFY(!returnPeriod.search());
+    QVERIFY(!returnPeriod.checkOk());
+    QCOMPARE(messages.numbers(), (QList<int>{117, 118}));
+    returnPeriod.fromField()->setText(QStringLiteral("10.3.2026"));
+    QVERIFY(returnPeriod.search());
+    QVERIFY(returnPeriod.checkOk());
+    QCOMPARE(returnPeriod.chosen(), ret);
+}
+
+void TestReportView::commandsThroughTheFrame()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    addBooks(lib, 3);
+    CMainFrame frame;
+    frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
+    installReportCommands(frame);
+    QVERIFY(QFile::exists(QStringLiteral(":/help/5.html")));
+    frame.updateCommandStates();
+    QVERIFY(frame.action(Cmd::ReportPresent)->isEnabled());
+    QVERIFY(!frame.action(Cmd::PrintReport)->isEnabled()); // no report shown yet
+    QVERIFY(frame.action(Cmd::PrintLoanProtocol)->isEnabled());
+
+    frame.runCommand(Cmd::ReportPresent);
+    QCOMPARE(frame.activeTarget(), int(ViewSwitchRequest::ReportView));
+    auto *view = qobject_cast<CSestavaView *>(frame.view(ViewSwitchRequest::ReportView));
+    QVERIFY(view);
+    QCOMPARE(view->model()->rowCount(), 3);
+    QCOMPARE(view->reportKind(), 7);
+    frame.updateCommandStates();
+    // The fixed report that is shown cannot be chosen again; the others can.
+    QVERIFY(!frame.action(Cmd::ReportPresent)->isEnabled());
+    QVERIFY(frame.action(Cmd::ReportLent)->isEnabled());
+    QVERIFY(frame.action(Cmd::ReportCategory)->isEnabled());
+    QVERIFY(frame.action(Cmd::PrintReport)->isEnabled());
+    QVERIFY(frame.action(Cmd::PreviewReport)->isEnabled());
+    QVERIFY(frame.action(Cmd::ReportToHtml)->isEnabled());
+    QVERIFY(frame.action(Cmd::NavNext)->isEnabled());
+    QVERIFY(!frame.action(Cmd::NavPrevious)->isEnabled());
+    frame.runCommand(Cmd::NavLast);
+    QCOMPARE(view->selectedIndex(), 2);
+
+    frame.runCommand(Cmd::ReportDiscarded);
+    QCOMPARE(view->reportKind(), 6);
+    QCOMPARE(view->model()->rowCount(), 0);
+    frame.updateCommandStates();
+    QVERIFY(frame.action(Cmd::ReportPresent)->isEnabled());
+    QVERIFY(!frame.action(Cmd::ReportDiscarded)->isEnabled());
+
+    // After a change of the data the same report runs again, after the notice.
+    TestLibrary::BookSpec gone(QStringLiteral("X1"));
+    gone.discarded = true;
+    lib.addBook(gone);
+    const QString notice =
+        QStringLiteral("Vzhledem k tomu, že bylo zrušeno vyřazení některé knihy, budou data "
+                       "aktualizovány.\nTato akce může chvíli trvat!");
+    QCOMPARE(QString::fromUtf8(CSestavaView::NoticeAfterUndoDiscard), notice);
+    QVERIFY(QString::fromUtf8(CSestavaView::NoticeAfterImport)
+                .contains(QStringLiteral("import dat ze zálohy,\n")));
+    view->refreshAfterChange(notice);
+    QCOMPARE(messages.lastText(), notice);
+    QCOMPARE(messages.shown().last().kind, MessageKind::Information);
+    QCOMPARE(shownCodes(*view), QStringList{QStringLiteral("X1")});
+    QCOMPARE(view->title(), QStringLiteral("Knihy vyřazené"));
+    QCOMPARE(view->reportKind(), 6);
+}
+
+QTEST_MAIN(TestReportView)
+#include "test_reportview.moc"
