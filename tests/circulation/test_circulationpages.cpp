@@ -12,6 +12,7 @@
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
 #include "data/statements.h"
+#include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
 #include "support/testsupport.h"
 
@@ -51,6 +52,7 @@ private Q_SLOTS:
     void bookPickersOfThePages();
     void undoDiscard();
     void undoDiscardFromEveryView();
+    void loanProtocolIsPrintedFromTheFrame();
     void pagesFitAndScreenshots();
 };
 
@@ -1180,6 +1182,41 @@ void TestCirculationPages::undoDiscardFromEveryView()
     undoDiscardThroughFrame(frame, {QStringLiteral("V3")}, category);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 0);
     QCOMPARE(rec.shown().size(), 1);
+}
+
+// In the program the entry view hands the loan's protocol to the print dialog.
+void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addClient(QStringLiteral("K1"));
+    lib.addBook(QStringLiteral("A"));
+    MessageRecorder rec;
+    AppState::instance().settings.loanProtocol = SettingsRecord::PrintAlways;
+    CMainFrame frame;
+    frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
+    installCirculationCommands(frame);
+    frame.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(frame.switchView(ViewSwitchRequest{}));
+    auto *entry = qobject_cast<CViewZadavani *>(frame.view(ViewSwitchRequest::EntryView));
+    QVERIFY(entry);
+    auto *loans = entry->activePageAs<CPageVypujcky>();
+    QVERIFY(loans);
+    lookUpAndAdd(*loans, QStringLiteral("A"));
+    loans->clientChosen(QStringLiteral("K1"));
+
+    QString printTitle;
+    QTimer::singleShot(0, [&printTitle] {
+        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget())) {
+            printTitle = dialog->windowTitle();
+            dialog->reject();
+        }
+    });
+    loans->lend();
+    QCOMPARE(printTitle, QStringLiteral("Tisk"));
+    QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Loan));
+    QVERIFY(rec.shown().isEmpty());
 }
 
 // The pages fit the sheet's size; with FOLIVO_SCREENSHOTS=dir they are also saved as pictures.
