@@ -12,6 +12,7 @@
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
 #include "data/statements.h"
+#include "registers/clientdialogs.h"
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
 #include "support/testsupport.h"
@@ -286,6 +287,31 @@ void TestCirculationPages::loansClients()
     QCOMPARE(focused(&page), QStringLiteral("clientCode"));
     QCOMPARE(page.list()->size(), 1);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
+
+    // The client list: cancelled, the focus goes back; a client chosen is taken with its name.
+    auto answerClientList = [](int row) {
+        QTimer::singleShot(0, [row] {
+            auto *dialog = qobject_cast<CDlgVyberKlienta *>(QApplication::activeModalWidget());
+            QVERIFY(dialog);
+            if (row < 0)
+                return dialog->reject();
+            dialog->list()->selectRow(row);
+            dialog->accept();
+        });
+    };
+    rec.clear();
+    child<QLineEdit>(&page, "bookCode")->setFocus();
+    answerClientList(-1);
+    page.pickClient();
+    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+    QCOMPARE(page.clientId(), hidden);
+    answerClientList(0); // the only client in use
+    page.pickClient();
+    QCOMPARE(page.clientId(), shown);
+    QCOMPARE(text(&page, "clientCode"), QStringLiteral("K1"));
+    QCOMPARE(text(&page, "clientName"), QStringLiteral("Novák Jan"));
+    QCOMPARE(focused(&page), QStringLiteral("loanDate"));
+    QVERIFY(rec.shown().isEmpty());
 
     // A client made by "Nový klient" is served at once.
     page.clientCreated(shown, QStringLiteral("K1"), QStringLiteral("Novák Jan"));
