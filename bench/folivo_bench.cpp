@@ -1,0 +1,959 @@
+// folivo-bench: times what the librarian waits for on a large library against the plainest way of
+// getting the same result out of the same file (the SQLite C API, `cp`, an empty library), and
+// prints the ratios. Run by bench/run.sh; never a test.
+//
+//   folivo-bench --library FILE --work DIR [--runs N] [--json FILE]
+//   folivo-bench --child startup|memory DIR      (the measured child processes)
+
+#include "app/commands.h"
+#include "app/mainframe.h"
+#include "app/messages.h"
+#include "app/settings.h"
+#include "app/startup.h"
+#include "backup/backupjobs.h"
+#include "catalogue/pageprohlizeni.h"
+#include "circulation/circulationcore.h"
+#include "data/database.h"
+#include "data/dates.h"
+#include "data/recordsets.h"
+#include "data/statements.h"
+#include "reports/reportcore.h"
+#include "reports/reportmodel.h"
+#include "reports/sestavaview.h"
+#include "search/searchcore.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSysInfo>
+#include <QThread>
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace {
+
+// ---------------------------------------------------------------------------------------------
+// Plumbing
+
+[[noreturn]] void die(const QString &text)
+{
+    std::fprintf(stderr, "folivo-bench: %s\n", qPrintable(text));
+    std::exit(2);
+}
+
+double median(std::vector<double> v)
+{
+    if (v.empty())
+        return 0;
+    std::sort(v.begin(), v.end());
+    const size_t n = v.size();
+    return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
+}
+
+double msSince(const QElapsedTimer &t)
+{
+    return double(t.nsecsElapsed()) / 1e6;
+}
+
+// Every box the program would show is printed instead; questions are answered yes.
+void installUnattendedMessages()
+{
+    setMessageBoxHandler([](const QString &caption, const QString &text, MessageKind, int buttons) {
+        const int n = catalogueNumberBeingShown();
+        if (n != 0 || !text.isEmpty())
+            std::fprintf(stderr, "  [box %d] %s %s\n", n, qPrintable(caption), qPrintable(text));
+        if (buttons == ButtonsYesNo || buttons == ButtonsYesNoIrreversible)
+            return int(ResultYes);
+        return buttons == ButtonsConfirm ? int(ResultConfirmed) : int(ResultOk);
+    });
+}
+
+// The baseline's own connection to the library file, opened as the program opens it.
+class Raw final
+{
+public:
+    explicit Raw(const QString &path)
+    {
+        if (sqlite3_open_v2(QFile::encodeName(path).constData(), &m_db, SQLITE_OPEN_READWRITE, nullptr) !=
+            SQLITE_OK)
+            die(QStringLiteral("cannot open %1").arg(path));
+        exec("PRAGMA locking_mode=EXCLUSIVE");
+        exec("PRAGMA journal_mode=DELETE");
+    }
+    ~Raw() { sqlite3_close_v2(m_db); }
+    Raw(const Raw &) = delete;
+    Raw &operator=(const Raw &) = delete;
+
+    void exec(const char *sql)
+    {
+        char *err = nullptr;
+        if (sqlite3_exec(m_db, sql, nullptr, nullptr, &err) != SQLITE_OK)
+            die(QStringLiteral("%1: %2").arg(QString::fromUtf8(sql), QString::fromUtf8(err ? err : "?")));
+    }
+    sqlite3 *db() const { return m_db; }
+
+private:
+    sqlite3 *m_db = nullptr;
+};
+
+class Stmt3 final
+{
+public:
+    Stmt3(sqlite3 *db, const std::string &sql)
+    {
+        if (sqlite3_prepare_v2(db, sql.c_str(), int(sql.size()), &m_s, nullptr) != SQLITE_OK)
+            die(QStringLiteral("prepare %1: %2")
+                    .arg(QString::fromStdString(sql), QString::fromUtf8(sqlite3_errmsg(db))));
+    }
+    ~Stmt3() { sqlite3_finalize(m_s); }
+    Stmt3(const Stmt3 &) = delete;
+    Stmt3 &operator=(const Stmt3 &) = delete;
+    sqlite3_stmt *operator*() const { return m_s; }
+    bool step()
+    {
+        const int rc = sqlite3_step(m_s);
+        if (rc == SQLITE_ROW)
+            return true;
+        if (rc != SQLITE_DONE)
+            die(QStringLiteral("step: %1").arg(QString::fromUtf8(sqlite3_errmsg(sqlite3_db_handle(m_s)))));
+        return false;
+    }
+    void reset()
+    {
+        sqlite3_reset(m_s);
+        sqlite3_clear_bindings(m_s);
+    }
+    int column(const char *name) const
+    {
+        for (int i = 0; i < sqlite3_column_count(m_s); ++i)
+            if (qstrcmp(sqlite3_column_name(m_s, i), name) == 0)
+                return i;
+        die(QStringLiteral("no column %1").arg(QLatin1String(name)));
+    }
+    std::string text(int i) const
+    {
+        const auto *t = reinterpret_cast<const char *>(sqlite3_column_text(m_s, i));
+        return t ? std::string(t, size_t(sqlite3_column_bytes(m_s, i))) : std::string();
+    }
+    int integer(int i) const { return sqlite3_column_int(m_s, i); }
+
+private:
+    sqlite3_stmt *m_s = nullptr;
+};
+
+std::string sqliteText(const QString &jet)
+{
+    return jetToSqlite(jet).toStdString();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Results
+
+struct Case
+{
+    QString name;
+    QString unit; // "ms" or "MB"
+    double ours = 0;
+    double base = 0;
+    QString baseName;
+    double limit = 0;
+    bool atLeast = false; // throughput: ours must reach limit x the baseline's
+    double ratio() const
+    {
+        if (atLeast)
+            return ours > 0 ? base / ours : 0; // throughput ratio: base time / our time
+        return base > 0 ? ours / base : 0;
+    }
+    bool holds() const { return atLeast ? ratio() >= limit : ratio() <= limit; }
+};
+
+std::vector<Case> g_cases;
+
+void addCase(Case c)
+{
+    std::printf("  %-34s ours %10.3f %s   base %10.3f %s   ratio %6.2f  %s\n", qPrintable(c.name), c.ours,
+                qPrintable(c.unit), c.base, qPrintable(c.unit), c.ratio(), c.holds() ? "ok" : "MISSED");
+    std::fflush(stdout);
+    g_cases.push_back(std::move(c));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Reports and search: the statement's rows with their category names, as a list would hold them.
+
+struct PlainRow
+{
+    std::string code, title, category, author;
+    float price = 0;
+    int id = 0;
+};
+
+size_t plainReport(sqlite3 *db, const std::string &sql)
+{
+    Stmt3 books(db, sql);
+    Stmt3 category(db, "SELECT NAZEV FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = ?");
+    const int iId = books.column("ID_KNIHY_KNIHY"), iCat = books.column("ID_KATEGORIE_KNIHY"),
+              iCode = books.column("KOD"), iTitle = books.column("NAZEV"), iAuthor = books.column("AUTOR"),
+              iPrice = books.column("CENA");
+    std::unordered_map<int, std::string> names;
+    std::vector<PlainRow> rows;
+    double total = 0;
+    while (books.step()) {
+        PlainRow r;
+        const int cat = books.integer(iCat);
+        auto it = names.find(cat);
+        if (it == names.end()) {
+            sqlite3_bind_int(*category, 1, cat);
+            if (!category.step())
+                die(QStringLiteral("category missing"));
+            it = names.emplace(cat, category.text(0)).first;
+            category.reset();
+        }
+        r.category = it->second;
+        r.code = books.text(iCode);
+        r.title = books.text(iTitle);
+        r.author = books.text(iAuthor);
+        r.price = float(sqlite3_column_double(*books, iPrice));
+        r.id = books.integer(iId);
+        total += double(r.price);
+        rows.push_back(std::move(r));
+    }
+    std::reverse(rows.begin(), rows.end());
+    return rows.size() + (total < 0 ? 1 : 0);
+}
+
+struct ReportCase
+{
+    QString name;
+    ReportQuery query;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The bench
+
+struct Bench
+{
+    QString library; // the cached demo library
+    QString work;
+    int runs = 5;
+    QString bigDir, emptyDir;
+    QString bigDb() const { return bigDir + QStringLiteral("/Folivo.db"); }
+
+    void openOurs(const QString &db)
+    {
+        QString detail;
+        if (Database::open(db, &detail) != Database::OpenResult::Ok)
+            die(QStringLiteral("cannot open %1: %2").arg(db, detail));
+    }
+
+    void prepareDirs()
+    {
+        bigDir = work + QStringLiteral("/big");
+        emptyDir = work + QStringLiteral("/empty");
+        QDir(work).removeRecursively();
+        QDir().mkpath(bigDir);
+        QDir().mkpath(emptyDir);
+        if (!QFile::copy(library, bigDb()))
+            die(QStringLiteral("cannot copy %1").arg(library));
+        QString error;
+        if (!Database::createEmpty(emptyDir + QStringLiteral("/Folivo.db"), &error))
+            die(error);
+        SettingsRecord settings;
+        settings.userName = QStringLiteral("Benchmark");
+        if (!settings.write(bigDir + QStringLiteral("/Folivo.ini")) ||
+            !settings.write(emptyDir + QStringLiteral("/Folivo.ini")))
+            die(QStringLiteral("cannot write the settings"));
+    }
+
+    // Runs f runs times after one warm-up and returns the median in ms.
+    double timed(const std::function<void()> &f, int count = -1)
+    {
+        if (count < 0)
+            count = runs;
+        f();
+        std::vector<double> t;
+        for (int i = 0; i < count; ++i) {
+            QElapsedTimer timer;
+            timer.start();
+            f();
+            t.push_back(msSince(timer));
+        }
+        return median(t);
+    }
+
+    qint32 scalar(sqlite3 *db, const std::string &sql)
+    {
+        Stmt3 s(db, sql);
+        if (!s.step())
+            die(QStringLiteral("no row: %1").arg(QString::fromStdString(sql)));
+        return s.integer(0);
+    }
+
+    std::vector<ReportCase> reportCases(sqlite3 *db)
+    {
+        const DateNumber day = dateNumberFromDate(today());
+        const QString dayText = dateText(day).trimmed();
+        const qint32 category =
+            scalar(db, "SELECT ID_KATEGORIE_KNIHY FROM KNIHY WHERE NOT VYRAZENO GROUP BY 1 "
+                       "ORDER BY COUNT(*) DESC LIMIT 1");
+        const qint32 lender = scalar(db, "SELECT ID_LIDE_KNIHY FROM KNIHY WHERE VYPUJCENO AND NOT VYRAZENO "
+                                         "GROUP BY 1 ORDER BY COUNT(*) DESC LIMIT 1");
+        const qint32 reader =
+            scalar(db, "SELECT ID_LIDE_VYPUJCKY FROM VYPUJCKY GROUP BY 1 ORDER BY COUNT(*) DESC LIMIT 1");
+        const qint32 late =
+            scalar(db, QStringLiteral("SELECT ID_LIDE_VYPUJCKY FROM VYPUJCKY WHERE NOT VRACENO "
+                                      "AND OMEZOVAT AND DATUM_MAX < %1 GROUP BY 1 ORDER BY "
+                                      "COUNT(*) DESC LIMIT 1")
+                           .arg(day)
+                           .toStdString());
+        return {
+            {QStringLiteral("report 1 client's loans"), clientLoansReport(lender, QStringLiteral("x"))},
+            {QStringLiteral("report 2 category"), categoryReport(category, QStringLiteral("x"))},
+            {QStringLiteral("report 3 client's history"), clientHistoryReport(reader, QStringLiteral("x"))},
+            {QStringLiteral("report 4 overdue"), overdueReport(day, dayText)},
+            {QStringLiteral("report 5 lent"), fixedReport(ReportKind::Lent)},
+            {QStringLiteral("report 6 discarded"), fixedReport(ReportKind::Discarded)},
+            {QStringLiteral("report 7 present"), fixedReport(ReportKind::Present)},
+            {QStringLiteral("report 8 present and lent"), fixedReport(ReportKind::PresentAndLent)},
+            {QStringLiteral("report 9 client's overdue"),
+             clientOverdueReport(late, QStringLiteral("x"), QStringLiteral("y"), day, dayText)},
+        };
+    }
+
+    static SearchCriteria searchCriteria()
+    {
+        SearchCriteria c;
+        c.title = QStringLiteral("CES"); // finds "Cesta", "cestách"
+        c.exactTitle = false;
+        c.author = QStringLiteral("kar"); // Karel Čapek, Karel May, ...
+        c.exactAuthor = false;
+        c.keywords = {QStringLiteral("humor")};
+        return c;
+    }
+
+    void reportsAndSearch()
+    {
+        std::vector<ReportCase> cases;
+        std::vector<double> base;
+        std::vector<size_t> baseRows;
+        SearchCriteria criteria = searchCriteria();
+        SearchValues values;
+        // No client code among the criteria: the checks need no database.
+        if (!ValidateCriteria(criteria, values).passed())
+            die(QStringLiteral("search criteria refused"));
+        const QString searchSql = BuildSearchSql(criteria, values);
+        {
+            Raw raw(bigDb());
+            cases = reportCases(raw.db());
+            cases.push_back(
+                {QStringLiteral("search title+author+keyword"), {searchSql, QStringLiteral("s"), 0}});
+            for (const ReportCase &c : cases) {
+                const std::string sql = sqliteText(c.query.sql);
+                size_t n = 0;
+                base.push_back(timed([&] { n = plainReport(raw.db(), sql); }));
+                baseRows.push_back(n);
+            }
+        }
+        openOurs(bigDb());
+        CSestavaView view;
+        view.resize(900, 700);
+        for (size_t i = 0; i < cases.size(); ++i) {
+            const ReportCase &c = cases[i];
+            const bool search = i + 1 == cases.size();
+            ViewSwitchRequest request;
+            request.target = ViewSwitchRequest::ReportView;
+            request.title = c.query.title;
+            request.reportKind = c.query.kind;
+            const double ours = timed([&] {
+                if (search) {
+                    // The search view's own path: the checks, the statement, the report view.
+                    SearchCriteria typed = searchCriteria();
+                    SearchValues v;
+                    if (!ValidateCriteria(typed, v).passed())
+                        die(QStringLiteral("search criteria refused"));
+                    request.sql = BuildSearchSql(typed, v);
+                } else {
+                    request.sql = c.query.sql;
+                }
+                view.enterView(request);
+            });
+            if (size_t(view.model()->rowCount()) != baseRows[i])
+                die(QStringLiteral("%1: %2 rows, the baseline %3")
+                        .arg(c.name)
+                        .arg(view.model()->rowCount())
+                        .arg(baseRows[i]));
+            Case r;
+            r.name = QStringLiteral("%1 (%2 rows)").arg(c.name).arg(baseRows[i]);
+            r.unit = QStringLiteral("ms");
+            r.ours = ours;
+            r.base = base[i];
+            r.baseName = search ? QStringLiteral("same statement, built-in LIKE, C API")
+                                : QStringLiteral("same statement, C API");
+            r.limit = search ? 2.0 : 1.5;
+            addCase(r);
+            view.leaveView();
+        }
+        Database::close();
+    }
+
+    // Ten codes of present books and one client, for each side; the books go out and come back.
+    struct CirculationData
+    {
+        QString client;
+        QStringList ours, base;
+    };
+
+    CirculationData circulationData(sqlite3 *db)
+    {
+        CirculationData d;
+        Stmt3 c(db, "SELECT KOD FROM LIDE WHERE UKAZOVAT ORDER BY ID_LIDE_LIDE LIMIT 1 OFFSET 500");
+        if (!c.step())
+            die(QStringLiteral("no client"));
+        d.client = QString::fromStdString(c.text(0));
+        Stmt3 b(db, "SELECT KOD FROM KNIHY WHERE NOT VYRAZENO AND NOT VYPUJCENO ORDER BY PRIRUSTEK LIMIT 20 "
+                    "OFFSET 40000");
+        while (b.step())
+            (d.ours.size() < 10 ? d.ours : d.base) << QString::fromStdString(b.text(0));
+        if (d.base.size() != 10)
+            die(QStringLiteral("not enough present books"));
+        return d;
+    }
+
+    // The loan page's path: the client by code, each book by code with its category, the write.
+    static void ourLoan(const CirculationData &d)
+    {
+        CSetLide lide;
+        lide.open(QString::asprintf(Stmt::LideByKodVisible, qUtf8Printable(d.client)));
+        if (lide.isEOF())
+            die(QStringLiteral("client not found"));
+        QList<LoanBook> books;
+        const DateNumber day = dateNumberFromDate(today());
+        for (const QString &code : d.ours) {
+            CSetKnihy book;
+            book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
+            if (book.isEOF() || book.m_VYPUJCENO)
+                die(QStringLiteral("book %1 not present").arg(code));
+            CSetKategorie category;
+            category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+            if (category.isEOF())
+                die(QStringLiteral("category missing"));
+            books << LoanBook{book.m_ID_KNIHY_KNIHY, day + 0};
+        }
+        lendBooks(lide.m_ID_LIDE_LIDE, day, books);
+    }
+
+    // The return page's path: each book by code with its category, holder and open loan, the write.
+    static void ourReturn(const CirculationData &d)
+    {
+        QList<ReturnBook> books;
+        for (const QString &code : d.ours) {
+            CSetKnihy book;
+            book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
+            if (book.isEOF() || !book.m_VYPUJCENO)
+                die(QStringLiteral("book %1 not lent").arg(code));
+            CSetKategorie category;
+            category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+            CSetLide lide;
+            lide.open(QString::asprintf(Stmt::LideById, book.m_ID_LIDE_KNIHY));
+            CSetVypujcky loan;
+            loan.open(QString::asprintf(Stmt::VypujckyRow, book.m_ID_VYPUJCKY_KNIHY, book.m_ID_KNIHY_KNIHY));
+            if (category.isEOF() || lide.isEOF() || loan.isEOF())
+                die(QStringLiteral("return lookups failed"));
+            books << ReturnBook{book.m_ID_KNIHY_KNIHY, lide.m_ID_LIDE_LIDE, loan.m_ID_VYPUJCKY_VYPUJCKY,
+                                loan.m_DATUM_PUJCKY,   loan.m_DATUM_MAX,    bool(loan.m_OMEZOVAT)};
+        }
+        returnBooks(dateNumberFromDate(today()), books);
+    }
+
+    static void baseLoan(sqlite3 *db, const CirculationData &d)
+    {
+        const int day = dateNumberFromDate(today());
+        Stmt3 client(db, sqliteText(QString::fromUtf8(Stmt::LideByKodVisible)
+                                        .replace(QStringLiteral("'%s'"), QStringLiteral("?"))) +
+                             " COLLATE NOCASE");
+        Stmt3 book(
+            db, "SELECT rowid, ID_KNIHY_KNIHY, ID_KATEGORIE_KNIHY, VYPUJCENO FROM KNIHY WHERE KNIHY.KOD = ? "
+                "COLLATE NOCASE AND NOT KNIHY.VYRAZENO");
+        Stmt3 category(db, "SELECT * FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = ?");
+        const QByteArray clientCode = d.client.toUtf8();
+        sqlite3_bind_text(*client, 1, clientCode.constData(), -1, SQLITE_TRANSIENT);
+        if (!client.step())
+            die(QStringLiteral("client not found"));
+        const int clientId = client.integer(client.column("ID_LIDE_LIDE"));
+        struct B
+        {
+            qint64 rowid;
+            int id;
+        };
+        std::vector<B> books;
+        for (const QString &code : d.base) {
+            const QByteArray c = code.toUtf8();
+            sqlite3_bind_text(*book, 1, c.constData(), -1, SQLITE_TRANSIENT);
+            if (!book.step() || book.integer(3))
+                die(QStringLiteral("book %1 not present").arg(code));
+            books.push_back({sqlite3_column_int64(*book, 0), book.integer(1)});
+            sqlite3_bind_int(*category, 1, book.integer(2));
+            if (!category.step())
+                die(QStringLiteral("category missing"));
+            category.reset();
+            book.reset();
+        }
+        sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+        const int loan = scalarIds(db, "ID_VYPUJCKY_FIRSTFREE");
+        Stmt3 upd(db,
+                  "UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = ?, ID_VYPUJCKY_KNIHY = ? WHERE rowid = ?");
+        Stmt3 ins(db, "INSERT INTO VYPUJCKY VALUES (?, ?, ?, 0, ?, 1, ?, -1)");
+        for (auto it = books.rbegin(); it != books.rend(); ++it) {
+            sqlite3_bind_int(*upd, 1, clientId);
+            sqlite3_bind_int(*upd, 2, loan);
+            sqlite3_bind_int64(*upd, 3, it->rowid);
+            upd.step();
+            upd.reset();
+            sqlite3_bind_int(*ins, 1, loan);
+            sqlite3_bind_int(*ins, 2, clientId);
+            sqlite3_bind_int(*ins, 3, it->id);
+            sqlite3_bind_int(*ins, 4, day);
+            sqlite3_bind_int(*ins, 5, day);
+            ins.step();
+            ins.reset();
+        }
+        if (sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK)
+            die(QStringLiteral("commit failed"));
+    }
+
+    // Reads and raises one IDS counter, as the program allocates identifiers.
+    static int scalarIds(sqlite3 *db, const char *column)
+    {
+        Stmt3 read(db, std::string("SELECT rowid, ") + column + " FROM IDS");
+        if (!read.step())
+            die(QStringLiteral("IDS missing"));
+        const int value = read.integer(1);
+        Stmt3 write(db, std::string("UPDATE IDS SET ") + column + " = ? WHERE rowid = ?");
+        sqlite3_bind_int(*write, 1, value + 1);
+        sqlite3_bind_int64(*write, 2, sqlite3_column_int64(*read, 0));
+        write.step();
+        return value;
+    }
+
+    static void baseReturn(sqlite3 *db, const CirculationData &d)
+    {
+        const int day = dateNumberFromDate(today());
+        Stmt3 book(db,
+                   "SELECT rowid, ID_KNIHY_KNIHY, ID_KATEGORIE_KNIHY, VYPUJCENO, ID_LIDE_KNIHY, "
+                   "ID_VYPUJCKY_KNIHY FROM KNIHY WHERE KNIHY.KOD = ? COLLATE NOCASE AND NOT KNIHY.VYRAZENO");
+        Stmt3 category(db, "SELECT * FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = ?");
+        Stmt3 client(db, "SELECT * FROM LIDE WHERE ID_LIDE_LIDE = ?");
+        Stmt3 loan(db, "SELECT rowid, DATUM_PUJCKY, DATUM_MAX, OMEZOVAT FROM VYPUJCKY WHERE "
+                       "ID_VYPUJCKY_VYPUJCKY = ? AND ID_KNIHY_VYPUJCKY = ?");
+        struct B
+        {
+            qint64 bookRow, loanRow;
+            int id, client, loanDate, due, limited;
+        };
+        std::vector<B> books;
+        for (const QString &code : d.base) {
+            const QByteArray c = code.toUtf8();
+            sqlite3_bind_text(*book, 1, c.constData(), -1, SQLITE_TRANSIENT);
+            if (!book.step() || !book.integer(3))
+                die(QStringLiteral("book %1 not lent").arg(code));
+            sqlite3_bind_int(*category, 1, book.integer(2));
+            sqlite3_bind_int(*client, 1, book.integer(4));
+            sqlite3_bind_int(*loan, 1, book.integer(5));
+            sqlite3_bind_int(*loan, 2, book.integer(1));
+            if (!category.step() || !client.step() || !loan.step())
+                die(QStringLiteral("return lookups failed"));
+            books.push_back({sqlite3_column_int64(*book, 0), sqlite3_column_int64(*loan, 0), book.integer(1),
+                             book.integer(4), loan.integer(1), loan.integer(2), loan.integer(3)});
+            book.reset();
+            category.reset();
+            client.reset();
+            loan.reset();
+        }
+        sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+        const int number = scalarIds(db, "ID_VRACENI_FIRSTFREE");
+        Stmt3 closeLoan(db, "UPDATE VYPUJCKY SET VRACENO = 1, DATUM_VRACENI = ? WHERE rowid = ?");
+        Stmt3 freeBook(db, "UPDATE KNIHY SET VYPUJCENO = 0, ID_LIDE_KNIHY = -1, ID_VYPUJCKY_KNIHY = -1 WHERE "
+                           "rowid = ?");
+        Stmt3 ins(db, "INSERT INTO VRACENI VALUES (?, ?, ?, ?, ?, ?, ?)");
+        for (auto it = books.rbegin(); it != books.rend(); ++it) {
+            sqlite3_bind_int(*closeLoan, 1, day);
+            sqlite3_bind_int64(*closeLoan, 2, it->loanRow);
+            closeLoan.step();
+            closeLoan.reset();
+            sqlite3_bind_int64(*freeBook, 1, it->bookRow);
+            freeBook.step();
+            freeBook.reset();
+            const int values[] = {number,       it->id,     it->client, day, it->limited ? it->due : -1,
+                                  it->loanDate, it->limited};
+            for (int i = 0; i < 7; ++i)
+                sqlite3_bind_int(*ins, i + 1, values[i]);
+            ins.step();
+            ins.reset();
+        }
+        if (sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK)
+            die(QStringLiteral("commit failed"));
+    }
+
+    void circulation()
+    {
+        CirculationData d;
+        std::vector<double> baseLoanT, baseReturnT, ourLoanT, ourReturnT;
+        {
+            Raw raw(bigDb());
+            d = circulationData(raw.db());
+            for (int i = 0; i <= runs; ++i) {
+                QElapsedTimer t;
+                t.start();
+                baseLoan(raw.db(), d);
+                if (i)
+                    baseLoanT.push_back(msSince(t));
+                t.start();
+                baseReturn(raw.db(), d);
+                if (i)
+                    baseReturnT.push_back(msSince(t));
+            }
+        }
+        openOurs(bigDb());
+        for (int i = 0; i <= runs; ++i) {
+            QElapsedTimer t;
+            t.start();
+            ourLoan(d);
+            if (i)
+                ourLoanT.push_back(msSince(t));
+            t.start();
+            ourReturn(d);
+            if (i)
+                ourReturnT.push_back(msSince(t));
+        }
+        Database::close();
+        addCase({QStringLiteral("loan of 10 books"), QStringLiteral("ms"), median(ourLoanT),
+                 median(baseLoanT), QStringLiteral("same statements, C API, one transaction"), 2.0, false});
+        addCase({QStringLiteral("return of 10 books"), QStringLiteral("ms"), median(ourReturnT),
+                 median(baseReturnT), QStringLiteral("same statements, C API, one transaction"), 2.0, false});
+    }
+
+    void browse()
+    {
+        // Identifiers in browse order, and the baseline: one indexed SELECT of the shown row.
+        std::vector<int> order;
+        const int steps = 200;
+        struct Op
+        {
+            QString name;
+            int command;
+            int start; // the row the walk starts from
+        };
+        std::vector<Op> ops;
+        std::vector<double> baseTimes;
+        {
+            Raw raw(bigDb());
+            Stmt3 ids(db(raw), "SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE NOT VYRAZENO ORDER BY PRIRUSTEK");
+            while (ids.step())
+                order.push_back(ids.integer(0));
+            const int n = int(order.size());
+            ops = {{QStringLiteral("browse first"), Cmd::NavFirst, n / 2},
+                   {QStringLiteral("browse last"), Cmd::NavLast, n / 2},
+                   {QStringLiteral("browse next"), Cmd::NavNext, n / 2},
+                   {QStringLiteral("browse previous"), Cmd::NavPrevious, n / 2},
+                   {QStringLiteral("browse page of 40"), Cmd::NavPageBack, 0}};
+            Stmt3 one(raw.db(), "SELECT * FROM KNIHY WHERE ID_KNIHY_KNIHY = ?");
+            for (const Op &op : ops) {
+                baseTimes.push_back(timed([&] {
+                                        int row = op.start;
+                                        for (int s = 0; s < steps; ++s) {
+                                            switch (op.command) {
+                                            case Cmd::NavFirst:
+                                                row = 0;
+                                                break;
+                                            case Cmd::NavLast:
+                                                row = n - 1;
+                                                break;
+                                            case Cmd::NavNext:
+                                                row = std::min(row + 1, n - 1);
+                                                break;
+                                            case Cmd::NavPrevious:
+                                                row = std::max(row - 1, 0);
+                                                break;
+                                            default:
+                                                row = std::min(row + 40, n - 1);
+                                            }
+                                            sqlite3_bind_int(*one, 1, order[size_t(row)]);
+                                            if (!one.step())
+                                                die(QStringLiteral("browse row missing"));
+                                            for (int c = 0; c < sqlite3_column_count(*one); ++c)
+                                                (void)sqlite3_column_text(*one, c);
+                                            one.reset();
+                                        }
+                                    }) /
+                                    steps);
+            }
+        }
+        openOurs(bigDb());
+        CPageProhlizeni page;
+        page.resize(800, 600);
+        page.show();
+        QCoreApplication::processEvents();
+        const double open = timed([&] { page.onActivate(); });
+        if (page.rowCount() != int(order.size()))
+            die(QStringLiteral("browse order differs"));
+        for (size_t i = 0; i < ops.size(); ++i) {
+            const Op &op = ops[i];
+            const double ours = timed([&] {
+                                    if (!page.showBook(order[size_t(op.start)]))
+                                        die(QStringLiteral("browse start row missing"));
+                                    for (int s = 0; s < steps; ++s)
+                                        page.navigate(op.command);
+                                }) /
+                                steps;
+            addCase({op.name, QStringLiteral("ms"), ours, baseTimes[i],
+                     QStringLiteral("one indexed SELECT of the row, C API"), 2.0, false});
+        }
+        page.onDeactivate();
+        Database::close();
+        std::printf("  (browse page opened with its %zu identifiers in %.1f ms)\n", order.size(), open);
+    }
+
+    static sqlite3 *db(const Raw &raw) { return raw.db(); }
+
+    double childRun(const QStringList &args, QByteArray *output = nullptr)
+    {
+        QProcess p;
+        p.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        QElapsedTimer t;
+        t.start();
+        p.start(QCoreApplication::applicationFilePath(), args);
+        if (!p.waitForFinished(120000) || p.exitCode() != 0)
+            die(QStringLiteral("child %1 failed").arg(args.join(QLatin1Char(' '))));
+        const double ms = msSince(t);
+        if (output)
+            *output = p.readAllStandardOutput();
+        return ms;
+    }
+
+    void startup()
+    {
+        std::vector<double> big, empty;
+        for (int i = 0; i <= runs; ++i) {
+            const double b = childRun({QStringLiteral("--child"), QStringLiteral("startup"), bigDir});
+            const double e = childRun({QStringLiteral("--child"), QStringLiteral("startup"), emptyDir});
+            if (i) {
+                big.push_back(b);
+                empty.push_back(e);
+            }
+        }
+        addCase({QStringLiteral("start-up to the entry view"), QStringLiteral("ms"), median(big),
+                 median(empty), QStringLiteral("start-up on an empty library"), 1.2, false});
+    }
+
+    void memory()
+    {
+        auto hwm = [&](const QString &dir) {
+            QByteArray out;
+            childRun({QStringLiteral("--child"), QStringLiteral("memory"), dir}, &out);
+            return out.trimmed().toDouble() / 1024.0;
+        };
+        std::vector<double> big, empty;
+        for (int i = 0; i < 3; ++i) {
+            big.push_back(hwm(bigDir));
+            empty.push_back(hwm(emptyDir));
+        }
+        addCase({QStringLiteral("peak memory, report 8 shown"), QStringLiteral("MB"), median(big),
+                 median(empty), QStringLiteral("empty report shown"), 3.0, false});
+    }
+
+    void backup()
+    {
+        const QString db = bigDb();
+        const QString file = work + QStringLiteral("/zaloha.fzl");
+        const QString copy = work + QStringLiteral("/copy.db");
+        const double mb = double(QFileInfo(db).size()) / 1e6;
+        auto cp = [&](const QString &from, const QString &to) {
+            QFile::remove(to);
+            if (QProcess::execute(QStringLiteral("cp"), {from, to}) != 0)
+                die(QStringLiteral("cp failed"));
+        };
+        const double cpExport = timed([&] { cp(db, copy); });
+        openOurs(db);
+        installUnattendedMessages();
+        const double ourExport = timed([&] {
+            QFile::remove(file);
+            ExportRequest request;
+            request.fileName = file;
+            request.dataDir = bigDir;
+            request.floppyDir = work;
+            request.stamp = BackupStamp::at(QDateTime::currentDateTime());
+            if (runExport(request, {}) != BackupOutcome::Succeeded)
+                die(QStringLiteral("export failed"));
+        });
+        const double cpImport = timed([&] { cp(file, copy); });
+        const double ourImport = timed([&] {
+            ImportRequest request;
+            request.fileName = file;
+            request.dataDir = bigDir;
+            if (runImport(request, {}) != BackupOutcome::Succeeded)
+                die(QStringLiteral("import failed"));
+        });
+        Database::close();
+        QFile::remove(copy);
+        addCase({QStringLiteral("backup export (%1 MB)").arg(mb, 0, 'f', 1), QStringLiteral("ms"), ourExport,
+                 cpExport, QStringLiteral("cp of the database file"), 0.7, true});
+        addCase({QStringLiteral("backup import (%1 MB)").arg(mb, 0, 'f', 1), QStringLiteral("ms"), ourImport,
+                 cpImport, QStringLiteral("cp of the backup file"), 0.7, true});
+    }
+};
+
+// ---------------------------------------------------------------------------------------------
+// The child processes
+
+int child(const QString &what, const QString &dir)
+{
+    int argc = 1;
+    char name[] = "folivo-bench";
+    char *argv[] = {name, nullptr};
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Folivo"));
+    QApplication::setApplicationName(QStringLiteral("Folivo"));
+    installUnattendedMessages();
+    StartupOptions options;
+    options.dataDir = dir;
+    options.floppyDir = dir;
+    int exitCode = 0;
+    CMainFrame *frame = startProgram(options, &exitCode);
+    if (!frame)
+        return 3;
+    frame->show();
+    QCoreApplication::processEvents();
+    CFrameView *entry = frame->activeView();
+    if (!entry || entry->viewTarget() != ViewSwitchRequest::EntryView || !entry->isVisible())
+        return 4;
+    if (what == QLatin1String("memory")) {
+        const ReportQuery q = fixedReport(ReportKind::PresentAndLent);
+        ViewSwitchRequest request;
+        request.target = ViewSwitchRequest::ReportView;
+        request.sql = q.sql;
+        request.title = q.title;
+        request.reportKind = q.kind;
+        frame->switchView(request);
+        for (int i = 0; i < 5; ++i)
+            QCoreApplication::processEvents();
+        auto *view = qobject_cast<CSestavaView *>(frame->activeView());
+        if (!view || !view->isVisible())
+            return 5;
+        QFile status(QStringLiteral("/proc/self/status"));
+        if (!status.open(QIODevice::ReadOnly))
+            return 6;
+        for (const QByteArray &line : status.readAll().split('\n'))
+            if (line.startsWith("VmHWM:"))
+                std::printf("%s\n", line.mid(6).trimmed().split(' ').value(0).constData());
+    }
+    delete frame;
+    Database::close();
+    return 0;
+}
+
+QString machine()
+{
+    QString cpu;
+    QFile f(QStringLiteral("/proc/cpuinfo"));
+    if (f.open(QIODevice::ReadOnly))
+        for (const QByteArray &line : f.readAll().split('\n'))
+            if (line.startsWith("model name")) {
+                cpu = QString::fromUtf8(line.mid(line.indexOf(':') + 1).trimmed());
+                break;
+            }
+    return QStringLiteral("%1, %2 logical CPUs, %3, Qt %4, SQLite %5")
+        .arg(cpu)
+        .arg(QThread::idealThreadCount())
+        .arg(QSysInfo::prettyProductName(), QString::fromLatin1(qVersion()),
+             QString::fromLatin1(sqlite3_libversion()));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (argc == 4 && qstrcmp(argv[1], "--child") == 0)
+        return child(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]));
+
+    QApplication app(argc, argv);
+    installUnattendedMessages();
+    Bench bench;
+    QString json;
+    const QStringList args = QCoreApplication::arguments();
+    for (int i = 1; i < args.size(); ++i) {
+        const QString &a = args.at(i);
+        const QString next = i + 1 < args.size() ? args.at(i + 1) : QString();
+        if (a == QLatin1String("--library"))
+            bench.library = next, ++i;
+        else if (a == QLatin1String("--work"))
+            bench.work = next, ++i;
+        else if (a == QLatin1String("--runs"))
+            bench.runs = std::max(1, next.toInt()), ++i;
+        else if (a == QLatin1String("--json"))
+            json = next, ++i;
+        else
+            die(QStringLiteral("unknown argument %1").arg(a));
+    }
+    if (bench.library.isEmpty() || bench.work.isEmpty())
+        die(QStringLiteral("usage: folivo-bench --library FILE --work DIR [--runs N] [--json FILE]"));
+    bench.library = QFileInfo(bench.library).absoluteFilePath();
+    bench.work = QDir(bench.work).absolutePath();
+    bench.prepareDirs();
+
+    std::printf("Folivo benchmarks, %d runs each (median)\n", bench.runs);
+    bench.reportsAndSearch();
+    bench.circulation();
+    bench.browse();
+    bench.startup();
+    bench.memory();
+    bench.backup();
+
+    std::printf("\n%-40s %12s %12s %7s %7s  %s\n", "case", "ours", "baseline", "ratio", "target", "holds");
+    int missed = 0;
+    QJsonArray rows;
+    for (const Case &c : g_cases) {
+        const QString target = QStringLiteral("%1 %2")
+                                   .arg(c.atLeast ? QStringLiteral(">=") : QStringLiteral("<="))
+                                   .arg(c.limit, 0, 'f', 1);
+        std::printf("%-40s %9.3f %-2s %9.3f %-2s %7.2f %7s  %s\n", qPrintable(c.name), c.ours,
+                    qPrintable(c.unit), c.base, qPrintable(c.unit), c.ratio(), qPrintable(target),
+                    c.holds() ? "yes" : "NO");
+        missed += c.holds() ? 0 : 1;
+        rows.append(QJsonObject{{QStringLiteral("case"), c.name},
+                                {QStringLiteral("unit"), c.unit},
+                                {QStringLiteral("ours"), c.ours},
+                                {QStringLiteral("baseline"), c.base},
+                                {QStringLiteral("baselineIs"), c.baseName},
+                                {QStringLiteral("ratio"), c.ratio()},
+                                {QStringLiteral("target"), target},
+                                {QStringLiteral("holds"), c.holds()}});
+    }
+    std::printf("\nmachine: %s\n", qPrintable(machine()));
+    if (!json.isEmpty()) {
+        QDir().mkpath(QFileInfo(json).absolutePath());
+        QFile out(json);
+        const QJsonObject doc{{QStringLiteral("machine"), machine()},
+                              {QStringLiteral("date"), QDateTime::currentDateTimeUtc().toString(Qt::ISODate)},
+                              {QStringLiteral("runs"), bench.runs},
+                              {QStringLiteral("cases"), rows}};
+        if (!out.open(QIODevice::WriteOnly) || out.write(QJsonDocument(doc).toJson()) < 0)
+            die(QStringLiteral("cannot write %1").arg(json));
+        std::printf("figures written to %s\n", qPrintable(json));
+    }
+    QDir(bench.work).removeRecursively();
+    return missed == 0 ? 0 : 1;
+}

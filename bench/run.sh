@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Builds Folivo in Release mode (build-release/), makes the demo library once (bench/cache/),
+# runs every benchmark and prints the table; the figures also go to bench/results/latest.json.
+#   bench/run.sh [--runs N]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+runs=5
+if [[ "${1:-}" == "--runs" ]]; then runs="$2"; fi
+build="${FOLIVO_BENCH_BUILD_DIR:-build-release}"
+jobs="${FOLIVO_BENCH_JOBS:-2}"
+
+if ! command -v cmake >/dev/null || ! command -v ninja >/dev/null; then
+    scripts/deps.sh
+fi
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFOLIVO_BENCH=ON >/dev/null
+ninja -C "$build" -j"$jobs" folivo-cli folivo-bench
+
+# The demo library depends only on the generator and today's date, which is fixed here.
+export FOLIVO_TODAY=2026-03-15
+cache=bench/cache/demo-100000
+if [[ ! -f "$cache/Folivo.db" ]]; then
+    rm -rf "$cache.tmp"
+    echo "making the demo library (100,000 books, 20,000 clients) in $cache ..."
+    "$build/src/folivo-cli" demo --data-dir "$cache.tmp" --books 100000 --clients 20000
+    mv "$cache.tmp" "$cache"
+fi
+
+mkdir -p bench/results
+work="$(mktemp -d "${TMPDIR:-/tmp}/folivo-bench.XXXXXX")"
+trap 'rm -rf "$work"' EXIT
+"$build/bench/folivo-bench" --library "$cache/Folivo.db" --work "$work" --runs "$runs" \
+    --json bench/results/latest.json
