@@ -893,6 +893,7 @@ int main(int argc, char **argv)
     installUnattendedMessages();
     Bench bench;
     QString json;
+    QStringList only; // groups to run: reports, circulation, browse, startup, memory, backup
     const QStringList args = QCoreApplication::arguments();
     for (int i = 1; i < args.size(); ++i) {
         const QString &a = args.at(i);
@@ -903,6 +904,8 @@ int main(int argc, char **argv)
             bench.work = next, ++i;
         else if (a == QLatin1String("--runs"))
             bench.runs = std::max(1, next.toInt()), ++i;
+        else if (a == QLatin1String("--only"))
+            only = next.split(QLatin1Char(',')), ++i;
         else if (a == QLatin1String("--json"))
             json = next, ++i;
         else
@@ -915,12 +918,18 @@ int main(int argc, char **argv)
     bench.prepareDirs();
 
     std::printf("Folivo benchmarks, %d runs each (median)\n", bench.runs);
-    bench.reportsAndSearch();
-    bench.circulation();
-    bench.browse();
-    bench.startup();
-    bench.memory();
-    bench.backup();
+    if (only.isEmpty() || only.contains(QLatin1String("reports")))
+        bench.reportsAndSearch();
+    if (only.isEmpty() || only.contains(QLatin1String("circulation")))
+        bench.circulation();
+    if (only.isEmpty() || only.contains(QLatin1String("browse")))
+        bench.browse();
+    if (only.isEmpty() || only.contains(QLatin1String("startup")))
+        bench.startup();
+    if (only.isEmpty() || only.contains(QLatin1String("memory")))
+        bench.memory();
+    if (only.isEmpty() || only.contains(QLatin1String("backup")))
+        bench.backup();
 
     std::printf("\n%-40s %12s %12s %7s %7s  %s\n", "case", "ours", "baseline", "ratio", "target", "holds");
     int missed = 0;

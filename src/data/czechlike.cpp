@@ -11,6 +11,39 @@ namespace {
 
 using Chars = std::vector<char32_t>;
 
+// Case-folds a UTF-8 text into out. Pure ASCII (most titles, codes and keyword lists) folds byte
+// by byte; anything else goes through Qt's full case folding.
+void foldUtf8Into(const unsigned char *text, int bytes, Chars &out)
+{
+    out.clear();
+    if (!text || bytes <= 0)
+        return;
+    out.reserve(size_t(bytes));
+    bool ascii = true;
+    for (int i = 0; i < bytes; ++i) {
+        const unsigned char c = text[i];
+        if (c >= 0x80) {
+            ascii = false;
+            break;
+        }
+        out.push_back(char32_t(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c));
+    }
+    if (ascii)
+        return;
+    out.clear();
+    const QString f = QString::fromUtf8(reinterpret_cast<const char *>(text), bytes).toCaseFolded();
+    const qsizetype n = f.size();
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t c = f.at(i).unicode();
+        if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(f.at(i + 1).unicode())) {
+            out.push_back(QChar::surrogateToUcs4(c, f.at(i + 1).unicode()));
+            ++i;
+        } else {
+            out.push_back(QChar::isSurrogate(c) ? char32_t(0xFFFD) : char32_t(c));
+        }
+    }
+}
+
 Chars folded(const QString &s)
 {
     const QList<uint> ucs = s.toCaseFolded().toUcs4();
@@ -19,7 +52,9 @@ Chars folded(const QString &s)
 
 Chars foldedUtf8(const unsigned char *text, int bytes)
 {
-    return folded(QString::fromUtf8(reinterpret_cast<const char *>(text), bytes));
+    Chars out;
+    foldUtf8Into(text, bytes, out);
+    return out;
 }
 
 // Wildcard match with backtracking to the last %; linear for the usual *word* patterns.
@@ -89,7 +124,9 @@ void likeFunction(sqlite3_context *ctx, int argc, sqlite3_value **argv)
             return;
         }
     }
-    const Chars t = foldedUtf8(sqlite3_value_text(argv[1]), sqlite3_value_bytes(argv[1]));
+    // One buffer for the compared texts of the whole statement: no allocation per row.
+    thread_local Chars t;
+    foldUtf8Into(sqlite3_value_text(argv[1]), sqlite3_value_bytes(argv[1]), t);
     sqlite3_result_int(ctx, match(*pattern, t, esc) ? 1 : 0);
 }
 
