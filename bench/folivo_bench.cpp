@@ -11,6 +11,7 @@
 #include "app/settings.h"
 #include "app/startup.h"
 #include "backup/backupjobs.h"
+#include "catalogue/bookcore.h"
 #include "catalogue/pageprohlizeni.h"
 #include "circulation/circulationcore.h"
 #include "data/database.h"
@@ -721,6 +722,22 @@ struct Bench
             addCase({op.name, QStringLiteral("ms"), ours, baseTimes[i],
                      QStringLiteral("one indexed SELECT of the row, C API"), 2.0, false});
         }
+        {
+            // What the page reads per step, without its widgets: the book, its category, its holder.
+            const int n = int(order.size());
+            const double reads = timed([&] {
+                                     for (int s = 0; s < steps; ++s) {
+                                         const std::optional<BookRow> book =
+                                             findBookById(order[size_t((s * 997) % n)]);
+                                         if (!book || !categoryName(book->category) ||
+                                             (book->client != -1 && !clientLabel(book->client)))
+                                             die(QStringLiteral("browse read failed"));
+                                     }
+                                 }) /
+                                 steps;
+            addCase({QStringLiteral("  (info) browse reads, no widgets"), QStringLiteral("ms"), reads,
+                     baseTimes[0], QStringLiteral("one indexed SELECT of the row, C API"), 2.0, false});
+        }
         page.onDeactivate();
         Database::close();
         std::printf("  (browse page opened with its %zu identifiers in %.1f ms)\n", order.size(), open);
@@ -786,6 +803,12 @@ struct Bench
                 die(QStringLiteral("cp failed"));
         };
         const double cpExport = timed([&] { cp(db, copy); });
+        // The export makes its file durable before it reports success; so does this copy.
+        const double cpSyncExport = timed([&] {
+            cp(db, copy);
+            if (QProcess::execute(QStringLiteral("sync"), {copy}) != 0)
+                die(QStringLiteral("sync failed"));
+        });
         openOurs(db);
         installUnattendedMessages();
         const double ourExport = timed([&] {
@@ -810,6 +833,8 @@ struct Bench
         QFile::remove(copy);
         addCase({QStringLiteral("backup export (%1 MB)").arg(mb, 0, 'f', 1), QStringLiteral("ms"), ourExport,
                  cpExport, QStringLiteral("cp of the database file"), 0.7, true});
+        addCase({QStringLiteral("  (info) export vs cp + sync"), QStringLiteral("ms"), ourExport,
+                 cpSyncExport, QStringLiteral("cp and sync of the copy"), 0.7, true});
         addCase({QStringLiteral("backup import (%1 MB)").arg(mb, 0, 'f', 1), QStringLiteral("ms"), ourImport,
                  cpImport, QStringLiteral("cp of the backup file"), 0.7, true});
     }

@@ -113,8 +113,8 @@ class CategoryNames final
 public:
     CategoryNames()
         : m_query(jetToSqlite(
-              QString::fromUtf8(Stmt::KategorieById).replace(QStringLiteral("%d"), QStringLiteral("?"))))
-        , m_name(m_query.column("NAZEV"))
+              QString::fromUtf8(Stmt::KategorieById).replace(QStringLiteral("%d"), QStringLiteral("?")))),
+          m_name(m_query.column("NAZEV"))
     {
         if (m_name < 0)
             throw DbError(QStringLiteral("KATEGORIE has no NAZEV"));

@@ -1,5 +1,6 @@
 #include "data/czechlike.h"
 #include "data/database.h"
+#include "data/directquery.h"
 #include "data/recordsets.h"
 #include "data/statements.h"
 #include "support/testsupport.h"
@@ -18,6 +19,8 @@ private Q_SLOTS:
     void translation_data();
     void translation();
     void czechLikeIgnoresCase();
+    void czechLikeOnPlainAndAccentedTexts();
+    void directQueryReads();
     void everyStatementRuns();
     void reportStatementsSelectTheRightRows();
     void allocationAndRollback();
@@ -94,16 +97,18 @@ void TestDatabase::translation_data()
                                 << "SELECT * FROM KNIHY WHERE 1 AND AUTOR LIKE '%Čap%' ";
     QTest::newRow("question mark") << "SELECT * FROM KNIHY WHERE KOD LIKE 'A?1'"
                                    << "SELECT * FROM KNIHY WHERE KOD LIKE 'A_1'";
-    QTest::newRow("stars outside like stay") << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' AND KOD LIKE '*1*'"
-                                             << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' COLLATE NOCASE AND KOD LIKE '%1%'";
+    QTest::newRow("stars outside like stay")
+        << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' AND KOD LIKE '*1*'"
+        << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' COLLATE NOCASE AND KOD LIKE '%1%'";
     QTest::newRow("text equality ignores case")
         << "SELECT * FROM KNIHY WHERE KOD='ab' AND VYRAZENO"
         << "SELECT * FROM KNIHY WHERE KOD='ab' COLLATE NOCASE AND VYRAZENO";
     QTest::newRow("czech text equality") << "AND AUTOR = 'karel čapek' "
                                          << "AND AUTOR = 'karel čapek' COLLATE CZNOCASE ";
-    QTest::newRow("engine wildcards are plain in a pattern")
-        << "AND KOD LIKE '*A_1%\\*' " << "AND KOD LIKE '%A\\_1\\%\\\\%' ESCAPE '\\' ";
-    QTest::newRow("quote inside text") << "AND AUTOR = 'O''Neil' " << "AND AUTOR = 'O''Neil' COLLATE NOCASE ";
+    QTest::newRow("engine wildcards are plain in a pattern") << "AND KOD LIKE '*A_1%\\*' "
+                                                             << "AND KOD LIKE '%A\\_1\\%\\\\%' ESCAPE '\\' ";
+    QTest::newRow("quote inside text") << "AND AUTOR = 'O''Neil' "
+                                       << "AND AUTOR = 'O''Neil' COLLATE NOCASE ";
     QTest::newRow("numbers untouched") << "WHERE CENA <= 200.000000 AND PRIRUSTEK >= 3 AND KOD <> 'x'"
                                        << "WHERE CENA <= 200.000000 AND PRIRUSTEK >= 3 AND KOD <> 'x'";
     QTest::newRow("keyword tildes") << "AND KLICOVA_SLOVA LIKE '*~moře~*' "
@@ -159,7 +164,78 @@ void TestDatabase::czechLikeIgnoresCase()
     QCOMPARE(hits("KOD LIKE '*_1*'"), 1); // an underscore is a plain character for the librarian
     QCOMPARE(hits("KOD LIKE '*?1*'"), 2);
     QCOMPARE(hits("KOD = 'ab1'"), 1);
-    QCOMPARE(CSetKategorie::findByName(QStringLiteral("beletrie")), CSetKategorie::findByName(QStringLiteral("Beletrie")));
+    QCOMPARE(CSetKategorie::findByName(QStringLiteral("beletrie")),
+             CSetKategorie::findByName(QStringLiteral("Beletrie")));
+}
+
+// Plain ASCII texts take a shortcut through the registered LIKE; texts with other letters do not.
+// Both must answer as the full case folding does, row after row of one statement.
+void TestDatabase::czechLikeOnPlainAndAccentedTexts()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("1"))
+                    .withTitle(QStringLiteral("CESTA DOMU"), QStringLiteral("KAREL MAY")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("2"))
+                    .withTitle(QStringLiteral("Na cestách"), QStringLiteral("Karel Čapek")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("3"))
+                    .withTitle(QStringLiteral("ČESTNÉ SLOVO"), QStringLiteral("ČAPEK")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("4"))
+                    .withTitle(QString::fromUtf8("\u212Aarel"), QStringLiteral("x")));
+    lib.addBook(
+        TestLibrary::BookSpec(QStringLiteral("5")).withTitle(QStringLiteral(""), QStringLiteral("y")));
+    auto hits = [&](const char *where) {
+        return lib.count(
+            jetToSqlite(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ") + QString::fromUtf8(where)));
+    };
+    QCOMPARE(hits("NAZEV LIKE '*ces*'"), 2); // CESTA, cestách; not ČESTNÉ
+    QCOMPARE(hits("NAZEV LIKE '*čes*'"), 1); // ČESTNÉ only
+    QCOMPARE(hits("AUTOR LIKE '*kar*'"), 2); // an ASCII and an accented text
+    QCOMPARE(hits("AUTOR LIKE '*APEK'"), 2); // Čapek and ČAPEK end alike
+    QCOMPARE(hits("AUTOR LIKE 'čapek'"), 1); // the whole text, letter case aside
+    QCOMPARE(hits("NAZEV LIKE 'karel'"), 1); // the Kelvin sign folds to k
+    QCOMPARE(hits("NAZEV LIKE '*'"), 5);     // an empty title too
+    QCOMPARE(hits("NAZEV LIKE '?*'"), 4);
+    QCOMPARE(hits("NAZEV LIKE '*DOMU' AND AUTOR LIKE 'karel*'"), 1);
+}
+
+void TestDatabase::directQueryReads()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 first = lib.addBook(TestLibrary::BookSpec(QStringLiteral("A1"))
+                                         .withTitle(QStringLiteral("Žert"), QStringLiteral("Kundera")));
+    const qint32 second = lib.addBook(QStringLiteral("A2"));
+    runSql(QStringLiteral("UPDATE KNIHY SET AUTOR = NULL, CENA = 12.5 WHERE ID_KNIHY_KNIHY = ?"), {second});
+
+    DirectQuery q(QStringLiteral("SELECT * FROM KNIHY WHERE ID_KNIHY_KNIHY = ?"));
+    const int code = q.column("kod"); // names ignore letter case
+    const int title = q.column("NAZEV");
+    const int author = q.column("AUTOR");
+    const int price = q.column("CENA");
+    QVERIFY(code >= 0 && title >= 0 && author >= 0 && price >= 0);
+    QCOMPARE(q.column("NO_SUCH_COLUMN"), -1);
+    q.bind(1, first);
+    QVERIFY(q.next());
+    QCOMPARE(q.text(code), QStringLiteral("A1"));
+    QCOMPARE(q.text(title), QStringLiteral("Žert"));
+    QCOMPARE(q.text(author), QStringLiteral("Kundera"));
+    QVERIFY(!q.next());
+    q.reset();
+    q.bind(1, second);
+    QVERIFY(q.next());
+    QCOMPARE(q.text(code), QStringLiteral("A2"));
+    QVERIFY(q.text(author).isNull());
+    QCOMPARE(q.real(price), 12.5);
+    QCOMPARE(q.integer(q.column("ID_KNIHY_KNIHY")), qint64(second));
+    q.reset();
+    q.bind(1, 999999);
+    QVERIFY(!q.next());
+
+    QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("SELECT * FROM NO_TABLE")));
+    QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("   ")));
+    Database::close();
+    QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("SELECT 1")));
 }
 
 // Every statement the program issues runs on a real database after translation.
