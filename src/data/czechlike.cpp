@@ -11,24 +11,42 @@ namespace {
 
 using Chars = std::vector<char32_t>;
 
-// Case-folds a UTF-8 text into out. Pure ASCII (most titles, codes and keyword lists) folds byte
-// by byte; anything else goes through Qt's full case folding.
+// Folds a text made of ASCII and of the Latin letters up to U+017F (every Czech letter) one
+// code point at a time; each of those folds to exactly one code point, as the whole-text folding
+// would fold it. False (out undefined) for anything else, which takes the full folding.
+bool foldLatinInto(const unsigned char *text, int bytes, Chars &out)
+{
+    out.resize(size_t(bytes));
+    char32_t *o = out.data();
+    size_t n = 0;
+    for (int i = 0; i < bytes;) {
+        const unsigned char c = text[i];
+        if (c < 0x80) {
+            o[n++] = char32_t(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
+            ++i;
+            continue;
+        }
+        if (c < 0xC2 || c > 0xC5 || i + 1 >= bytes || (text[i + 1] & 0xC0) != 0x80)
+            return false; // beyond U+017F, or not well-formed
+        const char32_t cp = (char32_t(c & 0x1F) << 6) | char32_t(text[i + 1] & 0x3F);
+        // ß, İ and ŉ have a two-letter full folding: the whole-text path decides for them.
+        if (cp == 0xDF || cp == 0x130 || cp == 0x149)
+            return false;
+        o[n++] = QChar::toCaseFolded(cp);
+        i += 2;
+    }
+    out.resize(n);
+    return true;
+}
+
+// Case-folds a UTF-8 text into out, as QString::toCaseFolded would.
 void foldUtf8Into(const unsigned char *text, int bytes, Chars &out)
 {
-    out.clear();
-    if (!text || bytes <= 0)
+    if (!text || bytes <= 0) {
+        out.clear();
         return;
-    out.reserve(size_t(bytes));
-    bool ascii = true;
-    for (int i = 0; i < bytes; ++i) {
-        const unsigned char c = text[i];
-        if (c >= 0x80) {
-            ascii = false;
-            break;
-        }
-        out.push_back(char32_t(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c));
     }
-    if (ascii)
+    if (foldLatinInto(text, bytes, out))
         return;
     out.clear();
     const QString f = QString::fromUtf8(reinterpret_cast<const char *>(text), bytes).toCaseFolded();
