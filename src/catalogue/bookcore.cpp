@@ -2,6 +2,7 @@
 
 #include "data/checks.h"
 #include "data/database.h"
+#include "data/directquery.h"
 #include "data/recordsets.h"
 #include "data/statements.h"
 
@@ -376,31 +377,72 @@ std::optional<BookRow> findBookInUse(const QString &code)
     return BookRow::fromSet(set);
 }
 
+namespace {
+
+// One KNIHY row read straight from the engine, with the record set's conversions: NULL numbers
+// and flags are 0, NULL texts are null strings.
+BookRow bookRowFrom(const DirectQuery &q)
+{
+    auto col = [&q](const char *name) {
+        const int i = q.column(name);
+        if (i < 0)
+            throw DbError(QStringLiteral("KNIHY has no %1").arg(QLatin1String(name)));
+        return i;
+    };
+    auto number = [&](const char *name) { return qint32(q.integer(col(name))); };
+    auto flag = [&](const char *name) { return q.integer(col(name)) != 0; };
+    BookRow r;
+    r.id = number("ID_KNIHY_KNIHY");
+    r.category = number("ID_KATEGORIE_KNIHY");
+    r.client = number("ID_LIDE_KNIHY");
+    r.loan = number("ID_VYPUJCKY_KNIHY");
+    r.code = q.text(col("KOD"));
+    r.accession = number("PRIRUSTEK");
+    r.title = q.text(col("NAZEV"));
+    r.author = q.text(col("AUTOR"));
+    r.acquired = number("DATUM_PORIZENI");
+    r.price = float(q.real(col("CENA")));
+    r.year = number("ROK_VYDANI");
+    r.keywords = q.text(col("KLICOVA_SLOVA"));
+    r.publisher = q.text(col("VYDAVATEL"));
+    r.pages = number("POCET_STRAN");
+    r.annotation = q.text(col("ANOTACE"));
+    r.discarded = flag("VYRAZENO");
+    r.lent = flag("VYPUJCENO");
+    r.discardedOn = number("DATUM_VYRAZENI");
+    r.hasPublisher = flag("IS_VYDAVATEL");
+    r.hasYear = flag("IS_ROKVYDANI");
+    r.hasPages = flag("IS_POCETSTRAN");
+    r.hasAnnotation = flag("IS_ANOTACE");
+    r.hasKeywords = flag("IS_KLICOVESLOVO");
+    return r;
+}
+
+} // namespace
+
+// The next three read on the engine directly: the browse page calls them for every step.
 std::optional<BookRow> findBookById(qint32 bookId)
 {
-    CSetKnihy set;
-    set.open(QString::asprintf(Stmt::KnihyById, bookId));
-    if (set.isEOF())
+    DirectQuery q(jetToSqlite(QString::asprintf(Stmt::KnihyById, bookId)));
+    if (!q.next())
         return std::nullopt;
-    return BookRow::fromSet(set);
+    return bookRowFrom(q);
 }
 
 std::optional<QString> categoryName(qint32 categoryId)
 {
-    CSetKategorie set;
-    set.open(QString::asprintf(Stmt::KategorieById, categoryId));
-    if (set.isEOF())
+    DirectQuery q(jetToSqlite(QString::asprintf(Stmt::KategorieById, categoryId)));
+    if (!q.next())
         return std::nullopt;
-    return set.m_NAZEV;
+    return q.text(q.column("NAZEV"));
 }
 
 std::optional<QString> clientLabel(qint32 clientId)
 {
-    CSetLide set;
-    set.open(QString::asprintf(Stmt::LideById, clientId));
-    if (set.isEOF())
+    DirectQuery q(jetToSqlite(QString::asprintf(Stmt::LideById, clientId)));
+    if (!q.next())
         return std::nullopt;
-    return clientLabel(set.m_KOD, set.m_PRIJMENI, set.m_JMENO);
+    return clientLabel(q.text(q.column("KOD")), q.text(q.column("PRIJMENI")), q.text(q.column("JMENO")));
 }
 
 int daysOverdue(bool returned, bool limited, DateNumber due, DateNumber returnedOn)

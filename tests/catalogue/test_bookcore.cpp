@@ -1,6 +1,7 @@
 #include "catalogue/bookcore.h"
 #include "catalogue/booklookup.h"
 #include "data/database.h"
+#include "data/recordsets.h"
 #include "data/statements.h"
 #include "support/testsupport.h"
 
@@ -35,6 +36,7 @@ class TestBookCore : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void lookupsByIdReadAsTheRecordSet();
     void mandatoryFieldsInOrder_data();
     void mandatoryFieldsInOrder();
     void checksOfNewBook();
@@ -48,6 +50,68 @@ private Q_SLOTS:
     void detailsIntegrityFaults();
     void listsOfBooks();
 };
+
+// The browse page's reads go straight to the engine; they must give what the record set gives,
+// NULL columns and texts in numeric columns included.
+void TestBookCore::lookupsByIdReadAsTheRecordSet()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 category = lib.addCategory(QStringLiteral("Poezie"));
+    const qint32 client = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 full = lib.addBook(TestLibrary::BookSpec(QStringLiteral("A1"))
+                                        .withTitle(QStringLiteral("Kytice"), QStringLiteral("Erben")));
+    const qint32 sparse = lib.addBook(QStringLiteral("A2"));
+    runSql(QStringLiteral(
+               "UPDATE KNIHY SET ID_KATEGORIE_KNIHY = ?, ID_LIDE_KNIHY = ?, VYPUJCENO = 1, CENA = 99.9, "
+               "KLICOVA_SLOVA = '~láska~', IS_KLICOVESLOVO = 1 WHERE ID_KNIHY_KNIHY = ?"),
+           {category, client, full});
+    runSql(
+        QStringLiteral("UPDATE KNIHY SET AUTOR = NULL, ANOTACE = NULL, CENA = NULL, ROK_VYDANI = NULL, "
+                       "VYRAZENO = NULL, POCET_STRAN = '12', DATUM_PORIZENI = 'x' WHERE ID_KNIHY_KNIHY = ?"),
+        {sparse});
+    for (const qint32 id : {full, sparse}) {
+        CSetKnihy set;
+        set.open(QString::asprintf(Stmt::KnihyById, id));
+        QVERIFY(!set.isEOF());
+        const BookRow expected = BookRow::fromSet(set);
+        const std::optional<BookRow> got = findBookById(id);
+        QVERIFY(got);
+        QCOMPARE(got->id, expected.id);
+        QCOMPARE(got->category, expected.category);
+        QCOMPARE(got->client, expected.client);
+        QCOMPARE(got->loan, expected.loan);
+        QCOMPARE(got->code, expected.code);
+        QCOMPARE(got->accession, expected.accession);
+        QCOMPARE(got->title, expected.title);
+        QCOMPARE(got->author, expected.author);
+        QCOMPARE(got->author.isNull(), expected.author.isNull());
+        QCOMPARE(got->acquired, expected.acquired);
+        QCOMPARE(got->price, expected.price);
+        QCOMPARE(got->year, expected.year);
+        QCOMPARE(got->keywords, expected.keywords);
+        QCOMPARE(got->publisher, expected.publisher);
+        QCOMPARE(got->pages, expected.pages);
+        QCOMPARE(got->annotation, expected.annotation);
+        QCOMPARE(got->discarded, expected.discarded);
+        QCOMPARE(got->lent, expected.lent);
+        QCOMPARE(got->discardedOn, expected.discardedOn);
+        QCOMPARE(got->hasPublisher, expected.hasPublisher);
+        QCOMPARE(got->hasYear, expected.hasYear);
+        QCOMPARE(got->hasPages, expected.hasPages);
+        QCOMPARE(got->hasAnnotation, expected.hasAnnotation);
+        QCOMPARE(got->hasKeywords, expected.hasKeywords);
+    }
+    QCOMPARE(findBookById(full)->price, 99.9f);
+    QCOMPARE(findBookById(sparse)->pages, 12);
+    QVERIFY(!findBookById(999999));
+    QCOMPARE(categoryName(category), std::optional<QString>(QStringLiteral("Poezie")));
+    QVERIFY(!categoryName(999999));
+    QCOMPARE(clientLabel(client), std::optional<QString>(QStringLiteral("K1  (Novák Jan)")));
+    QVERIFY(!clientLabel(999999));
+    Database::close();
+    QVERIFY_THROWS_EXCEPTION(DbError, findBookById(full));
+}
 
 void TestBookCore::mandatoryFieldsInOrder_data()
 {
