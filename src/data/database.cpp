@@ -4,9 +4,12 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QStringList>
+
+#include <vector>
 
 namespace {
 
@@ -64,7 +67,8 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
     // Another holder of the file shows as SQLITE_BUSY (5) or SQLITE_LOCKED (6) at the first
     // statement that reads it, which is already the journal-mode pragma.
     auto busyOrFailed = [](const QSqlError &e) {
-        const bool busy = e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
+        const bool busy =
+            e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
         return busy ? OpenResult::Locked : OpenResult::Failed;
     };
     if (!q.exec(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")) ||
@@ -93,6 +97,7 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
 
 void Database::close()
 {
+    StatementPool::clear();
     const QString name = QString::fromLatin1(ConnectionName);
     if (QSqlDatabase::contains(name)) {
         {
@@ -231,7 +236,8 @@ QString jetToSqlite(const QString &jet)
     const qsizetype n = jet.size();
     for (qsizetype i = 0; i < n; ++i) {
         const QChar c = jet.at(i);
-        if (c == QLatin1Char('=') && jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
+        if (c == QLatin1Char('=') &&
+            jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
             out += QLatin1String("IN (");
             i += 6;
             continue;
@@ -329,4 +335,152 @@ QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)
 QSqlQuery runJet(const QString &jetSql, const QVariantList &bindValues)
 {
     return runSql(jetToSqlite(jetSql), bindValues);
+}
+
+namespace {
+
+struct PoolState
+{
+    quint64 generation = 1;
+    QHash<QString, std::vector<QSqlQuery>> idle;
+    int count = 0;
+};
+
+PoolState &poolState()
+{
+    static PoolState state;
+    return state;
+}
+
+// Enough for every statement shape the pages use; beyond it the pool starts again.
+constexpr int PoolLimit = 128;
+
+bool identifierChar(QChar c)
+{
+    return c.isLetterOrNumber() || c == QLatin1Char('_') || c == QLatin1Char('$');
+}
+
+} // namespace
+
+QSqlQuery StatementPool::take(const QString &sql, quint64 *generation)
+{
+    PoolState &pool = poolState();
+    *generation = pool.generation;
+    const auto it = pool.idle.find(sql);
+    if (it != pool.idle.end() && !it->empty()) {
+        QSqlQuery q = std::move(it->back());
+        it->pop_back();
+        --pool.count;
+        return q;
+    }
+    return prepareSql(sql);
+}
+
+void StatementPool::giveBack(const QString &sql, QSqlQuery &&query, quint64 generation)
+{
+    PoolState &pool = poolState();
+    query.finish();
+    if (generation != pool.generation)
+        return;
+    if (pool.count >= PoolLimit) {
+        pool.idle.clear();
+        pool.count = 0;
+    }
+    pool.idle[sql].push_back(std::move(query));
+    ++pool.count;
+}
+
+void StatementPool::clear()
+{
+    PoolState &pool = poolState();
+    pool.idle.clear();
+    pool.count = 0;
+    ++pool.generation;
+}
+
+QString parameterizeLiterals(const QString &sql, QVariantList *binds)
+{
+    QString out;
+    out.reserve(sql.size());
+    QVariantList values;
+    const qsizetype n = sql.size();
+    qsizetype i = 0;
+    auto keywordAt = [&](qsizetype at, QLatin1StringView word) {
+        return sql.mid(at, word.size()).compare(word, Qt::CaseInsensitive) == 0 &&
+               (at + word.size() >= n || !identifierChar(sql.at(at + word.size())));
+    };
+    while (i < n) {
+        const QChar c = sql.at(i);
+        if (identifierChar(c) && !c.isDigit()) {
+            if (keywordAt(i, QLatin1StringView("ORDER")) || keywordAt(i, QLatin1StringView("GROUP")) ||
+                keywordAt(i, QLatin1StringView("LIMIT"))) {
+                out += QStringView(sql).mid(i);
+                break;
+            }
+            const qsizetype start = i;
+            while (i < n && identifierChar(sql.at(i)))
+                ++i;
+            out += QStringView(sql).mid(start, i - start);
+            continue;
+        }
+        if (c == QLatin1Char('\'')) {
+            QString text;
+            qsizetype j = i + 1;
+            bool closed = false;
+            for (; j < n; ++j) {
+                if (sql.at(j) == QLatin1Char('\'')) {
+                    if (j + 1 < n && sql.at(j + 1) == QLatin1Char('\'')) {
+                        text += QLatin1Char('\'');
+                        ++j;
+                        continue;
+                    }
+                    closed = true;
+                    break;
+                }
+                text += sql.at(j);
+            }
+            if (!closed)
+                return sql; // not a statement this can take apart
+            values << text;
+            out += QLatin1Char('?');
+            i = j + 1;
+            continue;
+        }
+        if (c == QLatin1Char('"') || c == QLatin1Char('[') || c == QLatin1Char('`')) {
+            const QChar close = c == QLatin1Char('[') ? QLatin1Char(']') : c;
+            const qsizetype end = sql.indexOf(close, i + 1);
+            if (end < 0)
+                return sql;
+            out += QStringView(sql).mid(i, end + 1 - i);
+            i = end + 1;
+            continue;
+        }
+        if (c.isDigit() && !(i > 0 && (identifierChar(sql.at(i - 1)) || sql.at(i - 1) == QLatin1Char('.')))) {
+            qsizetype j = i;
+            while (j < n && sql.at(j).isDigit())
+                ++j;
+            bool real = false;
+            if (j < n && sql.at(j) == QLatin1Char('.')) {
+                real = true;
+                ++j;
+                while (j < n && sql.at(j).isDigit())
+                    ++j;
+            }
+            if (j < n && (identifierChar(sql.at(j)) || sql.at(j) == QLatin1Char('.')))
+                return sql; // 1e5, 0x1F, 1.2.3: left to the engine as they are
+            const QString number = sql.mid(i, j - i);
+            bool ok = false;
+            const QVariant value = real ? QVariant(number.toDouble(&ok)) : QVariant(number.toLongLong(&ok));
+            if (!ok)
+                return sql;
+            values << value;
+            out += QLatin1Char('?');
+            i = j;
+            continue;
+        }
+        out += c;
+        ++i;
+    }
+    *binds << values;
+    return out;
 }

@@ -21,7 +21,15 @@ public:
 class Database final
 {
 public:
-    enum class OpenResult { Ok, Missing, NotDatabase, Locked, MissingTables, Failed };
+    enum class OpenResult
+    {
+        Ok,
+        Missing,
+        NotDatabase,
+        Locked,
+        MissingTables,
+        Failed
+    };
 
     static OpenResult open(const QString &path, QString *detail = nullptr);
     static void close();
@@ -71,3 +79,23 @@ QSqlQuery runJet(const QString &jetSql, const QVariantList &bindValues = {});
 QSqlQuery runSql(const QString &sql, const QVariantList &bindValues = {});
 void execPrepared(QSqlQuery &query);
 QSqlQuery prepareSql(const QString &sql);
+
+// Prepared statements kept for the open connection, so that a statement run again and again (a
+// record set's lookup by another code, its UPDATE of another row) is parsed once. A statement is
+// lent to one user at a time; giving it back after the connection was closed drops it.
+class StatementPool final
+{
+public:
+    // The statement for this SQLite text, prepared now or taken from the pool. Throws DbError.
+    static QSqlQuery take(const QString &sql, quint64 *generation);
+    // Finishes the statement and keeps it for the next take of the same text.
+    static void giveBack(const QString &sql, QSqlQuery &&query, quint64 generation);
+    // Drops every kept statement; Database::close does it before the connection goes.
+    static void clear();
+};
+
+// Replaces the literal numbers and quoted texts of a SQLite statement's WHERE part by ? and
+// appends their values to binds, so that statements differing only in their values share one
+// prepared statement. Everything from ORDER BY, GROUP BY or LIMIT on stays as written; a statement
+// it cannot take apart safely is returned unchanged with no binds.
+QString parameterizeLiterals(const QString &sql, QVariantList *binds);

@@ -7,7 +7,9 @@
 
 QVariant FieldExchange::next(const char *column)
 {
-    m_columns << QString::fromLatin1(column);
+    // Only a write needs the names; reading a row would otherwise make one string per column.
+    if (m_mode == Mode::Collect)
+        m_columns << QString::fromLatin1(column);
     const int i = m_index++;
     if (m_mode == Mode::Read && m_row && i + 1 < m_row->size())
         return m_row->at(i + 1); // value 0 is the rowid
@@ -58,7 +60,25 @@ void FieldExchange::Single(const char *column, float &field)
         m_values << QVariant(double(field));
 }
 
-RecordSet::~RecordSet() = default;
+namespace {
+
+// Runs a write whose text is the same for every row of a table on its kept prepared statement.
+void runPooled(const QString &sql, const QVariantList &binds)
+{
+    quint64 generation = 0;
+    QSqlQuery q = StatementPool::take(sql, &generation);
+    for (int i = 0; i < binds.size(); ++i)
+        q.bindValue(i, binds.at(i));
+    execPrepared(q);
+    StatementPool::giveBack(sql, std::move(q), generation);
+}
+
+} // namespace
+
+RecordSet::~RecordSet()
+{
+    releaseQuery();
+}
 
 void RecordSet::resetFields()
 {
@@ -82,8 +102,26 @@ void RecordSet::open(const QString &jetSql)
         sql = QStringLiteral("SELECT ") + tableName() + QStringLiteral(".rowid, * FROM ") +
               sql.mid(star.size());
     }
-    m_query = std::make_unique<QSqlQuery>(prepareSql(sql));
-    execPrepared(*m_query);
+    // The values of the statement are bound, so a lookup by another code reuses its statement.
+    QVariantList binds;
+    m_pooledSql = parameterizeLiterals(sql, &binds);
+    try {
+        m_query = std::make_unique<QSqlQuery>(StatementPool::take(m_pooledSql, &m_poolGeneration));
+    } catch (const DbError &) {
+        // Not a statement the engine takes with parameters: run it as written.
+        binds.clear();
+        m_pooledSql = sql;
+        m_query = std::make_unique<QSqlQuery>(StatementPool::take(m_pooledSql, &m_poolGeneration));
+    }
+    for (int i = 0; i < binds.size(); ++i)
+        m_query->bindValue(i, binds.at(i));
+    try {
+        execPrepared(*m_query);
+    } catch (const DbError &) {
+        m_query.reset(); // a statement that failed is not kept
+        throw;
+    }
+    m_columnCount = m_query->record().count();
     m_exhausted = false;
     m_open = true;
     m_current = 0;
@@ -91,11 +129,17 @@ void RecordSet::open(const QString &jetSql)
     loadCurrent();
 }
 
+void RecordSet::releaseQuery()
+{
+    if (!m_query)
+        return;
+    std::unique_ptr<QSqlQuery> q = std::move(m_query);
+    StatementPool::giveBack(m_pooledSql, std::move(*q), m_poolGeneration);
+}
+
 void RecordSet::close()
 {
-    if (m_query)
-        m_query->finish();
-    m_query.reset();
+    releaseQuery();
     m_rows.clear();
     m_exhausted = true;
     m_open = false;
@@ -113,11 +157,10 @@ bool RecordSet::fetchUpTo(int index)
             m_query->finish();
             break;
         }
-        const QSqlRecord rec = m_query->record();
         QVariantList row;
-        row.reserve(rec.count());
-        for (int i = 0; i < rec.count(); ++i)
-            row << rec.value(i);
+        row.reserve(m_columnCount);
+        for (int i = 0; i < m_columnCount; ++i)
+            row << m_query->value(i);
         m_rows << row;
     }
     return index < m_rows.size();
@@ -223,16 +266,16 @@ void RecordSet::update()
         const QString sql =
             QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
                 .arg(tableName(), cols.join(QLatin1String(", ")), marks.join(QLatin1String(", ")));
-        runSql(sql, vals);
+        runPooled(sql, vals);
     } else if (m_editMode == EditMode::Edit) {
         QStringList sets;
         for (const QString &c : cols)
             sets << c + QStringLiteral(" = ?");
         QVariantList bind = vals;
         bind << m_rows[m_current].at(0);
-        runSql(QStringLiteral("UPDATE %1 SET %2 WHERE rowid = ?")
-                   .arg(tableName(), sets.join(QLatin1String(", "))),
-               bind);
+        runPooled(QStringLiteral("UPDATE %1 SET %2 WHERE rowid = ?")
+                      .arg(tableName(), sets.join(QLatin1String(", "))),
+                  bind);
         QVariantList row;
         row << m_rows[m_current].at(0);
         row << vals;
@@ -247,7 +290,7 @@ void RecordSet::deleteRow()
 {
     if (isEOF() || isBOF())
         throw DbError(QStringLiteral("no current row to delete in ") + tableName());
-    runSql(QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(tableName()), {m_rows[m_current].at(0)});
+    runPooled(QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(tableName()), {m_rows[m_current].at(0)});
     m_rows.removeAt(m_current);
     loadCurrent();
 }

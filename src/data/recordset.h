@@ -14,7 +14,12 @@
 class FieldExchange
 {
 public:
-    enum class Mode { Read, Collect, Reset };
+    enum class Mode
+    {
+        Read,
+        Collect,
+        Reset
+    };
     FieldExchange(Mode mode, const QVariantList *row = nullptr) : m_mode(mode), m_row(row) {}
 
     void Long(const char *column, qint32 &field);
@@ -22,7 +27,7 @@ public:
     void Bool(const char *column, bool &field);
     void Single(const char *column, float &field);
 
-    QStringList columns() const { return m_columns; }
+    QStringList columns() const { return m_columns; } // filled in Collect mode only
     QVariantList values() const { return m_values; }
 
 private:
@@ -78,10 +83,19 @@ private:
     bool fetchUpTo(int index);
     void fetchAll();
     void loadCurrent();
+    void releaseQuery();
 
-    enum class EditMode { None, Add, Edit };
+    enum class EditMode
+    {
+        None,
+        Add,
+        Edit
+    };
     bool m_open = false;
-    std::unique_ptr<QSqlQuery> m_query;
+    std::unique_ptr<QSqlQuery> m_query; // lent by StatementPool while open
+    QString m_pooledSql;
+    quint64 m_poolGeneration = 0;
+    int m_columnCount = 0; // of the open statement, read once rather than a record per row
     bool m_exhausted = true;
     QList<QVariantList> m_rows; // fetched rows; the first value of each is the rowid
     int m_current = -1;         // -1 before the first, m_rows.size() after the last

@@ -22,6 +22,8 @@ private Q_SLOTS:
     void czechLikeOnPlainAndAccentedTexts();
     void czechLikeFoldsEveryLatinLetterAsTheWholeText();
     void directQueryReads();
+    void literalsBecomeParameters();
+    void pooledStatementsServeOneRecordSetEach();
     void everyStatementRuns();
     void reportStatementsSelectTheRightRows();
     void allocationAndRollback();
@@ -265,6 +267,86 @@ void TestDatabase::directQueryReads()
     QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("   ")));
     Database::close();
     QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("SELECT 1")));
+}
+
+void TestDatabase::literalsBecomeParameters()
+{
+    QVariantList binds;
+    QCOMPARE(parameterizeLiterals(
+                 QStringLiteral("SELECT KNIHY.rowid, * FROM KNIHY WHERE KNIHY.KOD = 'a''b' COLLATE "
+                                "NOCASE AND NOT KNIHY.VYRAZENO AND X = -12 AND CENA <= 1.5 ORDER BY "
+                                "KNIHY.KOD DESC LIMIT 5"),
+                 &binds),
+             QStringLiteral("SELECT KNIHY.rowid, * FROM KNIHY WHERE KNIHY.KOD = ? COLLATE NOCASE AND NOT "
+                            "KNIHY.VYRAZENO AND X = -? AND CENA <= ? ORDER BY KNIHY.KOD DESC LIMIT 5"));
+    QCOMPARE(binds, (QVariantList{QStringLiteral("a'b"), qlonglong(12), 1.5}));
+
+    binds.clear();
+    QCOMPARE(parameterizeLiterals(
+                 QStringLiteral("SELECT * FROM T1 WHERE T1.C2 = 3 AND [X 1] = 'Čáp' GROUP BY 1"), &binds),
+             QStringLiteral("SELECT * FROM T1 WHERE T1.C2 = ? AND [X 1] = ? GROUP BY 1"));
+    QCOMPARE(binds, (QVariantList{qlonglong(3), QStringLiteral("Čáp")}));
+
+    // What it cannot take apart stays as written, without binds.
+    for (const char *sql : {"SELECT * FROM T WHERE A = 'open", "SELECT * FROM T WHERE A = 1e5",
+                            "SELECT * FROM T WHERE A = 0x1F"}) {
+        binds.clear();
+        QCOMPARE(parameterizeLiterals(QString::fromUtf8(sql), &binds), QString::fromUtf8(sql));
+        QVERIFY(binds.isEmpty());
+    }
+}
+
+void TestDatabase::pooledStatementsServeOneRecordSetEach()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("A1")).withTitle(QStringLiteral("První")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("B2")).withTitle(QStringLiteral("Druhá")));
+    auto titleOf = [](const char *code) {
+        CSetKnihy set;
+        set.open(QString::asprintf(Stmt::KnihyByKod, code));
+        return set.isEOF() ? QStringLiteral("-") : set.m_NAZEV;
+    };
+    // One statement shape, other values: each lookup finds its own row.
+    QCOMPARE(titleOf("A1"), QStringLiteral("První"));
+    QCOMPARE(titleOf("b2"), QStringLiteral("Druhá"));
+    QCOMPARE(titleOf("X9"), QStringLiteral("-"));
+    QCOMPARE(titleOf("a1"), QStringLiteral("První"));
+
+    // Two record sets of the same statement open at once walk their rows independently.
+    CSetKnihy first, second;
+    first.open(QString::fromUtf8(Stmt::KnihyBrowse));
+    second.open(QString::fromUtf8(Stmt::KnihyBrowse));
+    QCOMPARE(first.m_KOD, QStringLiteral("A1"));
+    second.moveNext();
+    QCOMPARE(second.m_KOD, QStringLiteral("B2"));
+    first.moveNext();
+    QCOMPARE(first.m_KOD, QStringLiteral("B2"));
+    second.moveNext();
+    QVERIFY(second.isEOF());
+
+    // An edit through one shape of UPDATE, then again on another row.
+    for (const char *code : {"A1", "B2"}) {
+        CSetKnihy set;
+        set.open(QString::asprintf(Stmt::KnihyByKod, code));
+        set.edit();
+        set.m_NAZEV += QStringLiteral("!");
+        set.update();
+    }
+    QCOMPARE(titleOf("A1"), QStringLiteral("První!"));
+    QCOMPARE(titleOf("B2"), QStringLiteral("Druhá!"));
+
+    // A record set kept across closing and reopening the database gives its statement back
+    // harmlessly; the reopened database prepares afresh.
+    const QString path = Database::path();
+    CSetKnihy kept;
+    kept.open(QString::fromUtf8(Stmt::KnihyBrowse));
+    first.close();
+    Database::close();
+    kept.close();
+    QCOMPARE(Database::open(path), Database::OpenResult::Ok);
+    QCOMPARE(titleOf("B2"), QStringLiteral("Druhá!"));
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 2);
 }
 
 // Every statement the program issues runs on a real database after translation.
