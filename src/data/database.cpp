@@ -424,7 +424,7 @@ QString parameterizeLiterals(const QString &sql, QVariantList *binds)
             continue;
         }
         if (c == QLatin1Char('\'')) {
-            QString text;
+            QString text(QLatin1String("")); // '' is an empty text, never NULL
             qsizetype j = i + 1;
             bool closed = false;
             for (; j < n; ++j) {

@@ -312,6 +312,13 @@ void TestDatabase::pooledStatementsServeOneRecordSetEach()
     QCOMPARE(titleOf("b2"), QStringLiteral("Druhá"));
     QCOMPARE(titleOf("X9"), QStringLiteral("-"));
     QCOMPARE(titleOf("a1"), QStringLiteral("První"));
+    // An empty text in a statement stays an empty text, not NULL.
+    runSql(QStringLiteral("UPDATE KNIHY SET AUTOR = '' WHERE KOD = 'B2'"));
+    CSetKnihy blank;
+    blank.open(QStringLiteral("SELECT * FROM KNIHY WHERE AUTOR = ''"));
+    QVERIFY(!blank.isEOF());
+    QCOMPARE(blank.m_KOD, QStringLiteral("B2"));
+    blank.close();
 
     // Two record sets of the same statement open at once walk their rows independently.
     CSetKnihy first, second;
