@@ -1,6 +1,7 @@
 #include "data/database.h"
 
 #include "data/czechlike.h"
+#include "data/directquery.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -9,6 +10,7 @@
 #include <QSqlError>
 #include <QStringList>
 
+#include <map>
 #include <vector>
 
 namespace {
@@ -98,6 +100,7 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
 void Database::close()
 {
     StatementPool::clear();
+    DirectQuery::finalizeAll();
     const QString name = QString::fromLatin1(ConnectionName);
     if (QSqlDatabase::contains(name)) {
         {
@@ -342,7 +345,7 @@ namespace {
 struct PoolState
 {
     quint64 generation = 1;
-    QHash<QString, std::vector<QSqlQuery>> idle;
+    std::map<QString, std::vector<std::unique_ptr<DirectQuery>>> idle;
     int count = 0;
 };
 
@@ -362,26 +365,26 @@ bool identifierChar(QChar c)
 
 } // namespace
 
-QSqlQuery StatementPool::take(const QString &sql, quint64 *generation)
+std::unique_ptr<DirectQuery> StatementPool::take(const QString &sql, quint64 *generation)
 {
     PoolState &pool = poolState();
     *generation = pool.generation;
     const auto it = pool.idle.find(sql);
-    if (it != pool.idle.end() && !it->empty()) {
-        QSqlQuery q = std::move(it->back());
-        it->pop_back();
+    if (it != pool.idle.end() && !it->second.empty()) {
+        std::unique_ptr<DirectQuery> q = std::move(it->second.back());
+        it->second.pop_back();
         --pool.count;
         return q;
     }
-    return prepareSql(sql);
+    return std::make_unique<DirectQuery>(sql);
 }
 
-void StatementPool::giveBack(const QString &sql, QSqlQuery &&query, quint64 generation)
+void StatementPool::giveBack(const QString &sql, std::unique_ptr<DirectQuery> query, quint64 generation)
 {
     PoolState &pool = poolState();
-    query.finish();
-    if (generation != pool.generation)
+    if (!query || generation != pool.generation)
         return;
+    query->reset();
     if (pool.count >= PoolLimit) {
         pool.idle.clear();
         pool.count = 0;

@@ -2,8 +2,10 @@
 
 #include <QSqlDatabase>
 #include <QSqlQuery>
+
 #include <QString>
 #include <QVariant>
+#include <memory>
 
 #include <stdexcept>
 
@@ -80,6 +82,8 @@ QSqlQuery runSql(const QString &sql, const QVariantList &bindValues = {});
 void execPrepared(QSqlQuery &query);
 QSqlQuery prepareSql(const QString &sql);
 
+class DirectQuery;
+
 // Prepared statements kept for the open connection, so that a statement run again and again (a
 // record set's lookup by another code, its UPDATE of another row) is parsed once. A statement is
 // lent to one user at a time; giving it back after the connection was closed drops it.
@@ -87,9 +91,9 @@ class StatementPool final
 {
 public:
     // The statement for this SQLite text, prepared now or taken from the pool. Throws DbError.
-    static QSqlQuery take(const QString &sql, quint64 *generation);
-    // Finishes the statement and keeps it for the next take of the same text.
-    static void giveBack(const QString &sql, QSqlQuery &&query, quint64 generation);
+    static std::unique_ptr<DirectQuery> take(const QString &sql, quint64 *generation);
+    // Resets the statement and keeps it for the next take of the same text.
+    static void giveBack(const QString &sql, std::unique_ptr<DirectQuery> query, quint64 generation);
     // Drops every kept statement; Database::close does it before the connection goes.
     static void clear();
 };

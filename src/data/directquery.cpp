@@ -2,12 +2,20 @@
 
 #include "data/database.h"
 
+#include <QSet>
 #include <QSqlDriver>
 #include <QVariant>
 
 #include <sqlite3.h>
 
 namespace {
+
+// Every statement alive, so that closing the database can finalize them.
+QSet<DirectQuery *> &liveStatements()
+{
+    static QSet<DirectQuery *> live;
+    return live;
+}
 
 sqlite3 *connectionHandle()
 {
@@ -36,11 +44,31 @@ DirectQuery::DirectQuery(const QString &sql) : m_db(connectionHandle())
     }
     if (!m_stmt)
         throw DbError(QStringLiteral("an empty statement [") + sql + QLatin1Char(']'));
+    liveStatements().insert(this);
 }
 
 DirectQuery::~DirectQuery()
 {
+    liveStatements().remove(this);
     sqlite3_finalize(m_stmt);
+}
+
+void DirectQuery::finalize()
+{
+    sqlite3_finalize(m_stmt);
+    m_stmt = nullptr;
+}
+
+void DirectQuery::finalizeAll()
+{
+    const QSet<DirectQuery *> live = liveStatements();
+    for (DirectQuery *q : live)
+        q->finalize();
+}
+
+int DirectQuery::columnCount() const
+{
+    return m_stmt ? sqlite3_column_count(m_stmt) : 0;
 }
 
 int DirectQuery::column(const char *name) const
@@ -54,12 +82,58 @@ int DirectQuery::column(const char *name) const
 
 void DirectQuery::bind(int position, qint64 value)
 {
+    if (!m_stmt)
+        throw DbError(QStringLiteral("the database was closed"));
     if (sqlite3_bind_int64(m_stmt, position, value) != SQLITE_OK)
+        throw DbError(QString::fromUtf8(sqlite3_errmsg(m_db)));
+}
+
+void DirectQuery::bindValue(int position, const QVariant &value)
+{
+    if (!m_stmt)
+        throw DbError(QStringLiteral("the database was closed"));
+    int rc = SQLITE_OK;
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+        rc = sqlite3_bind_null(m_stmt, position);
+        break;
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+        rc = sqlite3_bind_int64(m_stmt, position, value.toLongLong());
+        break;
+    case QMetaType::Double:
+    case QMetaType::Float:
+        rc = sqlite3_bind_double(m_stmt, position, value.toDouble());
+        break;
+    case QMetaType::QByteArray: {
+        const QByteArray bytes = value.toByteArray();
+        rc = sqlite3_bind_blob(m_stmt, position, bytes.constData(), int(bytes.size()), SQLITE_TRANSIENT);
+        break;
+    }
+    default: {
+        const QString text = value.toString();
+        if (text.isNull()) {
+            rc = sqlite3_bind_null(m_stmt, position);
+        } else {
+            const QByteArray utf8 = text.toUtf8();
+            rc = sqlite3_bind_text(m_stmt, position, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
+        }
+        break;
+    }
+    }
+    if (rc != SQLITE_OK)
         throw DbError(QString::fromUtf8(sqlite3_errmsg(m_db)));
 }
 
 bool DirectQuery::next()
 {
+    if (!m_stmt)
+        throw DbError(QStringLiteral("the database was closed"));
     const int rc = sqlite3_step(m_stmt);
     if (rc == SQLITE_ROW)
         return true;
@@ -72,7 +146,10 @@ bool DirectQuery::next()
 
 void DirectQuery::reset()
 {
-    sqlite3_reset(m_stmt);
+    if (m_stmt) {
+        sqlite3_reset(m_stmt);
+        sqlite3_clear_bindings(m_stmt);
+    }
 }
 
 qint64 DirectQuery::integer(int column) const
@@ -91,4 +168,21 @@ QString DirectQuery::text(int column) const
     if (!t)
         return QString();
     return QString::fromUtf8(t, sqlite3_column_bytes(m_stmt, column));
+}
+
+QVariant DirectQuery::value(int column) const
+{
+    switch (sqlite3_column_type(m_stmt, column)) {
+    case SQLITE_INTEGER:
+        return QVariant(qlonglong(sqlite3_column_int64(m_stmt, column)));
+    case SQLITE_FLOAT:
+        return QVariant(sqlite3_column_double(m_stmt, column));
+    case SQLITE_TEXT:
+        return QVariant(text(column));
+    case SQLITE_BLOB:
+        return QVariant(QByteArray(static_cast<const char *>(sqlite3_column_blob(m_stmt, column)),
+                                   sqlite3_column_bytes(m_stmt, column)));
+    default:
+        return QVariant();
+    }
 }

@@ -1,14 +1,15 @@
 #pragma once
 
 #include <QString>
+#include <QVariant>
 
 struct sqlite3;
 struct sqlite3_stmt;
 
-// A statement stepped straight on the library connection's engine handle, for the few places that
-// read tens of thousands of rows (reports): the driver's QVariant for every column of every row
-// costs more than the query itself there. Columns are read by index, texts as UTF-8. Throws
-// DbError like runSql. Only for reading; writes go through record sets and Transaction.
+// A statement stepped straight on the library connection's engine handle: reports read tens of
+// thousands of rows, record sets run many small statements, and the driver's own layer costs
+// more than the statements there. Columns are read by index, texts as UTF-8. Throws DbError like
+// runSql. Closing the database finalizes every statement still alive; one used after that throws.
 class DirectQuery final
 {
 public:
@@ -20,6 +21,10 @@ public:
     // The index of a result column by name, -1 when the statement has none.
     int column(const char *name) const;
     void bind(int position, qint64 value); // 1-based, as the engine counts
+    // A value as the driver would bind it: numbers as numbers, a null text or an invalid value as
+    // NULL, anything else as its text.
+    void bindValue(int position, const QVariant &value);
+    int columnCount() const;
     // Steps to the next row; false at the end. Throws DbError when the engine fails.
     bool next();
     // Makes the statement ready to run again with new bindings.
@@ -28,8 +33,15 @@ public:
     qint64 integer(int column) const;
     double real(int column) const;
     QString text(int column) const; // a null QString for NULL
+    // The column as the driver gives it: qlonglong, double, QString, QByteArray, or an invalid
+    // QVariant for NULL.
+    QVariant value(int column) const;
+
+    // Finalizes every statement alive; Database::close runs it before the connection goes.
+    static void finalizeAll();
 
 private:
+    void finalize();
     sqlite3 *m_db = nullptr;
     sqlite3_stmt *m_stmt = nullptr;
 };

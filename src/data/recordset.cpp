@@ -1,5 +1,7 @@
 #include "data/recordset.h"
 
+#include "data/directquery.h"
+
 #include <QSqlError>
 #include <QSqlRecord>
 
@@ -66,10 +68,11 @@ namespace {
 void runPooled(const QString &sql, const QVariantList &binds)
 {
     quint64 generation = 0;
-    QSqlQuery q = StatementPool::take(sql, &generation);
+    std::unique_ptr<DirectQuery> q = StatementPool::take(sql, &generation);
     for (int i = 0; i < binds.size(); ++i)
-        q.bindValue(i, binds.at(i));
-    execPrepared(q);
+        q->bindValue(i + 1, binds.at(i));
+    while (q->next()) {
+    }
     StatementPool::giveBack(sql, std::move(q), generation);
 }
 
@@ -106,26 +109,28 @@ void RecordSet::open(const QString &jetSql)
     QVariantList binds;
     m_pooledSql = parameterizeLiterals(sql, &binds);
     try {
-        m_query = std::make_unique<QSqlQuery>(StatementPool::take(m_pooledSql, &m_poolGeneration));
+        m_query = StatementPool::take(m_pooledSql, &m_poolGeneration);
     } catch (const DbError &) {
         // Not a statement the engine takes with parameters: run it as written.
         binds.clear();
         m_pooledSql = sql;
-        m_query = std::make_unique<QSqlQuery>(StatementPool::take(m_pooledSql, &m_poolGeneration));
+        m_query = StatementPool::take(m_pooledSql, &m_poolGeneration);
     }
     for (int i = 0; i < binds.size(); ++i)
-        m_query->bindValue(i, binds.at(i));
-    try {
-        execPrepared(*m_query);
-    } catch (const DbError &) {
-        m_query.reset(); // a statement that failed is not kept
-        throw;
-    }
-    m_columnCount = m_query->record().count();
+        m_query->bindValue(i + 1, binds.at(i));
+    m_columnCount = m_query->columnCount();
     m_exhausted = false;
     m_open = true;
     m_current = 0;
-    fetchUpTo(0);
+    try {
+        fetchUpTo(0);
+    } catch (const DbError &) {
+        m_query.reset(); // a statement that failed is not kept
+        m_open = false;
+        m_exhausted = true;
+        m_current = -1;
+        throw;
+    }
     loadCurrent();
 }
 
@@ -133,8 +138,7 @@ void RecordSet::releaseQuery()
 {
     if (!m_query)
         return;
-    std::unique_ptr<QSqlQuery> q = std::move(m_query);
-    StatementPool::giveBack(m_pooledSql, std::move(*q), m_poolGeneration);
+    StatementPool::giveBack(m_pooledSql, std::move(m_query), m_poolGeneration);
 }
 
 void RecordSet::close()
@@ -150,11 +154,18 @@ void RecordSet::close()
 bool RecordSet::fetchUpTo(int index)
 {
     while (index >= m_rows.size() && !m_exhausted) {
-        if (!m_query->next()) {
+        bool more = false;
+        try {
+            more = m_query->next();
+        } catch (const DbError &) {
             m_exhausted = true;
-            if (m_query->lastError().isValid())
-                throw DbError(m_query->lastError().text());
-            m_query->finish();
+            m_query.reset();
+            throw;
+        }
+        if (!more) {
+            // Every row is here: the statement can serve the next record set.
+            m_exhausted = true;
+            releaseQuery();
             break;
         }
         QVariantList row;

@@ -2,7 +2,9 @@
 
 #include "data/database.h"
 
+#include "data/directquery.h"
 #include <QList>
+
 #include <QSqlQuery>
 #include <QString>
 #include <QVariant>
@@ -92,7 +94,7 @@ private:
         Edit
     };
     bool m_open = false;
-    std::unique_ptr<QSqlQuery> m_query; // lent by StatementPool while open
+    std::unique_ptr<DirectQuery> m_query; // lent by StatementPool until the rows run out
     QString m_pooledSql;
     quint64 m_poolGeneration = 0;
     int m_columnCount = 0; // of the open statement, read once rather than a record per row
