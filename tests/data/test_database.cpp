@@ -265,7 +265,11 @@ void TestDatabase::directQueryReads()
 
     QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("SELECT * FROM NO_TABLE")));
     QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("   ")));
-    Database::close();
+    DirectQuery alive(QStringLiteral("SELECT KOD FROM KNIHY"));
+    QVERIFY(alive.next());
+    Database::close(); // finalizes the statement, or the file would stay open and locked
+    QVERIFY_THROWS_EXCEPTION(DbError, alive.next());
+    QCOMPARE(alive.columnCount(), 0);
     QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("SELECT 1")));
 }
 
@@ -350,6 +354,7 @@ void TestDatabase::pooledStatementsServeOneRecordSetEach()
     kept.open(QString::fromUtf8(Stmt::KnihyBrowse));
     first.close();
     Database::close();
+    QVERIFY_THROWS_EXCEPTION(DbError, kept.moveNext()); // its second row was never read
     kept.close();
     QCOMPARE(Database::open(path), Database::OpenResult::Ok);
     QCOMPARE(titleOf("B2"), QStringLiteral("Druhá!"));
