@@ -279,11 +279,23 @@ void RecordSet::update()
                 .arg(tableName(), cols.join(QLatin1String(", ")), marks.join(QLatin1String(", ")));
         runPooled(sql, vals);
     } else if (m_editMode == EditMode::Edit) {
+        // Only the columns whose values differ from the row as read are written: an unchanged
+        // column that an index covers would otherwise cost that index an entry removed and put back.
+        const QVariantList &read = m_rows[m_current];
         QStringList sets;
-        for (const QString &c : cols)
-            sets << c + QStringLiteral(" = ?");
-        QVariantList bind = vals;
-        bind << m_rows[m_current].at(0);
+        QVariantList bind;
+        for (int i = 0; i < cols.size(); ++i) {
+            const QVariant &before = i + 1 < read.size() ? read.at(i + 1) : QVariant();
+            if (before.typeId() == vals.at(i).typeId() && before == vals.at(i))
+                continue;
+            sets << cols.at(i) + QStringLiteral(" = ?");
+            bind << vals.at(i);
+        }
+        if (sets.isEmpty() && !cols.isEmpty()) { // nothing changed: the write is still made
+            sets << cols.first() + QStringLiteral(" = ?");
+            bind << vals.first();
+        }
+        bind << read.at(0);
         runPooled(QStringLiteral("UPDATE %1 SET %2 WHERE rowid = ?")
                       .arg(tableName(), sets.join(QLatin1String(", "))),
                   bind);

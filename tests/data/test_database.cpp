@@ -346,6 +346,19 @@ void TestDatabase::pooledStatementsServeOneRecordSetEach()
     }
     QCOMPARE(titleOf("A1"), QStringLiteral("První!"));
     QCOMPARE(titleOf("B2"), QStringLiteral("Druhá!"));
+    // An edit writes every column as the record set holds it, so a NULL the row was read with
+    // comes back as the member's value even when nothing was changed.
+    runSql(QStringLiteral("UPDATE KNIHY SET ANOTACE = NULL, POCET_STRAN = NULL WHERE KOD = 'A1'"));
+    {
+        CSetKnihy set;
+        set.open(QString::asprintf(Stmt::KnihyByKod, "A1"));
+        set.edit();
+        set.update();
+    }
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ANOTACE = '' AND POCET_STRAN = 0")),
+             1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ANOTACE IS NULL")), 0);
+    QCOMPARE(titleOf("A1"), QStringLiteral("První!"));
 
     // A record set kept across closing and reopening the database gives its statement back
     // harmlessly; the reopened database prepares afresh.
