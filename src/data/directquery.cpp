@@ -186,3 +186,24 @@ QVariant DirectQuery::value(int column) const
         return QVariant();
     }
 }
+
+PooledQuery::PooledQuery(const QString &sql)
+{
+    QVariantList binds;
+    m_sql = parameterizeLiterals(sql, &binds);
+    try {
+        m_query = StatementPool::take(m_sql, &m_generation);
+    } catch (const DbError &) {
+        // Not a statement the engine takes with parameters: run it as written.
+        binds.clear();
+        m_sql = sql;
+        m_query = StatementPool::take(m_sql, &m_generation);
+    }
+    for (int i = 0; i < binds.size(); ++i)
+        m_query->bindValue(i + 1, binds.at(i));
+}
+
+PooledQuery::~PooledQuery()
+{
+    StatementPool::giveBack(m_sql, std::move(m_query), m_generation);
+}

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <memory>
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -44,4 +46,21 @@ private:
     void finalize();
     sqlite3 *m_db = nullptr;
     sqlite3_stmt *m_stmt = nullptr;
+};
+
+// A statement of the connection's StatementPool for the time of one use: the literal values of
+// the text are bound as parameters, so runs with other values reuse the prepared statement.
+class PooledQuery final
+{
+public:
+    explicit PooledQuery(const QString &sql);
+    ~PooledQuery();
+    PooledQuery(const PooledQuery &) = delete;
+    PooledQuery &operator=(const PooledQuery &) = delete;
+    DirectQuery &query() { return *m_query; }
+
+private:
+    QString m_sql;
+    quint64 m_generation = 0;
+    std::unique_ptr<DirectQuery> m_query;
 };

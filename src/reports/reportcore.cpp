@@ -112,8 +112,7 @@ class CategoryNames final
 {
 public:
     CategoryNames()
-        : m_query(jetToSqlite(
-              QString::fromUtf8(Stmt::KategorieById).replace(QStringLiteral("%d"), QStringLiteral("?")))),
+        : m_pooled(jetToSqlite(QString::asprintf(Stmt::KategorieById, 0))), m_query(m_pooled.query()),
           m_name(m_query.column("NAZEV"))
     {
         if (m_name < 0)
@@ -139,7 +138,8 @@ public:
     }
 
 private:
-    DirectQuery m_query;
+    PooledQuery m_pooled;
+    DirectQuery &m_query;
     int m_name = -1;
     QHash<qint32, QString> m_names;
 };
@@ -154,7 +154,8 @@ ReportResult runReport(const QString &jetSql)
     try {
         // Stepped on the engine directly: a report of the whole catalogue reads 100,000 rows, and
         // only six of their columns.
-        DirectQuery books(jetToSqlite(jetSql));
+        PooledQuery pooled(jetToSqlite(jetSql));
+        DirectQuery &books = pooled.query();
         const int iId = books.column("ID_KNIHY_KNIHY");
         const int iCategory = books.column("ID_KATEGORIE_KNIHY");
         const int iCode = books.column("KOD");
