@@ -423,7 +423,8 @@ BookRow bookRowFrom(const DirectQuery &q)
 // The next three read on the engine directly: the browse page calls them for every step.
 std::optional<BookRow> findBookById(qint32 bookId)
 {
-    DirectQuery q(jetToSqlite(QString::asprintf(Stmt::KnihyById, bookId)));
+    PooledQuery pooled(jetToSqlite(QString::asprintf(Stmt::KnihyById, bookId)));
+    DirectQuery &q = pooled.query();
     if (!q.next())
         return std::nullopt;
     return bookRowFrom(q);
@@ -431,7 +432,8 @@ std::optional<BookRow> findBookById(qint32 bookId)
 
 std::optional<QString> categoryName(qint32 categoryId)
 {
-    DirectQuery q(jetToSqlite(QString::asprintf(Stmt::KategorieById, categoryId)));
+    PooledQuery pooled(jetToSqlite(QString::asprintf(Stmt::KategorieById, categoryId)));
+    DirectQuery &q = pooled.query();
     if (!q.next())
         return std::nullopt;
     return q.text(q.column("NAZEV"));
@@ -439,7 +441,8 @@ std::optional<QString> categoryName(qint32 categoryId)
 
 std::optional<QString> clientLabel(qint32 clientId)
 {
-    DirectQuery q(jetToSqlite(QString::asprintf(Stmt::LideById, clientId)));
+    PooledQuery pooled(jetToSqlite(QString::asprintf(Stmt::LideById, clientId)));
+    DirectQuery &q = pooled.query();
     if (!q.next())
         return std::nullopt;
     return clientLabel(q.text(q.column("KOD")), q.text(q.column("PRIJMENI")), q.text(q.column("JMENO")));
