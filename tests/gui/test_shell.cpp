@@ -646,6 +646,15 @@ void TestShell::sheetPlacement()
     QVERIFY(QTest::qWaitForWindowExposed(frame));
     QCoreApplication::processEvents();
     QCOMPARE(sheet->x(), (scroll->viewport()->width() - sheet->width()) / 2);
+    // At the frame's first size every page is seen whole: no page needs a scroll bar.
+    QCOMPARE(frame->size(), QSize(710, 590));
+    for (int i = 0; i < view->sheet()->count(); ++i) {
+        view->setActivePage(i);
+        QCoreApplication::processEvents();
+        QVERIFY2(!scroll->verticalScrollBar()->isVisible() && !scroll->horizontalScrollBar()->isVisible(),
+                 qPrintable(view->sheet()->tabText(i)));
+    }
+    view->setActivePage(0);
 
     frame->resize(1400, 1000);
     QTRY_VERIFY(scroll->viewport()->width() > sheet->width() + 8);
