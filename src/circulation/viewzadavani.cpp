@@ -170,7 +170,9 @@ bool CViewZadavani::runCommand(int command)
 
 int CViewZadavani::helpTopic() const
 {
-    return 2;
+    // The entry view leaves F1 to the frame, which opens the help of the program; the pages'
+    // own topic is reached from the help's list of topics.
+    return HelpTopic::Program;
 }
 
 void CViewZadavani::resizeEvent(QResizeEvent *event)
