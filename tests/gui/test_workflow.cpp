@@ -160,6 +160,15 @@ void TestWorkflow::restoredDataReachTheReportView()
     auto *report = qobject_cast<CSestavaView *>(m_frame->activeView());
     QVERIFY(report);
     QCOMPARE(report->model()->rowCount(), 1);
+    // In the frame as alone: the title line yellow on blue over the pale yellow view.
+    QApplication::processEvents();
+    const QImage shown = m_frame->grab().toImage();
+    const QPoint titleAt = report->mapTo(m_frame.get(), QPoint(2, 2));
+    QCOMPARE(QColor(shown.pixel(titleAt)), QColor(Qt::blue));
+    const QPoint below = report->mapTo(m_frame.get(), QPoint(report->width() / 2, report->height() - 2));
+    QCOMPARE(QColor(shown.pixel(below)), QColor(Qt::blue));
+    const QPoint margin = report->mapTo(m_frame.get(), QPoint(3, report->height() / 2));
+    QCOMPARE(QColor(shown.pixel(margin)), QColor(255, 255, 200));
     entry()->setActivePage(CViewZadavani::Opravy);
 
     // The data change under the view, as a restore changes them; the view then runs its report
