@@ -192,10 +192,10 @@ void TestCirculationCore::discardAndRestore()
     QVERIFY(lib.isValid());
     const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
-    TestLibrary::BookSpec spec(QStringLiteral("A"));
-    spec.category = fiction;
-    spec.acquired = 20200105;
-    const qint32 a = lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("A"));
+    book.category = fiction;
+    book.acquired = 20200105;
+    const qint32 a = lib.addBook(book);
     const qint32 b = lib.addBook(QStringLiteral("B"));
     const QString idsRow = q("SELECT ID_KNIHY_FIRSTFREE + ID_LIDE_FIRSTFREE + ID_KATEGORIE_FIRSTFREE + "
                              "ID_VYPUJCKY_FIRSTFREE + ID_VRACENI_FIRSTFREE + PRIRUSTEK_MAX FROM IDS");

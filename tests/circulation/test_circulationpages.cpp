@@ -810,10 +810,10 @@ void TestCirculationPages::discardPage()
     TestLibrary lib;
     QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
-    TestLibrary::BookSpec spec(QStringLiteral("A"));
-    spec.acquired = 20260310;
-    spec.accession = 417;
-    const qint32 a = lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("A"));
+    book.acquired = 20260310;
+    book.accession = 417;
+    const qint32 a = lib.addBook(book);
     const qint32 lent = lib.addBook(QStringLiteral("L"));
     lib.lend({lent}, k, 20260301);
     lib.addBook(QStringLiteral("B"));
@@ -948,9 +948,9 @@ void TestCirculationPages::bookPickersOfThePages()
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     const qint32 free = lib.addBook(QStringLiteral("FREE"));
     const qint32 lent = lib.addBook(QStringLiteral("LENT"));
-    TestLibrary::BookSpec spec(QStringLiteral("GONE"));
-    spec.discarded = true;
-    const qint32 gone = lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("GONE"));
+    book.discarded = true;
+    const qint32 gone = lib.addBook(book);
     lib.lend({lent}, k, 20260301);
     MessageRecorder rec;
 
@@ -1058,14 +1058,14 @@ void TestCirculationPages::undoDiscard()
     const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Zrušená"), false);
     const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
-    TestLibrary::BookSpec spec(QStringLiteral("V1"));
-    spec.category = fiction;
-    spec.discarded = true;
-    spec.discardedOn = 20250601;
-    spec.acquired = 20010203;
-    const qint32 v1 = lib.addBook(spec);
-    spec.code = QStringLiteral("V2");
-    lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("V1"));
+    book.category = fiction;
+    book.discarded = true;
+    book.discardedOn = 20250601;
+    book.acquired = 20010203;
+    const qint32 v1 = lib.addBook(book);
+    book.code = QStringLiteral("V2");
+    lib.addBook(book);
     lib.addBook(QStringLiteral("STOCK"));
 
     CUndoDiscardDialog dialog;
@@ -1168,9 +1168,9 @@ void TestCirculationPages::undoDiscardFromEveryView()
     QVERIFY(lib.isValid());
     const qint32 category = lib.addCategory(QStringLiteral("Beletrie"));
     for (const char *code : {"V1", "V2", "V3"}) {
-        TestLibrary::BookSpec spec{QString::fromLatin1(code)};
-        spec.discarded = true;
-        lib.addBook(spec);
+        TestLibrary::BookSpec book{QString::fromLatin1(code)};
+        book.discarded = true;
+        lib.addBook(book);
     }
     MessageRecorder rec;
     CMainFrame frame;

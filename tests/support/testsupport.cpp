@@ -56,21 +56,21 @@ qint32 TestLibrary::addClient(const QString &code, const QString &first, const Q
     return id;
 }
 
-qint32 TestLibrary::addBook(const BookSpec &spec)
+qint32 TestLibrary::addBook(const BookSpec &book)
 {
-    qint32 category = spec.category;
+    qint32 category = book.category;
     if (category < 0) {
         const qint64 first = count(QStringLiteral("SELECT MIN(ID_KATEGORIE_KATEGORIE) FROM KATEGORIE"));
         category = first > 0 ? qint32(first) : addCategory(QStringLiteral("Beletrie"));
     }
     Transaction tx;
     const qint32 id = allocateId(Counter::Knihy);
-    const qint32 accession = spec.accession >= 0 ? spec.accession : readPrirustekMax() + 1;
+    const qint32 accession = book.accession >= 0 ? book.accession : readPrirustekMax() + 1;
     runSql(QStringLiteral("INSERT INTO KNIHY VALUES (?, ?, -1, -1, ?, ?, ?, ?, ?, ?, -1, ?, '', -1, '', ?, 0, ?, "
                           "0, 0, 0, 0, ?)"),
-           {id, category, spec.code, accession, spec.title, spec.author, spec.acquired, double(spec.price),
-            spec.keywords, spec.discarded ? 1 : 0, spec.discarded ? spec.discardedOn : NoDate,
-            spec.keywords.isEmpty() ? 0 : 1});
+           {id, category, book.code, accession, book.title, book.author, book.acquired, double(book.price),
+            book.keywords, book.discarded ? 1 : 0, book.discarded ? book.discardedOn : NoDate,
+            book.keywords.isEmpty() ? 0 : 1});
     raisePrirustekMax(accession);
     tx.commit();
     return id;

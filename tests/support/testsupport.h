@@ -44,7 +44,7 @@ public:
         bool discarded = false;
         DateNumber discardedOn = NoDate;
     };
-    qint32 addBook(const BookSpec &spec);
+    qint32 addBook(const BookSpec &book);
     qint32 addBook(const QString &code) { return addBook(BookSpec(code)); }
     // Lends the books to the client under one new loan number; due NoDate = unlimited.
     qint32 lend(const QList<qint32> &books, qint32 client, DateNumber on, DateNumber due = NoDate);
