@@ -12,5 +12,5 @@ if [ "${FOLIVO_SKIP_SANITIZE:-0}" != 1 ]; then
     FOLIVO_BUILD_DIR="$asan" FOLIVO_BUILD_TYPE=Debug scripts/build.sh -DFOLIVO_SANITIZE=ON
     (cd "$asan" &&
         ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-            ctest --output-on-failure --timeout 600)
+            ctest --output-on-failure --timeout 600 --parallel 2)
 fi

@@ -2,8 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <QtGlobal>
-
 #include <cstring>
 
 namespace {
@@ -35,8 +33,6 @@ int refusal(int ioCode, sqlite3_file *f = nullptr)
 {
     if (ioCode != SQLITE_IOERR_FSYNC || !f || !reinterpret_cast<FaultFile *>(f)->journal)
         s_otherRefusal = true;
-    if (qEnvironmentVariableIsSet("FAULTVFS_TRACE"))
-        qWarning("fault vfs refuses %d after %d", ioCode, s_passed);
     s_failed = true;
     return s_failure == FaultVfs::Failure::Full ? SQLITE_FULL : ioCode;
 }
