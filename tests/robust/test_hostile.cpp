@@ -71,6 +71,21 @@ QString shown(const QString &text)
     return s + (text.size() > 40 ? QStringLiteral("...(%1)").arg(text.size()) : QString());
 }
 
+// Every row that was there is still there unchanged, and one row more: the saved one. The IDS
+// row is left out, its counter moves with every save.
+bool oneRowAdded(const QStringList &before, const QStringList &after)
+{
+    auto rows = [](const QStringList &all) {
+        QSet<QString> out;
+        for (const QString &r : all)
+            if (!r.startsWith(QLatin1String("IDS|")))
+                out.insert(r);
+        return out;
+    };
+    const QSet<QString> b = rows(before), a = rows(after);
+    return a.contains(b) && a.size() == b.size() + 1;
+}
+
 template <typename T> T *child(QWidget *w, const char *name)
 {
     T *c = w->findChild<T *>(QString::fromLatin1(name));
@@ -198,7 +213,7 @@ void TestHostile::savedTexts()
             // Found again by its code, exactly this book.
             const std::optional<BookRow> found = findBookInUse(row->code);
             QVERIFY2(found && found->id == id, qPrintable(shown(t)));
-            QCOMPARE(tableSnapshot().size(), before.size() + 1);
+            QVERIFY2(oneRowAdded(before, tableSnapshot()), qPrintable(shown(t)));
         }
 
         // A keyword of a book.
@@ -223,7 +238,7 @@ void TestHostile::savedTexts()
             QSqlQuery q = runSql(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = ?"), {name});
             QVERIFY(q.next());
             QCOMPARE(q.value(0).toInt(), 1);
-            QCOMPARE(tableSnapshot().size(), before.size() + 1);
+            QVERIFY2(oneRowAdded(before, tableSnapshot()), qPrintable(shown(t)));
         }
 
         // A client: the code is checked, the names are written as they are.
@@ -255,7 +270,7 @@ void TestHostile::savedTexts()
             QCOMPARE(saved->data.surname, data.surname);
             QCOMPARE(saved->data.address, data.address);
             QCOMPARE(Registers::clientCodeMessage(data.code), 11);
-            QCOMPARE(tableSnapshot().size(), before.size() + 1);
+            QVERIFY2(oneRowAdded(before, tableSnapshot()), qPrintable(shown(t)));
         }
     }
     QCOMPARE(checkLibrary(), QStringList());
