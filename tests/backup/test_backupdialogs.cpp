@@ -103,7 +103,6 @@ void TestBackupDialogs::init()
 {
     m_lib.reset(); // its destructor closes the database: before the next one opens
     m_lib = std::make_unique<TestLibrary>();
-    QVERIFY(m_lib->isValid());
     AppState::instance().dataDir = m_lib->dir();
     AppState::instance().floppyDir = m_floppy.path();
 }
@@ -120,15 +119,12 @@ void TestBackupDialogs::exportDialogControls()
     QCOMPARE(dlg.fileNameEdit()->text(), defaultName);
     QVERIFY(dlg.fileNameEdit()->isReadOnly());
     QCOMPARE(dlg.progressText()->text(), QStringLiteral("0 % hotovo"));
-    QCOMPARE(dlg.progressBar()->minimum(), 0);
-    QCOMPARE(dlg.progressBar()->maximum(), 100);
     QCOMPARE(dlg.progressBar()->value(), 0);
     QCOMPARE(dlg.startButton()->text(), QStringLiteral("Start"));
     QCOMPARE(dlg.cancelButton()->text(), QStringLiteral("  Storno"));
     QCOMPARE(dlg.focusWidget(), static_cast<QWidget *>(dlg.startButton()));
     dlg.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dlg));
-    dlg.grab().save(QDir::temp().filePath(QStringLiteral("folivo_backup_export.png")));
 
     // The two boxes behave as a pair: choosing one clears the other, clearing one chooses it.
     QTest::mouseClick(dlg.floppyBox(), Qt::LeftButton);
@@ -243,15 +239,11 @@ void TestBackupDialogs::importCommandRestoresAndTellsTheViews()
         QCOMPARE(dlg.windowTitle(), QString::fromUtf8("Proveďte import všech dat"));
         QCOMPARE(dlg.fileNameEdit()->text(), request.fileName);
         QCOMPARE(dlg.progressText()->text(), QStringLiteral("0 % hotovo"));
-        QVERIFY(!dlg.findChildren<QLabel *>().isEmpty());
         bool heading = false;
         for (const QLabel *l : dlg.findChildren<QLabel *>())
             heading =
                 heading || l->text() == QString::fromUtf8("Import dat - kompletni obnovení dat ze zálohy");
         QVERIFY(heading);
-        dlg.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dlg));
-        dlg.grab().save(QDir::temp().filePath(QStringLiteral("folivo_backup_import.png")));
     }
 
     CMainFrame frame;

@@ -114,7 +114,6 @@ private Q_SLOTS:
 void TestBackupJobs::exportChecksComeBeforeTheDatabaseIsClosed()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     MessageRecorder messages;
     BusyLog busy;
 
@@ -167,7 +166,6 @@ void TestBackupJobs::exportChecksComeBeforeTheDatabaseIsClosed()
 void TestBackupJobs::diskBackupRestoresTheLibrary()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     fillLibrary(lib);
     MessageRecorder messages;
     const QByteArray saved = snapshot(lib);
@@ -221,7 +219,6 @@ void TestBackupJobs::diskBackupRestoresTheLibrary()
 void TestBackupJobs::floppySeriesRestoresAndAbortKeepsData()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     fillLibrary(lib);
     growLibrary(lib, 1500000);
     QTemporaryDir floppy;
@@ -271,7 +268,6 @@ void TestBackupJobs::floppySeriesRestoresAndAbortKeepsData()
 void TestBackupJobs::unsoundImagesAreRefused()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     fillLibrary(lib);
     MessageRecorder messages;
     const QByteArray saved = snapshot(lib);
@@ -324,7 +320,6 @@ void TestBackupJobs::failedWriteReopensTheDatabase()
     if (!QFile::exists(QStringLiteral("/dev/full")))
         QSKIP("no /dev/full here");
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     fillLibrary(lib);
     MessageRecorder messages;
     const QByteArray saved = snapshot(lib);
@@ -357,7 +352,6 @@ void TestBackupJobs::failedWriteReopensTheDatabase()
 void TestBackupJobs::swapFailureKeepsTheOldDatabase()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     fillLibrary(lib);
     MessageRecorder messages;
     const ExportRequest request = diskExport(lib);
@@ -378,7 +372,6 @@ void TestBackupJobs::swapFailureKeepsTheOldDatabase()
 void TestBackupJobs::quitDuringExportReopens()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     growLibrary(lib, 200000);
     MessageRecorder messages;
     BackupCallbacks callbacks;
@@ -401,7 +394,6 @@ void TestBackupJobs::quitDuringExportReopens()
 void TestBackupJobs::databaseThatCannotBeReopenedIsFatal()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     MessageRecorder messages;
     const QString away = lib.dbPath() + QStringLiteral(".pryc");
     BackupCallbacks callbacks;

@@ -54,7 +54,7 @@ private Q_SLOTS:
     void undoDiscard();
     void undoDiscardFromEveryView();
     void loanProtocolIsPrintedFromTheFrame();
-    void pagesFitAndScreenshots();
+    void pagesFit();
 };
 
 namespace {
@@ -65,6 +65,16 @@ template <typename T> T *child(QWidget *w, const char *name)
     if (!c)
         qFatal("no child %s", name);
     return c;
+}
+
+bool exposed(QWidget *w)
+{
+    w->show();
+    return QTest::qWaitForWindowExposed(w);
+}
+bool exposed(QWidget &w)
+{
+    return exposed(&w);
 }
 
 QString focused(QWidget *w)
@@ -128,7 +138,6 @@ void TestCirculationPages::init()
 void TestCirculationPages::loansLookUpBook()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     TestLibrary::BookSpec gone(QStringLiteral("V1"));
     gone.discarded = true;
@@ -137,8 +146,7 @@ void TestCirculationPages::loansLookUpBook()
     const qint32 b = lib.addBook(TestLibrary::BookSpec(QStringLiteral("B1"))
                                      .withTitle(QStringLiteral("Krakatit"), QStringLiteral("Karel Čapek")));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     lookUp(page, QStringLiteral("   "));
@@ -178,14 +186,12 @@ void TestCirculationPages::loansLookUpBook()
 void TestCirculationPages::loansAddBook()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
     lib.addBook(QStringLiteral("B"));
     const qint32 c = lib.addBook(QStringLiteral("C"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     const QString defaultDue = dateText(QDate(2026, 4, 14)); // today + 30 days
 
@@ -245,14 +251,12 @@ void TestCirculationPages::loansAddBook()
 void TestCirculationPages::loansClients()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 shown = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
     const qint32 hidden =
         lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Skrytá"), false);
     lib.addBook(QStringLiteral("A"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.lookUpClient();
@@ -324,15 +328,13 @@ void TestCirculationPages::loansClients()
 void TestCirculationPages::loansCommitChecks()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     TestLibrary::BookSpec late(QStringLiteral("NEW"));
     late.acquired = 20260310;
     lib.addBook(late);
     lib.addBook(QStringLiteral("OLD"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.lend();
@@ -401,13 +403,11 @@ void TestCirculationPages::loansCommitChecks()
 void TestCirculationPages::loansWithScannerAndKeyboard()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A1"));
     lib.addBook(QStringLiteral("B2"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     page.onActivate();
     for (const char *code : {"A1", "B2"}) {
@@ -431,15 +431,13 @@ void TestCirculationPages::loansWithScannerAndKeyboard()
 void TestCirculationPages::loansCommitWritesOneLoan()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     for (const char *code : {"A", "B", "C", "D", "E"})
         lib.addBook(QString::fromLatin1(code));
     CViewZadavani view; // the page's protocol request reaches the entry view
     auto *page = qobject_cast<CPageVypujcky *>(view.page(CViewZadavani::Vypujcky));
     QVERIFY(page);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     QSignalSpy printed(&view, &CViewZadavani::protocolRequested);
     MessageRecorder rec;
     AppState::instance().settings.loanProtocol = SettingsRecord::PrintOnRequest;
@@ -497,14 +495,12 @@ void TestCirculationPages::loansCommitWritesOneLoan()
 void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
     lib.addBook(QStringLiteral("C"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     for (const char *code : {"A", "B", "C"})
         lookUpAndAdd(page, QString::fromLatin1(code));
@@ -528,7 +524,6 @@ void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
 void TestCirculationPages::loansListAndLoanLength()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addBook(
         TestLibrary::BookSpec(QStringLiteral("B2")).withTitle(QStringLiteral("Čtení"), QStringLiteral("Z")));
     lib.addBook(TestLibrary::BookSpec(QStringLiteral("A1"))
@@ -537,8 +532,7 @@ void TestCirculationPages::loansListAndLoanLength()
                     .withTitle(QStringLiteral("Abeceda"), QStringLiteral("X")));
     CPageVypujcky page;
     QAbstractItemModelTester tester(page.list(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     type(&page, "due", QStringLiteral("20.4.2026"));
@@ -586,12 +580,10 @@ void TestCirculationPages::loansListAndLoanLength()
 void TestCirculationPages::entryViewClearsOnSwitch()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A"));
     CViewZadavani view;
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     MessageRecorder rec;
     auto *loans = view.activePageAs<CPageVypujcky>();
     QVERIFY(loans);
@@ -611,7 +603,6 @@ void TestCirculationPages::entryViewClearsOnSwitch()
 void TestCirculationPages::returnsLookUpAndDelay()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Poezie"));
     const qint32 k = lib.addClient(QStringLiteral("K7"), QStringLiteral("Eva"), QStringLiteral("Malá"));
     const qint32 due = lib.addBook(QStringLiteral("DUE"));
@@ -626,8 +617,7 @@ void TestCirculationPages::returnsLookUpAndDelay()
     // Once the client has been hidden the book is still returned normally.
     runSql(QStringLiteral("UPDATE LIDE SET UKAZOVAT = 0"));
     CPageVraceni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     lookUp(page, QString());
@@ -679,7 +669,6 @@ void TestCirculationPages::returnsLookUpAndDelay()
 void TestCirculationPages::returnsAddChecks()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("FREE"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
@@ -687,8 +676,7 @@ void TestCirculationPages::returnsAddChecks()
     lib.lend({a}, k, 20260310);
     lib.lend({b}, k, 20260311);
     CPageVraceni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.addBook();
@@ -725,7 +713,6 @@ void TestCirculationPages::returnsAddChecks()
 void TestCirculationPages::returnsBatchOfClients()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k1 = lib.addClient(QStringLiteral("K1"));
     const qint32 k2 = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
@@ -737,8 +724,7 @@ void TestCirculationPages::returnsBatchOfClients()
     auto *page = qobject_cast<CPageVraceni *>(view.page(CViewZadavani::Vraceni));
     QVERIFY(page);
     view.setActivePage(CViewZadavani::Vraceni);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     QSignalSpy printed(&view, &CViewZadavani::protocolRequested);
     MessageRecorder rec;
     AppState::instance().settings.returnProtocol = SettingsRecord::PrintOnRequest;
@@ -781,15 +767,13 @@ void TestCirculationPages::returnsBatchOfClients()
 void TestCirculationPages::returnsFailureKeepsUnprocessedRows()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
     const qint32 c = lib.addBook(QStringLiteral("C"));
     lib.lend({a, b, c}, k, 20260301);
     CPageVraceni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     for (const char *code : {"A", "B", "C"})
         lookUpAndAdd(page, QString::fromLatin1(code));
@@ -808,7 +792,6 @@ void TestCirculationPages::returnsFailureKeepsUnprocessedRows()
 void TestCirculationPages::discardPage()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     TestLibrary::BookSpec book(QStringLiteral("A"));
     book.acquired = 20260310;
@@ -818,8 +801,7 @@ void TestCirculationPages::discardPage()
     lib.lend({lent}, k, 20260301);
     lib.addBook(QStringLiteral("B"));
     CPageVyrazeni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.discard();
@@ -886,13 +868,11 @@ void TestCirculationPages::discardPage()
 void TestCirculationPages::discardStopsAtMissingBook()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
     lib.addBook(QStringLiteral("C"));
     CPageVyrazeni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     for (const char *code : {"A", "B", "C"})
         lookUpAndAdd(page, QString::fromLatin1(code));
@@ -944,7 +924,6 @@ void answerBookPicker(PickerSeen *seen, const QString &code)
 void TestCirculationPages::bookPickersOfThePages()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     const qint32 free = lib.addBook(QStringLiteral("FREE"));
     const qint32 lent = lib.addBook(QStringLiteral("LENT"));
@@ -955,8 +934,7 @@ void TestCirculationPages::bookPickersOfThePages()
     MessageRecorder rec;
 
     CPageVypujcky loans;
-    loans.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&loans));
+    QVERIFY(exposed(loans));
     PickerSeen seen;
     answerBookPicker(&seen, QStringLiteral("FREE"));
     loans.pickBook();
@@ -997,7 +975,6 @@ void TestCirculationPages::bookPickersOfThePages()
 void TestCirculationPages::registerChangesReachThePages()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
     const qint32 k1 = lib.addClient(QStringLiteral("K1"));
@@ -1054,7 +1031,6 @@ void TestCirculationPages::registerChangesReachThePages()
 void TestCirculationPages::undoDiscard()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Zrušená"), false);
     const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
@@ -1070,8 +1046,7 @@ void TestCirculationPages::undoDiscard()
 
     CUndoDiscardDialog dialog;
     QVERIFY(dialog.prepare());
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    QVERIFY(exposed(dialog));
     MessageRecorder rec;
     auto *categories = child<QComboBox>(&dialog, "categories");
     QCOMPARE(categories->count(), 2); // only the categories in use
@@ -1165,7 +1140,6 @@ void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes,
 void TestCirculationPages::undoDiscardFromEveryView()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 category = lib.addCategory(QStringLiteral("Beletrie"));
     for (const char *code : {"V1", "V2", "V3"}) {
         TestLibrary::BookSpec book{QString::fromLatin1(code)};
@@ -1177,8 +1151,7 @@ void TestCirculationPages::undoDiscardFromEveryView()
     frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
     frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
     installCirculationCommands(frame);
-    frame.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(exposed(frame));
     QVERIFY(frame.switchView(ViewSwitchRequest{}));
     auto *entry = qobject_cast<CViewZadavani *>(frame.view(ViewSwitchRequest::EntryView));
     QVERIFY(entry);
@@ -1214,7 +1187,6 @@ void TestCirculationPages::undoDiscardFromEveryView()
 void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A"));
     MessageRecorder rec;
@@ -1222,8 +1194,7 @@ void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
     CMainFrame frame;
     frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
     installCirculationCommands(frame);
-    frame.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(exposed(frame));
     QVERIFY(frame.switchView(ViewSwitchRequest{}));
     auto *entry = qobject_cast<CViewZadavani *>(frame.view(ViewSwitchRequest::EntryView));
     QVERIFY(entry);
@@ -1245,56 +1216,29 @@ void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
     QVERIFY(rec.shown().isEmpty());
 }
 
-// The pages fit the sheet's size; with FOLIVO_SCREENSHOTS=dir they are also saved as pictures.
-void TestCirculationPages::pagesFitAndScreenshots()
+// The pages, filled, fit the sheet's size.
+void TestCirculationPages::pagesFit()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k =
         lib.addClient(QStringLiteral("K001"), QStringLiteral("Jana"), QStringLiteral("Dvořáková"));
     const qint32 lent =
         lib.addBook(TestLibrary::BookSpec(QStringLiteral("K0002"))
                         .withTitle(QStringLiteral("Válka s mloky"), QStringLiteral("Karel Čapek")));
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("K0003"))
-                    .withTitle(QStringLiteral("R.U.R."), QStringLiteral("Karel Čapek")));
+    lib.addBook(QStringLiteral("K0003"));
     lib.lend({lent}, k, 20260201, 20260301);
-    TestLibrary::BookSpec gone(QStringLiteral("K0009"));
-    gone.discarded = true;
-    gone.discardedOn = 20250505;
-    lib.addBook(gone);
     MessageRecorder rec;
-    const QString dir = qEnvironmentVariable("FOLIVO_SCREENSHOTS");
-
     CPageVypujcky loans;
     lookUpAndAdd(loans, QStringLiteral("K0003"));
     lookUp(loans, QStringLiteral("K0002"));
     loans.clientChosen(QStringLiteral("K001"));
     CPageVraceni returns;
     lookUpAndAdd(returns, QStringLiteral("K0002"));
-    lookUp(returns, QStringLiteral("K0002"));
     CPageVyrazeni discard;
     lookUpAndAdd(discard, QStringLiteral("K0003"));
-    CUndoDiscardDialog dialog;
-    QVERIFY(dialog.prepare());
-    type(&dialog, "code", QStringLiteral("K0009"));
-    dialog.lookUp();
-    CViewZadavani view;
-    view.resize(720, 560);
-    const QList<QPair<QWidget *, const char *>> shots = {{&loans, "vypujcky"},
-                                                         {&returns, "vraceni"},
-                                                         {&discard, "vyrazeni"},
-                                                         {&dialog, "zruseni"},
-                                                         {&view, "zadavani"}};
-    for (const auto &[w, name] : shots) {
-        w->show();
-        QVERIFY(QTest::qWaitForWindowExposed(w));
-        if (w != &dialog && w != &view) {
-            QVERIFY2(w->minimumSizeHint().width() <= 640 && w->minimumSizeHint().height() <= 470, name);
-            w->resize(640, 470);
-        }
-        if (!dir.isEmpty())
-            QVERIFY(w->grab().save(QStringLiteral("%1/%2.png").arg(dir, QString::fromLatin1(name))));
-    }
+    for (QWidget *w : std::initializer_list<QWidget *>{&loans, &returns, &discard})
+        QVERIFY2(w->minimumSizeHint().width() <= 640 && w->minimumSizeHint().height() <= 470,
+                 w->metaObject()->className());
     QVERIFY(rec.shown().isEmpty());
 }
 

@@ -144,7 +144,6 @@ void TestDemo::demoLibraryKeepsEveryRelation()
 void TestDemo::checkFindsEveryBrokenRule()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 jan = lib.addClient(QStringLiteral("K1"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));

@@ -105,7 +105,6 @@ void TestReportCore::statementsAndTitles()
 void TestReportCore::reportsOnARealLibrary()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     // An empty table is no failure.
     ReportResult empty = runReport(fixedReport(ReportKind::PresentAndLent).sql);
     QCOMPARE(empty.message, 0);
