@@ -143,10 +143,8 @@ void TestRegisterDialogs::newCategory()
 
     CDlgNovaKategorie dialog;
     showActive(&dialog);
-    const QList<QPair<QString, int>> refused = {{QStringLiteral("   "), 3},
-                                                {QStringLiteral("[x]"), 119},
-                                                {QStringLiteral(" Poezie "), 5},
-                                                {QStringLiteral("Romány"), 6}};
+    // The order of the checks is the core's; here: shown, the dialog open, the focus on the name.
+    const QList<QPair<QString, int>> refused = {{QStringLiteral("   "), 3}, {QStringLiteral("Romány"), 6}};
     for (const auto &[text, message] : refused) {
         dialog.nameEdit()->setText(text);
         dialog.findChild<QPushButton *>()->setFocus();
@@ -211,10 +209,7 @@ void TestRegisterDialogs::renameCategory()
     QCOMPARE(QApplication::focusWidget(), dialog.combo());
 
     dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Poezie")));
-    const QList<QPair<QString, int>> refused = {{QString(), 3},
-                                                {QStringLiteral("Verše*"), 119},
-                                                {QStringLiteral("Romány"), 6},
-                                                {QStringLiteral("Drama"), 5}};
+    const QList<QPair<QString, int>> refused = {{QString(), 3}, {QStringLiteral("Drama"), 5}};
     for (const auto &[text, message] : refused) {
         dialog.nameEdit()->setText(text);
         dialog.combo()->setFocus();
@@ -506,11 +501,8 @@ void TestRegisterDialogs::newClientForm()
     f->birth()->setText(QStringLiteral("30.2.2001"));
     attempt(f->birth(), 10);
     f->birth()->setText(QStringLiteral("3.2.2001"));
-    attempt(f->code(), 119);
     f->code()->setText(QStringLiteral("A1"));
     attempt(f->code(), 11);
-    f->code()->setText(QStringLiteral("OLD"));
-    attempt(f->code(), 12);
     f->code()->setText(QStringLiteral(" N1 "));
     f->address()->setPlainText(QStringLiteral("Dlouhá 1\nPraha"));
     messages.clear();
