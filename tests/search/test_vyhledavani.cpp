@@ -507,12 +507,24 @@ void TestVyhledavani::commands()
     for (int c : editCommands)
         QVERIFY2(enabled(c), qPrintable(QString::number(c)));
     f.frame.runCommand(Cmd::EditSelectAll);
+    QCOMPARE(title->selectedText(), text("Babička"));
     f.frame.runCommand(Cmd::EditCut);
     QVERIFY(title->text().isEmpty());
     CRvEdit *author = v->edit(SearchField::Author);
     author->setFocus();
     f.frame.runCommand(Cmd::EditPaste);
     QCOMPARE(author->text(), text("Babička"));
+    f.frame.runCommand(Cmd::EditUndo);
+    QVERIFY(author->text().isEmpty());
+    author->insert(text("Čapek"));
+    author->setSelection(0, 1);
+    f.frame.runCommand(Cmd::EditDelete);
+    QCOMPARE(author->text(), text("apek"));
+    author->setSelection(1, 2);
+    f.frame.runCommand(Cmd::EditCopy);
+    title->setFocus();
+    f.frame.runCommand(Cmd::EditPaste);
+    QCOMPARE(title->text(), text("pe"));
 }
 
 void TestVyhledavani::fitsFrame()
