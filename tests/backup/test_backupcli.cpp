@@ -56,16 +56,6 @@ void fill(TestLibrary &lib, int books)
         lib.addBook(QStringLiteral("K%1").arg(i));
 }
 
-// Enough rows to make the database file larger than minBytes, in one transaction.
-void grow(qint64 minBytes)
-{
-    const QString annotation = QString(1500, QLatin1Char('y'));
-    Transaction tx;
-    for (qint64 i = 0; i < minBytes / 1500; ++i)
-        runSql(QStringLiteral("INSERT INTO KATEGORIE VALUES (?, ?, 1)"), {qint32(1000 + i), annotation});
-    tx.commit();
-}
-
 } // namespace
 
 class TestBackupCli : public QObject
@@ -161,7 +151,7 @@ void TestBackupCli::fullFileSystemGives101()
 {
     TestLibrary lib;
     fill(lib, 3);
-    grow(400000);
+    growLibrary(400000);
     Database::close();
     const QByteArray saved = readFile(lib.dbPath());
     QVERIFY(saved.size() > 400000);

@@ -71,15 +71,6 @@ void clickStartInModalDialog()
     });
 }
 
-void growLibrary(qint64 minBytes)
-{
-    const QString filler = QString(1500, QLatin1Char('z'));
-    Transaction tx;
-    for (qint64 i = 0; i < minBytes / 1500; ++i)
-        runSql(QStringLiteral("INSERT INTO KATEGORIE VALUES (?, ?, 1)"), {qint32(5000 + i), filler});
-    tx.commit();
-}
-
 } // namespace
 
 class TestBackupDialogs : public QObject

@@ -40,22 +40,6 @@ void fillLibrary(TestLibrary &lib)
     lib.giveBack({a}, 20260310);
 }
 
-// Enough books with long annotations to make the file larger than minBytes.
-void growLibrary(TestLibrary &lib, qint64 minBytes)
-{
-    const qint32 category = lib.addCategory(QStringLiteral("Objemné"));
-    const QString annotation = QString(1500, QLatin1Char('x'));
-    Transaction tx;
-    for (qint64 i = 0; i < minBytes / 1500; ++i) {
-        const qint32 id = allocateId(Counter::Knihy);
-        runSql(
-            QStringLiteral("INSERT INTO KNIHY VALUES (?, ?, -1, -1, ?, ?, 'Svazek', 'Autor', 20000101, 10.0, "
-                           "-1, '', '', -1, ?, 0, 0, -1, 0, 0, 0, 1, 0)"),
-            {id, category, QStringLiteral("G%1").arg(id), id, annotation});
-    }
-    tx.commit();
-}
-
 ExportRequest diskExport(const TestLibrary &lib, const QString &name = QString())
 {
     ExportRequest r;
@@ -220,7 +204,7 @@ void TestBackupJobs::floppySeriesRestoresAndAbortKeepsData()
 {
     TestLibrary lib;
     fillLibrary(lib);
-    growLibrary(lib, 1500000);
+    growLibrary(1500000);
     QTemporaryDir floppy;
     MessageRecorder messages;
     const QByteArray saved = snapshot(lib);
@@ -372,7 +356,7 @@ void TestBackupJobs::swapFailureKeepsTheOldDatabase()
 void TestBackupJobs::quitDuringExportReopens()
 {
     TestLibrary lib;
-    growLibrary(lib, 200000);
+    growLibrary(200000);
     MessageRecorder messages;
     BackupCallbacks callbacks;
     callbacks.keepRunning = [] { return false; };
