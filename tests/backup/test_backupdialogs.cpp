@@ -7,6 +7,7 @@
 #include "backuptesthelpers.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QApplication>
@@ -65,10 +66,7 @@ private:
 
 void clickStartInModalDialog()
 {
-    QTimer::singleShot(0, [] {
-        if (auto *dlg = qobject_cast<CBackupDlgBase *>(QApplication::activeModalWidget()))
-            dlg->startButton()->click();
-    });
+    onNextModal<CBackupDlgBase>([](CBackupDlgBase *dlg) { dlg->startButton()->click(); });
 }
 
 } // namespace
@@ -252,11 +250,9 @@ void TestBackupDialogs::importCommandRestoresAndTellsTheViews()
         setBackupFileChooser([&](QWidget *, const QString &) { return bogus; });
     {
         DialogWatcher watcher;
-        QTimer::singleShot(0, [] {
-            if (auto *dlg = qobject_cast<CBackupDlgBase *>(QApplication::activeModalWidget())) {
-                dlg->changeButton()->click();
-                dlg->startButton()->click();
-            }
+        onNextModal<CBackupDlgBase>([](CBackupDlgBase *dlg) {
+            dlg->changeButton()->click();
+            dlg->startButton()->click();
         });
         frame.runCommand(Cmd::ImportData);
         QCOMPARE(watcher.seen.size(), 2);

@@ -10,6 +10,7 @@
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
 #include "data/statements.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -629,9 +630,7 @@ void TestCataloguePages::bookPicker()
     QVERIFY(!pickBook(nullptr, QStringLiteral("Nadpis"), QString()));
 
     // The function runs the dialog modally and hands back the book chosen by a double click.
-    QTimer::singleShot(0, [] {
-        auto *d = qobject_cast<CBookPickerDialog *>(QApplication::activeModalWidget());
-        QVERIFY(d);
+    onNextModal<CBookPickerDialog>([](CBookPickerDialog *d) {
         const QModelIndex second = d->model()->index(1, 0);
         d->view()->selectRow(1);
         Q_EMIT d->view()->doubleClicked(second);

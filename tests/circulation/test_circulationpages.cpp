@@ -15,6 +15,7 @@
 #include "registers/clientdialogs.h"
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -293,14 +294,12 @@ void TestCirculationPages::loansClients()
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
 
     // The client list: cancelled, the focus goes back; a client chosen is taken with its name.
-    auto answerClientList = [](int row) {
-        QTimer::singleShot(0, [row] {
-            auto *dialog = qobject_cast<CDlgVyberKlienta *>(QApplication::activeModalWidget());
-            QVERIFY(dialog);
-            if (row < 0)
-                return dialog->reject();
-            dialog->list()->selectRow(row);
-            dialog->accept();
+    auto answerClientList = [](int row) { // -1: cancelled
+        onNextModal<CDlgVyberKlienta>([row](CDlgVyberKlienta *dialog) {
+            if (row >= 0) {
+                dialog->list()->selectRow(row);
+                dialog->accept();
+            }
         });
     };
     rec.clear();
@@ -892,9 +891,7 @@ struct PickerSeen
 
 void answerBookPicker(PickerSeen *seen, const QString &code)
 {
-    QTimer::singleShot(0, [seen, code] {
-        auto *dialog = qobject_cast<CBookPickerDialog *>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
+    onNextModal<CBookPickerDialog>([seen, code](CBookPickerDialog *dialog) {
         for (const QLabel *l : dialog->findChildren<QLabel *>())
             if (l->text().startsWith(QStringLiteral("Vyberte")))
                 seen->prompt = l->text();
@@ -903,9 +900,7 @@ void answerBookPicker(PickerSeen *seen, const QString &code)
             if (dialog->model()->row(r).code == code)
                 dialog->view()->selectRow(r);
         }
-        if (code.isEmpty())
-            dialog->reject();
-        else
+        if (!code.isEmpty())
             dialog->tryAccept();
     });
 }
@@ -1109,16 +1104,13 @@ namespace {
 // Runs "Zrušení vyřazení knihy..." from the frame, restoring the given codes in the open dialog.
 void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes, qint32 category)
 {
-    QTimer::singleShot(0, [restoreCodes, category] {
-        auto *dialog = qobject_cast<CUndoDiscardDialog *>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
+    onNextModal<CUndoDiscardDialog>([restoreCodes, category](CUndoDiscardDialog *dialog) {
         for (const QString &code : restoreCodes) {
             type(dialog, "code", code);
             dialog->lookUp();
             dialog->chooseCategory(category);
             dialog->restore();
         }
-        dialog->reject();
     });
     frame.runCommand(Cmd::UndoDiscard);
 }
@@ -1194,12 +1186,7 @@ void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
     loans->clientChosen(QStringLiteral("K1"));
 
     QString printTitle;
-    QTimer::singleShot(0, [&printTitle] {
-        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget())) {
-            printTitle = dialog->windowTitle();
-            dialog->reject();
-        }
-    });
+    onNextModal([&printTitle](QDialog *dialog) { printTitle = dialog->windowTitle(); });
     loans->lend();
     QCOMPARE(printTitle, QStringLiteral("Tisk"));
     QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Loan));

@@ -9,6 +9,7 @@
 #include "registers/clientdialogs.h"
 #include "registers/registercommands.h"
 #include "registers/registerwidgets.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -95,21 +96,6 @@ QStringList column(const CRegisterListModel *model, int col)
     for (int r = 0; r < model->rowCount(); ++r)
         out << model->index(r, col).data().toString();
     return out;
-}
-
-// Runs f on the next modal dialog that opens, then closes it.
-void onNextModal(std::function<void(QDialog *)> f)
-{
-    QTimer::singleShot(0, [f] {
-        auto *d = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (!d) {
-            onNextModal(f);
-            return;
-        }
-        f(d);
-        if (d->isVisible())
-            d->reject();
-    });
 }
 
 } // namespace
