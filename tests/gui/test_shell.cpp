@@ -164,7 +164,6 @@ void TestShell::firstRunOnDamagedSettings()
     wrongHead[0] = char(0xFE); // FE FF 00 00: 0xFFFE
     for (const QByteArray &damaged : {good.left(163), wrongHead}) {
         TestLibrary lib;
-        QVERIFY(lib.isValid());
         MessageRecorder rec;
         const QString ini = QDir(lib.dir()).filePath(QStringLiteral("Folivo.ini"));
         QFile f(ini);

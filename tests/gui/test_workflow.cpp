@@ -17,6 +17,7 @@
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QApplication>
@@ -27,25 +28,6 @@
 
 #include <functional>
 #include <memory>
-
-namespace {
-
-// Acts on the next modal dialog of type D once it is shown.
-template <typename D> void onNextDialog(std::function<void(D *)> act)
-{
-    QTimer::singleShot(0, [act] {
-        auto *d = qobject_cast<D *>(QApplication::activeModalWidget());
-        if (!d) {
-            onNextDialog<D>(act);
-            return;
-        }
-        act(d);
-        if (d->isVisible())
-            d->reject();
-    });
-}
-
-} // namespace
 
 class TestWorkflow : public QObject
 {
@@ -74,7 +56,6 @@ private:
 void TestWorkflow::init()
 {
     m_lib = std::make_unique<TestLibrary>();
-    QVERIFY(m_lib->isValid());
     m_messages = std::make_unique<MessageRecorder>();
     m_frame = std::make_unique<CMainFrame>();
     installFeatures(*m_frame);
@@ -97,7 +78,7 @@ void TestWorkflow::newCategoryReachesTheNewBooksPage()
     QVERIFY(page);
     QCOMPARE(page->form()->category->count(), 1);
 
-    onNextDialog<CDlgNovaKategorie>([](CDlgNovaKategorie *d) {
+    onNextModal<CDlgNovaKategorie>([](CDlgNovaKategorie *d) {
         d->nameEdit()->setText(QStringLiteral("  Poezie "));
         d->accept();
     });
@@ -106,7 +87,9 @@ void TestWorkflow::newCategoryReachesTheNewBooksPage()
     QCOMPARE(page->form()->category->count(), 2);
     QCOMPARE(page->form()->category->currentText(), QStringLiteral("Poezie"));
     QCOMPARE(AppState::instance().history.recall(8), QStringLiteral("Poezie"));
-    QCOMPARE(m_lib->count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Poezie' AND UKAZOVAT")), 1);
+    QCOMPARE(
+        m_lib->count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Poezie' AND UKAZOVAT")),
+        1);
 }
 
 void TestWorkflow::renamedCategoryOnTheBrowsePage()
@@ -120,7 +103,7 @@ void TestWorkflow::renamedCategoryOnTheBrowsePage()
     QVERIFY(page);
     QCOMPARE(page->form()->categoryName->text(), QStringLiteral("Beletrie"));
 
-    onNextDialog<CDlgPrejmenovaniKategorie>([](CDlgPrejmenovaniKategorie *d) {
+    onNextModal<CDlgPrejmenovaniKategorie>([](CDlgPrejmenovaniKategorie *d) {
         d->combo()->setCurrentIndex(d->combo()->findText(QStringLiteral("Beletrie")));
         d->nameEdit()->setText(QStringLiteral("Romány"));
         d->accept();
@@ -136,7 +119,7 @@ void TestWorkflow::newClientIsServedAtOnce()
     auto *page = entry()->activePageAs<CPageVypujcky>();
     QVERIFY(page);
     QCOMPARE(page->clientId(), -1);
-    onNextDialog<CDlgNovyKlient>([](CDlgNovyKlient *d) {
+    onNextModal<CDlgNovyKlient>([](CDlgNovyKlient *d) {
         d->form()->code()->setText(QStringLiteral("K9"));
         d->form()->first()->setText(QStringLiteral("Eva"));
         d->form()->surname()->setText(QStringLiteral("Veselá"));

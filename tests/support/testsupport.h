@@ -8,7 +8,8 @@
 #include <QTemporaryDir>
 
 // A fresh data directory with an empty library database made from the shipped schema, opened
-// as the program's database for the life of the object.
+// as the program's database for the life of the object. A library that cannot be made ends the
+// test program.
 class TestLibrary final
 {
 public:
