@@ -49,10 +49,10 @@ Library fill(TestLibrary &lib)
     l.lentA = lib.addBook(QStringLiteral("LA"));
     l.lentB = lib.addBook(QStringLiteral("LB"));
     l.loan = lib.lend({l.lentA, l.lentB}, l.k1, 20260301, 20260401);
-    TestLibrary::BookSpec spec(QStringLiteral("V"));
-    spec.discarded = true;
-    spec.discardedOn = 20250101;
-    l.gone = lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("V"));
+    book.discarded = true;
+    book.discardedOn = 20250101;
+    l.gone = lib.addBook(book);
     return l;
 }
 
