@@ -4,7 +4,9 @@
 
 #include <QAbstractTableModel>
 #include <QApplication>
+#include <QHBoxLayout>
 #include <QHeaderView>
+#include <QLabel>
 #include <QTableView>
 
 #include <algorithm>
@@ -242,4 +244,32 @@ inline bool readBookCategory(qint32 bookId, qint32 *categoryId, QString *name)
     } catch (const DbError &) {
         return false;
     }
+}
+
+// The prepared list of a page with its title line: the title (its mnemonic leads to the list),
+// "Přidat" and "Odebrat" beside it, the table below; the page lays out head and view.
+struct PreparedListSection
+{
+    QHBoxLayout *head;
+    QPushButton *add;
+    QPushButton *remove;
+    QTableView *view;
+};
+
+template <typename Item>
+PreparedListSection makePreparedListSection(CPreparedList<Item> *model, const QString &title, QWidget *page)
+{
+    PreparedListSection s;
+    s.add = iconButton(QStringLiteral("Přidat"), QStyle::SP_ArrowDown, page);
+    s.add->setObjectName(QStringLiteral("add"));
+    s.remove = iconButton(QStringLiteral("Odebrat"), QStyle::SP_DialogDiscardButton, page);
+    s.view = makePreparedListView(model, page);
+    s.view->setObjectName(QStringLiteral("list"));
+    auto *label = new QLabel(title, page);
+    label->setBuddy(s.view);
+    s.head = new QHBoxLayout;
+    s.head->addWidget(label, 1);
+    s.head->addWidget(s.add);
+    s.head->addWidget(s.remove);
+    return s;
 }

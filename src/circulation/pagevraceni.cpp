@@ -97,17 +97,11 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
     grid->setColumnStretch(1, 3);
     grid->setColumnStretch(3, 2);
 
-    m_add = iconButton(QStringLiteral("Přidat"), QStyle::SP_ArrowDown, this);
-    m_add->setObjectName(QStringLiteral("add"));
-    auto *remove = iconButton(QStringLiteral("Odebrat"), QStyle::SP_DialogDiscardButton, this);
-    m_view = makePreparedListView(m_list, this);
-    m_view->setObjectName(QStringLiteral("list"));
-    auto *listLabel = new QLabel(QStringLiteral("Kni&hy připravené k vrácení"), this);
-    listLabel->setBuddy(m_view);
-    auto *listHead = new QHBoxLayout;
-    listHead->addWidget(listLabel, 1);
-    listHead->addWidget(m_add);
-    listHead->addWidget(remove);
+    const PreparedListSection list = makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vrácení"), this);
+    m_add = list.add;
+    m_view = list.view;
+    QPushButton *remove = list.remove;
+    QHBoxLayout *listHead = list.head;
 
     auto *giveBackButton = iconButton(QStringLiteral("Vrátit"), QStyle::SP_DialogOkButton, this);
     auto *cancelButton = iconButton(QStringLiteral("Storno"), QStyle::SP_DialogCancelButton, this);

@@ -89,17 +89,11 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     bookGrid->setColumnStretch(3, 2);
 
     // The prepared list.
-    m_add = iconButton(QStringLiteral("Přidat"), QStyle::SP_ArrowDown, this);
-    m_add->setObjectName(QStringLiteral("add"));
-    auto *remove = iconButton(QStringLiteral("Odebrat"), QStyle::SP_DialogDiscardButton, this);
-    m_view = makePreparedListView(m_list, this);
-    m_view->setObjectName(QStringLiteral("list"));
-    auto *listLabel = new QLabel(QStringLiteral("Kni&hy připravené k vypůjčení"), this);
-    listLabel->setBuddy(m_view);
-    auto *listHead = new QHBoxLayout;
-    listHead->addWidget(listLabel, 1);
-    listHead->addWidget(m_add);
-    listHead->addWidget(remove);
+    const PreparedListSection list = makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vypůjčení"), this);
+    m_add = list.add;
+    m_view = list.view;
+    QPushButton *remove = list.remove;
+    QHBoxLayout *listHead = list.head;
 
     // The client and the loan.
     auto *clientBox = new QGroupBox(QStringLiteral("Klient"), this);

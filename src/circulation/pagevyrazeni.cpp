@@ -68,17 +68,11 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 3);
 
-    m_add = iconButton(QStringLiteral("Přidat"), QStyle::SP_ArrowDown, this);
-    m_add->setObjectName(QStringLiteral("add"));
-    auto *remove = iconButton(QStringLiteral("Odebrat"), QStyle::SP_DialogDiscardButton, this);
-    m_view = makePreparedListView(m_list, this);
-    m_view->setObjectName(QStringLiteral("list"));
-    auto *listLabel = new QLabel(QStringLiteral("Kni&hy připravené k vyřazení"), this);
-    listLabel->setBuddy(m_view);
-    auto *listHead = new QHBoxLayout;
-    listHead->addWidget(listLabel, 1);
-    listHead->addWidget(m_add);
-    listHead->addWidget(remove);
+    const PreparedListSection list = makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vyřazení"), this);
+    m_add = list.add;
+    m_view = list.view;
+    QPushButton *remove = list.remove;
+    QHBoxLayout *listHead = list.head;
 
     m_discardDate = new CRvEdit(this);
     m_discardDate->setObjectName(QStringLiteral("discardDate"));

@@ -170,7 +170,9 @@ bool CViewZadavani::runCommand(int command)
 
 int CViewZadavani::helpTopic() const
 {
-    return 2;
+    // The entry view leaves F1 to the frame, which opens the help of the program; the pages'
+    // own topic is reached from the help's list of topics.
+    return HelpTopic::Program;
 }
 
 void CViewZadavani::resizeEvent(QResizeEvent *event)
@@ -189,7 +191,13 @@ void CViewZadavani::focusInEvent(QFocusEvent *event)
 // 4 pixels from the left and 2 from the top.
 void CViewZadavani::placeSheet()
 {
-    const QSize sheet = m_sheet->sizeHint().expandedTo(m_sheet->minimumSizeHint());
+    // The sheet keeps its natural size where the view has room for it. In a smaller view it first
+    // gives up the spare room of its lists, down to its least size; only then does the view scroll.
+    const QSize room = m_scroll->size();
+    const QSize least = m_sheet->minimumSizeHint();
+    const QSize natural = m_sheet->sizeHint().expandedTo(least);
+    const QSize sheet(qBound(least.width(), room.width() - 8, natural.width()),
+                      qBound(least.height(), room.height() - 4, natural.height()));
     m_sheet->resize(sheet);
     const QSize view = m_scroll->viewport()->size();
     const int x = view.width() > sheet.width() + 8 ? (view.width() - sheet.width()) / 2 : 4;

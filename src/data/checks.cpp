@@ -9,6 +9,7 @@ bool hasForbiddenChars(const QString &text)
         case '%':
         case '*':
         case '\'':
+        case 0:
             return true;
         default:
             break;

@@ -8,38 +8,52 @@ namespace {
 
 struct Rule
 {
-    const char *what; // what is wrong with each row found, "%1" = the row's key
+    const char *what; // what is wrong with each row found, "%1" = the row's key, "%2" = its second column
     const char *sql;  // one row per violation, its key in the first column
 };
 
-// Each statement lists the offending rows; the first column names the row in the message.
+// Each statement lists the offending rows; the first column names the row in the message, a second
+// column (a book's code) helps the librarian find it. Codes and names are unique in the sense the
+// program's own lookups use: letter case ignored, Czech letters included (CZNOCASE).
 const Rule Rules[] = {
-    {"kniha %1 je vypůjčená, ale nemá právě jednu otevřenou výpůjčku pod svým číslem výpůjčky a klientem",
-     "SELECT K.ID_KNIHY_KNIHY FROM KNIHY K WHERE K.VYPUJCENO AND (SELECT COUNT(*) FROM VYPUJCKY V WHERE "
+    {"kniha %1 (kód %2) je vypůjčená, ale nemá právě jednu otevřenou výpůjčku pod svým číslem výpůjčky a "
+     "klientem",
+     "SELECT K.ID_KNIHY_KNIHY, K.KOD FROM KNIHY K WHERE K.VYPUJCENO AND (SELECT COUNT(*) FROM VYPUJCKY V "
+     "WHERE "
      "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY AND NOT "
      "V.VRACENO AND "
      "V.ID_LIDE_VYPUJCKY = K.ID_LIDE_KNIHY) <> 1"},
-    {"kniha %1 je vypůjčená klientovi, který v evidenci není",
-     "SELECT K.ID_KNIHY_KNIHY FROM KNIHY K WHERE K.VYPUJCENO AND NOT EXISTS (SELECT 1 FROM LIDE L WHERE "
+    {"kniha %1 (kód %2) je vypůjčená klientovi, který v evidenci není",
+     "SELECT K.ID_KNIHY_KNIHY, K.KOD FROM KNIHY K WHERE K.VYPUJCENO AND NOT EXISTS (SELECT 1 FROM LIDE L "
+     "WHERE "
      "L.ID_LIDE_LIDE = K.ID_LIDE_KNIHY)"},
-    {"kniha %1 není vypůjčená, ale odkazuje na klienta nebo výpůjčku",
-     "SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE NOT VYPUJCENO AND (ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> "
+    {"kniha %1 (kód %2) není vypůjčená, ale odkazuje na klienta nebo výpůjčku",
+     "SELECT ID_KNIHY_KNIHY, KOD FROM KNIHY WHERE NOT VYPUJCENO AND (ID_LIDE_KNIHY <> -1 OR "
+     "ID_VYPUJCKY_KNIHY <> "
      "-1)"},
     {"výpůjčka %1 je otevřená, ale její kniha není vypůjčená pod tímto číslem",
      "SELECT V.ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY V LEFT JOIN KNIHY K ON K.ID_KNIHY_KNIHY = "
      "V.ID_KNIHY_VYPUJCKY "
      "WHERE NOT V.VRACENO AND (K.ID_KNIHY_KNIHY IS NULL OR NOT K.VYPUJCENO OR K.ID_VYPUJCKY_KNIHY <> "
      "V.ID_VYPUJCKY_VYPUJCKY)"},
-    {"kniha %1 je vyřazená a přitom vypůjčená",
-     "SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE VYRAZENO AND VYPUJCENO"},
-    {"kniha %1 patří do kategorie, která v evidenci není",
-     "SELECT K.ID_KNIHY_KNIHY FROM KNIHY K WHERE NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
+    {"kniha %1 (kód %2) je vyřazená a přitom vypůjčená",
+     "SELECT ID_KNIHY_KNIHY, KOD FROM KNIHY WHERE VYRAZENO AND VYPUJCENO"},
+    {"kniha %1 (kód %2) není vyřazená, a přesto má datum vyřazení",
+     "SELECT ID_KNIHY_KNIHY, KOD FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI <> -1"},
+    {"kniha %1 (kód %2) patří do kategorie, která v evidenci není",
+     "SELECT K.ID_KNIHY_KNIHY, K.KOD FROM KNIHY K WHERE NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
      "C.ID_KATEGORIE_KATEGORIE = K.ID_KATEGORIE_KNIHY)"},
     {"výpůjčka %1 odkazuje na klienta nebo knihu, které v evidenci nejsou",
      "SELECT V.ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY V WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE "
      "L.ID_LIDE_LIDE = "
      "V.ID_LIDE_VYPUJCKY) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = "
      "V.ID_KNIHY_VYPUJCKY)"},
+    {"výpůjčka %1 patří více klientům najednou",
+     "SELECT ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY GROUP BY ID_VYPUJCKY_VYPUJCKY HAVING COUNT(DISTINCT "
+     "ID_LIDE_VYPUJCKY) > 1"},
+    {"výpůjčka %1: kniha %2 je vrácená bez data vrácení, nebo nevrácená s datem vrácení",
+     "SELECT ID_VYPUJCKY_VYPUJCKY, ID_KNIHY_VYPUJCKY FROM VYPUJCKY WHERE (VRACENO AND DATUM_VRACENI = -1) OR "
+     "(NOT VRACENO AND DATUM_VRACENI <> -1)"},
     {"vrácení %1 odkazuje na klienta nebo knihu, které v evidenci nejsou",
      "SELECT R.ID_VRACENI_VRACENI FROM VRACENI R WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE "
      "= "
@@ -61,14 +75,16 @@ const Rule Rules[] = {
      "IDS)"},
     {"přírůstkové číslo %1 je vyšší než PRIRUSTEK_MAX",
      "SELECT PRIRUSTEK FROM KNIHY WHERE PRIRUSTEK > (SELECT PRIRUSTEK_MAX FROM IDS)"},
-    {"kód knihy %1 je použit vícekrát", "SELECT KOD FROM KNIHY GROUP BY KOD COLLATE NOCASE HAVING COUNT(*) > 1"},
+    {"kód knihy %1 je použit vícekrát",
+     "SELECT KOD FROM KNIHY GROUP BY KOD COLLATE CZNOCASE HAVING COUNT(*) > 1"},
     {"přírůstkové číslo %1 je použito vícekrát",
      "SELECT PRIRUSTEK FROM KNIHY GROUP BY PRIRUSTEK HAVING COUNT(*) > 1"},
     {"klíč knihy %1 je použit vícekrát", "SELECT ID_KNIHY_KNIHY FROM KNIHY GROUP BY 1 HAVING COUNT(*) > 1"},
-    {"kód klienta %1 je použit vícekrát", "SELECT KOD FROM LIDE GROUP BY KOD COLLATE NOCASE HAVING COUNT(*) > 1"},
+    {"kód klienta %1 je použit vícekrát",
+     "SELECT KOD FROM LIDE GROUP BY KOD COLLATE CZNOCASE HAVING COUNT(*) > 1"},
     {"klíč klienta %1 je použit vícekrát", "SELECT ID_LIDE_LIDE FROM LIDE GROUP BY 1 HAVING COUNT(*) > 1"},
     {"název kategorie %1 je použit vícekrát",
-     "SELECT NAZEV FROM KATEGORIE GROUP BY NAZEV COLLATE NOCASE HAVING COUNT(*) > 1"},
+     "SELECT NAZEV FROM KATEGORIE GROUP BY NAZEV COLLATE CZNOCASE HAVING COUNT(*) > 1"},
     {"klíč kategorie %1 je použit vícekrát",
      "SELECT ID_KATEGORIE_KATEGORIE FROM KATEGORIE GROUP BY 1 HAVING COUNT(*) > 1"},
     {"výpůjčka %1 obsahuje tutéž knihu vícekrát",
@@ -96,8 +112,13 @@ QStringList checkLibrary()
     }
     for (const Rule &r : Rules) {
         QSqlQuery q = runSql(QString::fromLatin1(r.sql));
-        while (q.next())
-            problems << QString::fromUtf8(r.what).arg(q.value(0).toString());
+        const bool second = QByteArray(r.what).contains("%2");
+        while (q.next()) {
+            // One pass over both markers: a code holding "%1" stays as it is.
+            const QString what = QString::fromUtf8(r.what);
+            problems << (second ? what.arg(q.value(0).toString(), q.value(1).toString())
+                                : what.arg(q.value(0).toString()));
+        }
     }
     return problems;
 }

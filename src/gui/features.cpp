@@ -19,7 +19,11 @@ void installFeatures(CMainFrame &frame)
     frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
     frame.setViewFactory(ViewSwitchRequest::SearchView, [](QWidget *p) { return new CVyhledavani(p); });
 
-    frame.setHandler(Cmd::ViewEntry, [&frame] { frame.switchView(ViewSwitchRequest{}); });
+    frame.setHandler(Cmd::ViewEntry, [&frame] {
+        if (frame.switchView(ViewSwitchRequest{}))
+            if (CFrameView *entry = frame.activeView())
+                entry->setFocus();
+    });
     frame.setHandler(Cmd::ViewSearch, [&frame] {
         ViewSwitchRequest r;
         r.target = ViewSwitchRequest::SearchView;

@@ -23,6 +23,9 @@ QLabel *bannerLine(QWidget *parent)
     auto *label = new QLabel(parent);
     label->setAlignment(Qt::AlignCenter);
     label->setAutoFillBackground(true);
+    // Explicit, or the line would take the role of whatever it is shown in.
+    label->setBackgroundRole(QPalette::Window);
+    label->setForegroundRole(QPalette::WindowText);
     QPalette pal = label->palette();
     pal.setColor(QPalette::Window, Qt::blue);
     pal.setColor(QPalette::WindowText, Qt::yellow);
@@ -40,6 +43,7 @@ QLabel *bannerLine(QWidget *parent)
 CSestavaView::CSestavaView(QWidget *parent) : CFrameView(parent)
 {
     setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Window);
     QPalette pal = palette();
     pal.setColor(QPalette::Window, QColor(255, 255, 200));
     setPalette(pal);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "backup/backupcore.h"
+#include "data/database.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -38,6 +39,17 @@ inline quint32 wordAt(const QByteArray &bytes, qint64 offset)
 {
     return quint32(quint8(bytes[offset])) | quint32(quint8(bytes[offset + 1])) << 8 |
            quint32(quint8(bytes[offset + 2])) << 16 | quint32(quint8(bytes[offset + 3])) << 24;
+}
+
+// Makes the open library's file larger than minBytes: categories with long names, 1,500 bytes
+// each, numbered from 5000, in one transaction.
+inline void growLibrary(qint64 minBytes)
+{
+    const QString filler = QString(1500, QLatin1Char('z'));
+    Transaction tx;
+    for (qint64 i = 0; i < minBytes / 1500; ++i)
+        runSql(QStringLiteral("INSERT INTO KATEGORIE VALUES (?, ?, 1)"), {qint32(5000 + i), filler});
+    tx.commit();
 }
 
 // Records what the copy reports.

@@ -7,6 +7,7 @@
 #include "backuptesthelpers.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QApplication>
@@ -65,19 +66,7 @@ private:
 
 void clickStartInModalDialog()
 {
-    QTimer::singleShot(0, [] {
-        if (auto *dlg = qobject_cast<CBackupDlgBase *>(QApplication::activeModalWidget()))
-            dlg->startButton()->click();
-    });
-}
-
-void growLibrary(qint64 minBytes)
-{
-    const QString filler = QString(1500, QLatin1Char('z'));
-    Transaction tx;
-    for (qint64 i = 0; i < minBytes / 1500; ++i)
-        runSql(QStringLiteral("INSERT INTO KATEGORIE VALUES (?, ?, 1)"), {qint32(5000 + i), filler});
-    tx.commit();
+    onNextModal<CBackupDlgBase>([](CBackupDlgBase *dlg) { dlg->startButton()->click(); });
 }
 
 } // namespace
@@ -103,7 +92,6 @@ void TestBackupDialogs::init()
 {
     m_lib.reset(); // its destructor closes the database: before the next one opens
     m_lib = std::make_unique<TestLibrary>();
-    QVERIFY(m_lib->isValid());
     AppState::instance().dataDir = m_lib->dir();
     AppState::instance().floppyDir = m_floppy.path();
 }
@@ -120,15 +108,12 @@ void TestBackupDialogs::exportDialogControls()
     QCOMPARE(dlg.fileNameEdit()->text(), defaultName);
     QVERIFY(dlg.fileNameEdit()->isReadOnly());
     QCOMPARE(dlg.progressText()->text(), QStringLiteral("0 % hotovo"));
-    QCOMPARE(dlg.progressBar()->minimum(), 0);
-    QCOMPARE(dlg.progressBar()->maximum(), 100);
     QCOMPARE(dlg.progressBar()->value(), 0);
     QCOMPARE(dlg.startButton()->text(), QStringLiteral("Start"));
     QCOMPARE(dlg.cancelButton()->text(), QStringLiteral("  Storno"));
     QCOMPARE(dlg.focusWidget(), static_cast<QWidget *>(dlg.startButton()));
     dlg.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dlg));
-    dlg.grab().save(QDir::temp().filePath(QStringLiteral("folivo_backup_export.png")));
 
     // The two boxes behave as a pair: choosing one clears the other, clearing one chooses it.
     QTest::mouseClick(dlg.floppyBox(), Qt::LeftButton);
@@ -243,15 +228,11 @@ void TestBackupDialogs::importCommandRestoresAndTellsTheViews()
         QCOMPARE(dlg.windowTitle(), QString::fromUtf8("Proveďte import všech dat"));
         QCOMPARE(dlg.fileNameEdit()->text(), request.fileName);
         QCOMPARE(dlg.progressText()->text(), QStringLiteral("0 % hotovo"));
-        QVERIFY(!dlg.findChildren<QLabel *>().isEmpty());
         bool heading = false;
         for (const QLabel *l : dlg.findChildren<QLabel *>())
             heading =
                 heading || l->text() == QString::fromUtf8("Import dat - kompletni obnovení dat ze zálohy");
         QVERIFY(heading);
-        dlg.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dlg));
-        dlg.grab().save(QDir::temp().filePath(QStringLiteral("folivo_backup_import.png")));
     }
 
     CMainFrame frame;
@@ -269,11 +250,9 @@ void TestBackupDialogs::importCommandRestoresAndTellsTheViews()
         setBackupFileChooser([&](QWidget *, const QString &) { return bogus; });
     {
         DialogWatcher watcher;
-        QTimer::singleShot(0, [] {
-            if (auto *dlg = qobject_cast<CBackupDlgBase *>(QApplication::activeModalWidget())) {
-                dlg->changeButton()->click();
-                dlg->startButton()->click();
-            }
+        onNextModal<CBackupDlgBase>([](CBackupDlgBase *dlg) {
+            dlg->changeButton()->click();
+            dlg->startButton()->click();
         });
         frame.runCommand(Cmd::ImportData);
         QCOMPARE(watcher.seen.size(), 2);

@@ -15,6 +15,7 @@
 #include "registers/clientdialogs.h"
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -54,7 +55,7 @@ private Q_SLOTS:
     void undoDiscard();
     void undoDiscardFromEveryView();
     void loanProtocolIsPrintedFromTheFrame();
-    void pagesFitAndScreenshots();
+    void pagesFit();
 };
 
 namespace {
@@ -65,6 +66,16 @@ template <typename T> T *child(QWidget *w, const char *name)
     if (!c)
         qFatal("no child %s", name);
     return c;
+}
+
+bool exposed(QWidget *w)
+{
+    w->show();
+    return QTest::qWaitForWindowExposed(w);
+}
+bool exposed(QWidget &w)
+{
+    return exposed(&w);
 }
 
 QString focused(QWidget *w)
@@ -128,7 +139,6 @@ void TestCirculationPages::init()
 void TestCirculationPages::loansLookUpBook()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     TestLibrary::BookSpec gone(QStringLiteral("V1"));
     gone.discarded = true;
@@ -137,8 +147,7 @@ void TestCirculationPages::loansLookUpBook()
     const qint32 b = lib.addBook(TestLibrary::BookSpec(QStringLiteral("B1"))
                                      .withTitle(QStringLiteral("Krakatit"), QStringLiteral("Karel Čapek")));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     lookUp(page, QStringLiteral("   "));
@@ -178,14 +187,12 @@ void TestCirculationPages::loansLookUpBook()
 void TestCirculationPages::loansAddBook()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
     lib.addBook(QStringLiteral("B"));
     const qint32 c = lib.addBook(QStringLiteral("C"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     const QString defaultDue = dateText(QDate(2026, 4, 14)); // today + 30 days
 
@@ -245,14 +252,12 @@ void TestCirculationPages::loansAddBook()
 void TestCirculationPages::loansClients()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 shown = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
     const qint32 hidden =
         lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Skrytá"), false);
     lib.addBook(QStringLiteral("A"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.lookUpClient();
@@ -289,14 +294,12 @@ void TestCirculationPages::loansClients()
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
 
     // The client list: cancelled, the focus goes back; a client chosen is taken with its name.
-    auto answerClientList = [](int row) {
-        QTimer::singleShot(0, [row] {
-            auto *dialog = qobject_cast<CDlgVyberKlienta *>(QApplication::activeModalWidget());
-            QVERIFY(dialog);
-            if (row < 0)
-                return dialog->reject();
-            dialog->list()->selectRow(row);
-            dialog->accept();
+    auto answerClientList = [](int row) { // -1: cancelled
+        onNextModal<CDlgVyberKlienta>([row](CDlgVyberKlienta *dialog) {
+            if (row >= 0) {
+                dialog->list()->selectRow(row);
+                dialog->accept();
+            }
         });
     };
     rec.clear();
@@ -324,15 +327,13 @@ void TestCirculationPages::loansClients()
 void TestCirculationPages::loansCommitChecks()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     TestLibrary::BookSpec late(QStringLiteral("NEW"));
     late.acquired = 20260310;
     lib.addBook(late);
     lib.addBook(QStringLiteral("OLD"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.lend();
@@ -401,13 +402,11 @@ void TestCirculationPages::loansCommitChecks()
 void TestCirculationPages::loansWithScannerAndKeyboard()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A1"));
     lib.addBook(QStringLiteral("B2"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     page.onActivate();
     for (const char *code : {"A1", "B2"}) {
@@ -431,15 +430,13 @@ void TestCirculationPages::loansWithScannerAndKeyboard()
 void TestCirculationPages::loansCommitWritesOneLoan()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     for (const char *code : {"A", "B", "C", "D", "E"})
         lib.addBook(QString::fromLatin1(code));
     CViewZadavani view; // the page's protocol request reaches the entry view
     auto *page = qobject_cast<CPageVypujcky *>(view.page(CViewZadavani::Vypujcky));
     QVERIFY(page);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     QSignalSpy printed(&view, &CViewZadavani::protocolRequested);
     MessageRecorder rec;
     AppState::instance().settings.loanProtocol = SettingsRecord::PrintOnRequest;
@@ -458,9 +455,6 @@ void TestCirculationPages::loansCommitWritesOneLoan()
                            "20260414")
                            .arg(before)
                            .arg(k)),
-             3);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO AND ID_VYPUJCKY_KNIHY = %1")
-                           .arg(before)),
              3);
     // The question, then the request for the loan's protocol.
     QCOMPARE(rec.shown().size(), 1);
@@ -497,14 +491,12 @@ void TestCirculationPages::loansCommitWritesOneLoan()
 void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
     lib.addBook(QStringLiteral("C"));
     CPageVypujcky page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     for (const char *code : {"A", "B", "C"})
         lookUpAndAdd(page, QString::fromLatin1(code));
@@ -519,7 +511,6 @@ void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
     // A (the last row) was written and left the list before B failed; its write is rolled back.
     QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("B")}));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 0);
     QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
     QCOMPARE(focused(&page), QStringLiteral("bookCode"));
     QVERIFY(page.clientId() != -1); // a partial clear: the client stays
@@ -528,7 +519,6 @@ void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
 void TestCirculationPages::loansListAndLoanLength()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addBook(
         TestLibrary::BookSpec(QStringLiteral("B2")).withTitle(QStringLiteral("Čtení"), QStringLiteral("Z")));
     lib.addBook(TestLibrary::BookSpec(QStringLiteral("A1"))
@@ -537,8 +527,7 @@ void TestCirculationPages::loansListAndLoanLength()
                     .withTitle(QStringLiteral("Abeceda"), QStringLiteral("X")));
     CPageVypujcky page;
     QAbstractItemModelTester tester(page.list(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     type(&page, "due", QStringLiteral("20.4.2026"));
@@ -586,12 +575,10 @@ void TestCirculationPages::loansListAndLoanLength()
 void TestCirculationPages::entryViewClearsOnSwitch()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A"));
     CViewZadavani view;
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     MessageRecorder rec;
     auto *loans = view.activePageAs<CPageVypujcky>();
     QVERIFY(loans);
@@ -611,7 +598,6 @@ void TestCirculationPages::entryViewClearsOnSwitch()
 void TestCirculationPages::returnsLookUpAndDelay()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Poezie"));
     const qint32 k = lib.addClient(QStringLiteral("K7"), QStringLiteral("Eva"), QStringLiteral("Malá"));
     const qint32 due = lib.addBook(QStringLiteral("DUE"));
@@ -626,8 +612,7 @@ void TestCirculationPages::returnsLookUpAndDelay()
     // Once the client has been hidden the book is still returned normally.
     runSql(QStringLiteral("UPDATE LIDE SET UKAZOVAT = 0"));
     CPageVraceni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     lookUp(page, QString());
@@ -679,7 +664,6 @@ void TestCirculationPages::returnsLookUpAndDelay()
 void TestCirculationPages::returnsAddChecks()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("FREE"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
@@ -687,8 +671,7 @@ void TestCirculationPages::returnsAddChecks()
     lib.lend({a}, k, 20260310);
     lib.lend({b}, k, 20260311);
     CPageVraceni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.addBook();
@@ -725,7 +708,6 @@ void TestCirculationPages::returnsAddChecks()
 void TestCirculationPages::returnsBatchOfClients()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k1 = lib.addClient(QStringLiteral("K1"));
     const qint32 k2 = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
@@ -737,8 +719,7 @@ void TestCirculationPages::returnsBatchOfClients()
     auto *page = qobject_cast<CPageVraceni *>(view.page(CViewZadavani::Vraceni));
     QVERIFY(page);
     view.setActivePage(CViewZadavani::Vraceni);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     QSignalSpy printed(&view, &CViewZadavani::protocolRequested);
     MessageRecorder rec;
     AppState::instance().settings.returnProtocol = SettingsRecord::PrintOnRequest;
@@ -762,14 +743,11 @@ void TestCirculationPages::returnsBatchOfClients()
                            "%1 AND DATUM_VRACENI = 20260315")
                            .arg(before)),
              2);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 3);
     QCOMPARE(lib.count(QStringLiteral(
                            "SELECT COUNT(*) FROM VRACENI WHERE ID_KNIHY_VRACENI = %1 AND NOT OMEZOVAT AND "
                            "DATUM_VRACENI_MAX = -1 AND DATUM_PUJCKY = 20260305")
                            .arg(c)),
              1);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO OR ID_LIDE_KNIHY <> -1")),
-             0);
     // Full clear: the date is free again.
     QVERIFY(page->list()->isEmpty());
     QCOMPARE(page->fixedReturnDate(), NoDate);
@@ -781,15 +759,13 @@ void TestCirculationPages::returnsBatchOfClients()
 void TestCirculationPages::returnsFailureKeepsUnprocessedRows()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
     const qint32 c = lib.addBook(QStringLiteral("C"));
     lib.lend({a, b, c}, k, 20260301);
     CPageVraceni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     for (const char *code : {"A", "B", "C"})
         lookUpAndAdd(page, QString::fromLatin1(code));
@@ -800,7 +776,6 @@ void TestCirculationPages::returnsFailureKeepsUnprocessedRows()
     QCOMPARE(rec.numbers(), QList<int>{72});
     QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("C"), QStringLiteral("B")}));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 0);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 3);
     QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before);
     QCOMPARE(page.fixedReturnDate(), 20260315); // a partial clear keeps the batch's date
 }
@@ -808,18 +783,16 @@ void TestCirculationPages::returnsFailureKeepsUnprocessedRows()
 void TestCirculationPages::discardPage()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
-    TestLibrary::BookSpec spec(QStringLiteral("A"));
-    spec.acquired = 20260310;
-    spec.accession = 417;
-    const qint32 a = lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("A"));
+    book.acquired = 20260310;
+    book.accession = 417;
+    const qint32 a = lib.addBook(book);
     const qint32 lent = lib.addBook(QStringLiteral("L"));
     lib.lend({lent}, k, 20260301);
     lib.addBook(QStringLiteral("B"));
     CPageVyrazeni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
 
     page.discard();
@@ -886,13 +859,11 @@ void TestCirculationPages::discardPage()
 void TestCirculationPages::discardStopsAtMissingBook()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
     lib.addBook(QStringLiteral("C"));
     CPageVyrazeni page;
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVERIFY(exposed(page));
     MessageRecorder rec;
     for (const char *code : {"A", "B", "C"})
         lookUpAndAdd(page, QString::fromLatin1(code));
@@ -920,9 +891,7 @@ struct PickerSeen
 
 void answerBookPicker(PickerSeen *seen, const QString &code)
 {
-    QTimer::singleShot(0, [seen, code] {
-        auto *dialog = qobject_cast<CBookPickerDialog *>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
+    onNextModal<CBookPickerDialog>([seen, code](CBookPickerDialog *dialog) {
         for (const QLabel *l : dialog->findChildren<QLabel *>())
             if (l->text().startsWith(QStringLiteral("Vyberte")))
                 seen->prompt = l->text();
@@ -931,9 +900,7 @@ void answerBookPicker(PickerSeen *seen, const QString &code)
             if (dialog->model()->row(r).code == code)
                 dialog->view()->selectRow(r);
         }
-        if (code.isEmpty())
-            dialog->reject();
-        else
+        if (!code.isEmpty())
             dialog->tryAccept();
     });
 }
@@ -944,19 +911,17 @@ void answerBookPicker(PickerSeen *seen, const QString &code)
 void TestCirculationPages::bookPickersOfThePages()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     const qint32 free = lib.addBook(QStringLiteral("FREE"));
     const qint32 lent = lib.addBook(QStringLiteral("LENT"));
-    TestLibrary::BookSpec spec(QStringLiteral("GONE"));
-    spec.discarded = true;
-    const qint32 gone = lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("GONE"));
+    book.discarded = true;
+    const qint32 gone = lib.addBook(book);
     lib.lend({lent}, k, 20260301);
     MessageRecorder rec;
 
     CPageVypujcky loans;
-    loans.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&loans));
+    QVERIFY(exposed(loans));
     PickerSeen seen;
     answerBookPicker(&seen, QStringLiteral("FREE"));
     loans.pickBook();
@@ -997,7 +962,6 @@ void TestCirculationPages::bookPickersOfThePages()
 void TestCirculationPages::registerChangesReachThePages()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
     const qint32 k1 = lib.addClient(QStringLiteral("K1"));
@@ -1054,24 +1018,22 @@ void TestCirculationPages::registerChangesReachThePages()
 void TestCirculationPages::undoDiscard()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Zrušená"), false);
     const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
-    TestLibrary::BookSpec spec(QStringLiteral("V1"));
-    spec.category = fiction;
-    spec.discarded = true;
-    spec.discardedOn = 20250601;
-    spec.acquired = 20010203;
-    const qint32 v1 = lib.addBook(spec);
-    spec.code = QStringLiteral("V2");
-    lib.addBook(spec);
+    TestLibrary::BookSpec book(QStringLiteral("V1"));
+    book.category = fiction;
+    book.discarded = true;
+    book.discardedOn = 20250601;
+    book.acquired = 20010203;
+    const qint32 v1 = lib.addBook(book);
+    book.code = QStringLiteral("V2");
+    lib.addBook(book);
     lib.addBook(QStringLiteral("STOCK"));
 
     CUndoDiscardDialog dialog;
     QVERIFY(dialog.prepare());
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    QVERIFY(exposed(dialog));
     MessageRecorder rec;
     auto *categories = child<QComboBox>(&dialog, "categories");
     QCOMPARE(categories->count(), 2); // only the categories in use
@@ -1110,12 +1072,10 @@ void TestCirculationPages::undoDiscard()
     QVERIFY(dialog.isSearching());
     QVERIFY(!child<QLineEdit>(&dialog, "code")->isReadOnly());
     QVERIFY(!categories->isEnabled());
-    QCOMPARE(lib.count(QStringLiteral(
-                           "SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI = -1 AND "
-                           "ID_KATEGORIE_KNIHY = %1 AND ID_KNIHY_KNIHY = %2 AND DATUM_PORIZENI = 20010203")
-                           .arg(poetry)
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_KATEGORIE_KNIHY FROM KNIHY WHERE NOT VYRAZENO AND "
+                                      "ID_KNIHY_KNIHY = %1")
                            .arg(v1)),
-             1);
+             poetry);
 
     // Not discarded any more: not found here, found again on the loans page.
     type(&dialog, "code", QStringLiteral("V1"));
@@ -1144,16 +1104,13 @@ namespace {
 // Runs "Zrušení vyřazení knihy..." from the frame, restoring the given codes in the open dialog.
 void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes, qint32 category)
 {
-    QTimer::singleShot(0, [restoreCodes, category] {
-        auto *dialog = qobject_cast<CUndoDiscardDialog *>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
+    onNextModal<CUndoDiscardDialog>([restoreCodes, category](CUndoDiscardDialog *dialog) {
         for (const QString &code : restoreCodes) {
             type(dialog, "code", code);
             dialog->lookUp();
             dialog->chooseCategory(category);
             dialog->restore();
         }
-        dialog->reject();
     });
     frame.runCommand(Cmd::UndoDiscard);
 }
@@ -1165,20 +1122,18 @@ void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes,
 void TestCirculationPages::undoDiscardFromEveryView()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 category = lib.addCategory(QStringLiteral("Beletrie"));
     for (const char *code : {"V1", "V2", "V3"}) {
-        TestLibrary::BookSpec spec{QString::fromLatin1(code)};
-        spec.discarded = true;
-        lib.addBook(spec);
+        TestLibrary::BookSpec book{QString::fromLatin1(code)};
+        book.discarded = true;
+        lib.addBook(book);
     }
     MessageRecorder rec;
     CMainFrame frame;
     frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
     frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
     installCirculationCommands(frame);
-    frame.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(exposed(frame));
     QVERIFY(frame.switchView(ViewSwitchRequest{}));
     auto *entry = qobject_cast<CViewZadavani *>(frame.view(ViewSwitchRequest::EntryView));
     QVERIFY(entry);
@@ -1214,7 +1169,6 @@ void TestCirculationPages::undoDiscardFromEveryView()
 void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addClient(QStringLiteral("K1"));
     lib.addBook(QStringLiteral("A"));
     MessageRecorder rec;
@@ -1222,8 +1176,7 @@ void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
     CMainFrame frame;
     frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
     installCirculationCommands(frame);
-    frame.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&frame));
+    QVERIFY(exposed(frame));
     QVERIFY(frame.switchView(ViewSwitchRequest{}));
     auto *entry = qobject_cast<CViewZadavani *>(frame.view(ViewSwitchRequest::EntryView));
     QVERIFY(entry);
@@ -1233,68 +1186,36 @@ void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
     loans->clientChosen(QStringLiteral("K1"));
 
     QString printTitle;
-    QTimer::singleShot(0, [&printTitle] {
-        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget())) {
-            printTitle = dialog->windowTitle();
-            dialog->reject();
-        }
-    });
+    onNextModal([&printTitle](QDialog *dialog) { printTitle = dialog->windowTitle(); });
     loans->lend();
     QCOMPARE(printTitle, QStringLiteral("Tisk"));
     QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Loan));
     QVERIFY(rec.shown().isEmpty());
 }
 
-// The pages fit the sheet's size; with FOLIVO_SCREENSHOTS=dir they are also saved as pictures.
-void TestCirculationPages::pagesFitAndScreenshots()
+// The pages, filled, fit the sheet's size.
+void TestCirculationPages::pagesFit()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 k =
         lib.addClient(QStringLiteral("K001"), QStringLiteral("Jana"), QStringLiteral("Dvořáková"));
     const qint32 lent =
         lib.addBook(TestLibrary::BookSpec(QStringLiteral("K0002"))
                         .withTitle(QStringLiteral("Válka s mloky"), QStringLiteral("Karel Čapek")));
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("K0003"))
-                    .withTitle(QStringLiteral("R.U.R."), QStringLiteral("Karel Čapek")));
+    lib.addBook(QStringLiteral("K0003"));
     lib.lend({lent}, k, 20260201, 20260301);
-    TestLibrary::BookSpec gone(QStringLiteral("K0009"));
-    gone.discarded = true;
-    gone.discardedOn = 20250505;
-    lib.addBook(gone);
     MessageRecorder rec;
-    const QString dir = qEnvironmentVariable("FOLIVO_SCREENSHOTS");
-
     CPageVypujcky loans;
     lookUpAndAdd(loans, QStringLiteral("K0003"));
     lookUp(loans, QStringLiteral("K0002"));
     loans.clientChosen(QStringLiteral("K001"));
     CPageVraceni returns;
     lookUpAndAdd(returns, QStringLiteral("K0002"));
-    lookUp(returns, QStringLiteral("K0002"));
     CPageVyrazeni discard;
     lookUpAndAdd(discard, QStringLiteral("K0003"));
-    CUndoDiscardDialog dialog;
-    QVERIFY(dialog.prepare());
-    type(&dialog, "code", QStringLiteral("K0009"));
-    dialog.lookUp();
-    CViewZadavani view;
-    view.resize(720, 560);
-    const QList<QPair<QWidget *, const char *>> shots = {{&loans, "vypujcky"},
-                                                         {&returns, "vraceni"},
-                                                         {&discard, "vyrazeni"},
-                                                         {&dialog, "zruseni"},
-                                                         {&view, "zadavani"}};
-    for (const auto &[w, name] : shots) {
-        w->show();
-        QVERIFY(QTest::qWaitForWindowExposed(w));
-        if (w != &dialog && w != &view) {
-            QVERIFY2(w->minimumSizeHint().width() <= 640 && w->minimumSizeHint().height() <= 470, name);
-            w->resize(640, 470);
-        }
-        if (!dir.isEmpty())
-            QVERIFY(w->grab().save(QStringLiteral("%1/%2.png").arg(dir, QString::fromLatin1(name))));
-    }
+    for (QWidget *w : std::initializer_list<QWidget *>{&loans, &returns, &discard})
+        QVERIFY2(w->minimumSizeHint().width() <= 640 && w->minimumSizeHint().height() <= 470,
+                 w->metaObject()->className());
     QVERIFY(rec.shown().isEmpty());
 }
 

@@ -77,62 +77,28 @@ void TestDemo::demoLibraryKeepsEveryRelation()
     QVERIFY(count("SELECT COUNT(*) FROM (SELECT ID_VYPUJCKY_VYPUJCKY FROM VYPUJCKY GROUP BY 1 HAVING "
                   "COUNT(*) > 1)") > 0);
 
+    // The rules of the check command hold (checkLibrary, below); these hold as well.
     const char *violations[] = {
-        // A lent book has exactly one open loan row under its loan number and a visible holder.
-        "SELECT COUNT(*) FROM KNIHY K WHERE K.VYPUJCENO AND (SELECT COUNT(*) FROM VYPUJCKY V WHERE "
-        "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY AND NOT "
-        "V.VRACENO "
-        "AND V.ID_LIDE_VYPUJCKY = K.ID_LIDE_KNIHY) <> 1",
+        // A lent book's holder is a visible client.
         "SELECT COUNT(*) FROM KNIHY K WHERE K.VYPUJCENO AND NOT EXISTS (SELECT 1 FROM LIDE L WHERE "
-        "L.ID_LIDE_LIDE = "
-        "K.ID_LIDE_KNIHY AND L.UKAZOVAT)",
-        // A book not lent has no open loan and no references.
-        "SELECT COUNT(*) FROM KNIHY WHERE NOT VYPUJCENO AND (ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> -1)",
-        "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE NOT "
-        "V.VRACENO "
-        "AND NOT K.VYPUJCENO",
-        // A discarded book is never lent, and was discarded after it came.
-        "SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND (VYPUJCENO OR DATUM_VYRAZENI < DATUM_PORIZENI)",
+        "L.ID_LIDE_LIDE = K.ID_LIDE_KNIHY AND L.UKAZOVAT)",
+        // A book was discarded after it came, and only a discarded book has a discard date.
+        "SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND DATUM_VYRAZENI < DATUM_PORIZENI",
         "SELECT COUNT(*) FROM KNIHY WHERE NOT VYRAZENO AND DATUM_VYRAZENI <> -1",
-        // Every reference points at a row.
-        "SELECT COUNT(*) FROM KNIHY K WHERE NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
-        "C.ID_KATEGORIE_KATEGORIE = "
-        "K.ID_KATEGORIE_KNIHY)",
+        // A book in stock belongs to a visible category.
         "SELECT COUNT(*) FROM KNIHY K WHERE NOT K.VYRAZENO AND NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE "
         "C.ID_KATEGORIE_KATEGORIE = K.ID_KATEGORIE_KNIHY AND C.UKAZOVAT)",
-        "SELECT COUNT(*) FROM VYPUJCKY V WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
-        "V.ID_LIDE_VYPUJCKY) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = "
-        "V.ID_KNIHY_VYPUJCKY)",
-        "SELECT COUNT(*) FROM VRACENI R WHERE NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = "
-        "R.ID_LIDE_VRACENI) OR NOT EXISTS (SELECT 1 FROM KNIHY K WHERE K.ID_KNIHY_KNIHY = "
-        "R.ID_KNIHY_VRACENI)",
         // Dates in order: loan not before acquisition, return not before loan, deadline as flagged.
         "SELECT COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = V.ID_KNIHY_VYPUJCKY WHERE "
-        "V.DATUM_PUJCKY "
-        "< K.DATUM_PORIZENI OR (V.VRACENO AND V.DATUM_VRACENI < V.DATUM_PUJCKY) OR (V.OMEZOVAT <> "
-        "(V.DATUM_MAX <> "
-        "-1)) OR (NOT V.VRACENO AND V.DATUM_VRACENI <> -1)",
+        "V.DATUM_PUJCKY < K.DATUM_PORIZENI OR (V.VRACENO AND V.DATUM_VRACENI < V.DATUM_PUJCKY) OR "
+        "(V.OMEZOVAT <> (V.DATUM_MAX <> -1)) OR (NOT V.VRACENO AND V.DATUM_VRACENI <> -1)",
         // Every returned loan row has its return row.
         "SELECT COUNT(*) FROM VYPUJCKY V WHERE V.VRACENO AND NOT EXISTS (SELECT 1 FROM VRACENI R WHERE "
         "R.ID_KNIHY_VRACENI = V.ID_KNIHY_VYPUJCKY AND R.DATUM_PUJCKY = V.DATUM_PUJCKY AND R.DATUM_VRACENI = "
         "V.DATUM_VRACENI)",
-        // Keys below their counters, unique codes and names, accession numbers covered.
-        "SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY >= (SELECT ID_KNIHY_FIRSTFREE FROM IDS)",
-        "SELECT COUNT(*) FROM LIDE WHERE ID_LIDE_LIDE >= (SELECT ID_LIDE_FIRSTFREE FROM IDS)",
-        "SELECT COUNT(*) FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE >= (SELECT ID_KATEGORIE_FIRSTFREE FROM "
-        "IDS)",
-        "SELECT COUNT(*) FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY >= (SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS)",
-        "SELECT COUNT(*) FROM VRACENI WHERE ID_VRACENI_VRACENI >= (SELECT ID_VRACENI_FIRSTFREE FROM IDS)",
-        "SELECT COUNT(*) FROM KNIHY WHERE PRIRUSTEK > (SELECT PRIRUSTEK_MAX FROM IDS)",
-        "SELECT COUNT(*) - COUNT(DISTINCT KOD) FROM KNIHY",
-        "SELECT COUNT(*) - COUNT(DISTINCT PRIRUSTEK) FROM KNIHY",
-        "SELECT COUNT(*) - COUNT(DISTINCT KOD) FROM LIDE",
-        "SELECT COUNT(*) - COUNT(DISTINCT NAZEV) FROM KATEGORIE",
-        "SELECT COUNT(*) - COUNT(DISTINCT ID_KNIHY_KNIHY) FROM KNIHY",
         // Presence flags agree with their fields.
         "SELECT COUNT(*) FROM KNIHY WHERE IS_KLICOVESLOVO <> (KLICOVA_SLOVA <> '') OR IS_ROKVYDANI <> "
-        "(ROK_VYDANI <> "
-        "-1) OR IS_POCETSTRAN <> (POCET_STRAN <> -1) OR IS_VYDAVATEL <> (VYDAVATEL <> '')",
+        "(ROK_VYDANI <> -1) OR IS_POCETSTRAN <> (POCET_STRAN <> -1) OR IS_VYDAVATEL <> (VYDAVATEL <> '')",
     };
     for (const char *sql : violations)
         QVERIFY2(count(sql) == 0, sql);
@@ -144,7 +110,6 @@ void TestDemo::demoLibraryKeepsEveryRelation()
 void TestDemo::checkFindsEveryBrokenRule()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 jan = lib.addClient(QStringLiteral("K1"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));

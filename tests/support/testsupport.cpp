@@ -12,8 +12,8 @@ TestLibrary::TestLibrary()
     QString error;
     m_valid = m_dir.isValid() && Database::createEmpty(dbPath(), &error) &&
               Database::open(dbPath(), &error) == Database::OpenResult::Ok;
-    if (!m_valid)
-        qWarning("test library: %s", qPrintable(error));
+    if (!m_valid) // nothing a test could check would mean anything
+        qFatal("test library: %s", qPrintable(error));
 }
 
 TestLibrary::~TestLibrary()
@@ -56,21 +56,22 @@ qint32 TestLibrary::addClient(const QString &code, const QString &first, const Q
     return id;
 }
 
-qint32 TestLibrary::addBook(const BookSpec &spec)
+qint32 TestLibrary::addBook(const BookSpec &book)
 {
-    qint32 category = spec.category;
+    qint32 category = book.category;
     if (category < 0) {
         const qint64 first = count(QStringLiteral("SELECT MIN(ID_KATEGORIE_KATEGORIE) FROM KATEGORIE"));
         category = first > 0 ? qint32(first) : addCategory(QStringLiteral("Beletrie"));
     }
     Transaction tx;
     const qint32 id = allocateId(Counter::Knihy);
-    const qint32 accession = spec.accession >= 0 ? spec.accession : readPrirustekMax() + 1;
-    runSql(QStringLiteral("INSERT INTO KNIHY VALUES (?, ?, -1, -1, ?, ?, ?, ?, ?, ?, -1, ?, '', -1, '', ?, 0, ?, "
-                          "0, 0, 0, 0, ?)"),
-           {id, category, spec.code, accession, spec.title, spec.author, spec.acquired, double(spec.price),
-            spec.keywords, spec.discarded ? 1 : 0, spec.discarded ? spec.discardedOn : NoDate,
-            spec.keywords.isEmpty() ? 0 : 1});
+    const qint32 accession = book.accession >= 0 ? book.accession : readPrirustekMax() + 1;
+    runSql(QStringLiteral(
+               "INSERT INTO KNIHY VALUES (?, ?, -1, -1, ?, ?, ?, ?, ?, ?, -1, ?, '', -1, '', ?, 0, ?, "
+               "0, 0, 0, 0, ?)"),
+           {id, category, book.code, accession, book.title, book.author, book.acquired, double(book.price),
+            book.keywords, book.discarded ? 1 : 0, book.discarded ? book.discardedOn : NoDate,
+            book.keywords.isEmpty() ? 0 : 1});
     raisePrirustekMax(accession);
     tx.commit();
     return id;
@@ -96,23 +97,27 @@ qint32 TestLibrary::giveBack(const QList<qint32> &books, DateNumber on)
     Transaction tx;
     const qint32 ret = allocateId(Counter::Vraceni);
     for (qint32 book : books) {
-        QSqlQuery q = runSql(QStringLiteral("SELECT V.ID_VYPUJCKY_VYPUJCKY, V.ID_LIDE_VYPUJCKY, V.DATUM_MAX, "
-                                            "V.DATUM_PUJCKY, V.OMEZOVAT FROM KNIHY K JOIN VYPUJCKY V ON "
-                                            "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND "
-                                            "V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY WHERE K.ID_KNIHY_KNIHY = ?"),
-                             {book});
+        QSqlQuery q =
+            runSql(QStringLiteral("SELECT V.ID_VYPUJCKY_VYPUJCKY, V.ID_LIDE_VYPUJCKY, V.DATUM_MAX, "
+                                  "V.DATUM_PUJCKY, V.OMEZOVAT FROM KNIHY K JOIN VYPUJCKY V ON "
+                                  "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND "
+                                  "V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY WHERE K.ID_KNIHY_KNIHY = ?"),
+                   {book});
         if (!q.next())
             throw DbError(QStringLiteral("book %1 is not lent").arg(book));
         const QVariant loan = q.value(0), client = q.value(1), due = q.value(2), lent = q.value(3),
                        limited = q.value(4);
         q.finish();
-        runSql(QStringLiteral("UPDATE VYPUJCKY SET VRACENO = 1, DATUM_VRACENI = ? WHERE ID_VYPUJCKY_VYPUJCKY = ? AND "
-                              "ID_KNIHY_VYPUJCKY = ?"),
+        runSql(QStringLiteral(
+                   "UPDATE VYPUJCKY SET VRACENO = 1, DATUM_VRACENI = ? WHERE ID_VYPUJCKY_VYPUJCKY = ? AND "
+                   "ID_KNIHY_VYPUJCKY = ?"),
                {on, loan, book});
-        runSql(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 0, ID_LIDE_KNIHY = -1, ID_VYPUJCKY_KNIHY = -1 WHERE "
-                              "ID_KNIHY_KNIHY = ?"),
-               {book});
-        runSql(QStringLiteral("INSERT INTO VRACENI VALUES (?, ?, ?, ?, ?, ?, ?)"), {ret, book, client, on, due, lent, limited});
+        runSql(
+            QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 0, ID_LIDE_KNIHY = -1, ID_VYPUJCKY_KNIHY = -1 WHERE "
+                           "ID_KNIHY_KNIHY = ?"),
+            {book});
+        runSql(QStringLiteral("INSERT INTO VRACENI VALUES (?, ?, ?, ?, ?, ?, ?)"),
+               {ret, book, client, on, due, lent, limited});
     }
     tx.commit();
     return ret;
@@ -120,14 +125,14 @@ qint32 TestLibrary::giveBack(const QList<qint32> &books, DateNumber on)
 
 MessageRecorder::MessageRecorder()
 {
-    m_previous = setMessageBoxHandler([this](const QString &caption, const QString &text, MessageKind kind,
-                                             int buttons) {
-        const int number = catalogueNumberBeingShown();
-        m_shown << Shown{number, caption, text, kind, buttons};
-        if (!m_answers.isEmpty())
-            return m_answers.takeFirst();
-        return buttons == ButtonsConfirm ? int(ResultConfirmed) : int(ResultOk);
-    });
+    m_previous = setMessageBoxHandler(
+        [this](const QString &caption, const QString &text, MessageKind kind, int buttons) {
+            const int number = catalogueNumberBeingShown();
+            m_shown << Shown{number, caption, text, kind, buttons};
+            if (!m_answers.isEmpty())
+                return m_answers.takeFirst();
+            return buttons == ButtonsConfirm ? int(ResultConfirmed) : int(ResultOk);
+        });
 }
 
 MessageRecorder::~MessageRecorder()

@@ -8,7 +8,8 @@
 #include <QTemporaryDir>
 
 // A fresh data directory with an empty library database made from the shipped schema, opened
-// as the program's database for the life of the object.
+// as the program's database for the life of the object. A library that cannot be made ends the
+// test program.
 class TestLibrary final
 {
 public:
@@ -44,7 +45,7 @@ public:
         bool discarded = false;
         DateNumber discardedOn = NoDate;
     };
-    qint32 addBook(const BookSpec &spec);
+    qint32 addBook(const BookSpec &book);
     qint32 addBook(const QString &code) { return addBook(BookSpec(code)); }
     // Lends the books to the client under one new loan number; due NoDate = unlimited.
     qint32 lend(const QList<qint32> &books, qint32 client, DateNumber on, DateNumber due = NoDate);

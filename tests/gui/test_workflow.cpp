@@ -1,0 +1,188 @@
+// The areas of the program working together in one frame, as the librarian meets them: the
+// register commands reach the page that is shown, and a restored backup reaches the view it was
+// started from.
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/mainframe.h"
+#include "app/rvedit.h"
+#include "backup/backupdialogs.h"
+#include "catalogue/bookform.h"
+#include "catalogue/pagenoveknihy.h"
+#include "catalogue/pageprohlizeni.h"
+#include "circulation/pagevypujcky.h"
+#include "circulation/viewzadavani.h"
+#include "gui/features.h"
+#include "registers/categorydialogs.h"
+#include "registers/clientdialogs.h"
+#include "reports/reportmodel.h"
+#include "reports/sestavaview.h"
+#include "search/vyhledavani.h"
+#include "support/guitestsupport.h"
+#include "support/testsupport.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QTimer>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+
+class TestWorkflow : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void newCategoryReachesTheNewBooksPage();
+    void renamedCategoryOnTheBrowsePage();
+    void newClientIsServedAtOnce();
+    void restoredDataReachTheReportView();
+    void restoredDataReachTheSearchView();
+
+private:
+    CViewZadavani *entry() const
+    {
+        return qobject_cast<CViewZadavani *>(m_frame->view(ViewSwitchRequest::EntryView));
+    }
+
+    std::unique_ptr<TestLibrary> m_lib;
+    std::unique_ptr<MessageRecorder> m_messages;
+    std::unique_ptr<CMainFrame> m_frame;
+};
+
+void TestWorkflow::init()
+{
+    m_lib = std::make_unique<TestLibrary>();
+    m_messages = std::make_unique<MessageRecorder>();
+    m_frame = std::make_unique<CMainFrame>();
+    installFeatures(*m_frame);
+    QVERIFY(m_frame->switchView(ViewSwitchRequest{}));
+    m_frame->show();
+}
+
+void TestWorkflow::cleanup()
+{
+    m_frame.reset();
+    m_messages.reset();
+    m_lib.reset();
+}
+
+void TestWorkflow::newCategoryReachesTheNewBooksPage()
+{
+    m_lib->addCategory(QStringLiteral("Beletrie"));
+    entry()->setActivePage(CViewZadavani::Noveknihy);
+    auto *page = entry()->activePageAs<CPageNoveknihy>();
+    QVERIFY(page);
+    QCOMPARE(page->form()->category->count(), 1);
+
+    onNextModal<CDlgNovaKategorie>([](CDlgNovaKategorie *d) {
+        d->nameEdit()->setText(QStringLiteral("  Poezie "));
+        d->accept();
+    });
+    m_frame->runCommand(Cmd::NewCategory);
+    QVERIFY(m_messages->numbers().isEmpty());
+    QCOMPARE(page->form()->category->count(), 2);
+    QCOMPARE(page->form()->category->currentText(), QStringLiteral("Poezie"));
+    QCOMPARE(AppState::instance().history.recall(8), QStringLiteral("Poezie"));
+    QCOMPARE(
+        m_lib->count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Poezie' AND UKAZOVAT")),
+        1);
+}
+
+void TestWorkflow::renamedCategoryOnTheBrowsePage()
+{
+    const qint32 beletrie = m_lib->addCategory(QStringLiteral("Beletrie"));
+    TestLibrary::BookSpec book(QStringLiteral("A1"));
+    book.category = beletrie;
+    m_lib->addBook(book);
+    entry()->setActivePage(CViewZadavani::Prohlizeni);
+    auto *page = entry()->activePageAs<CPageProhlizeni>();
+    QVERIFY(page);
+    QCOMPARE(page->form()->categoryName->text(), QStringLiteral("Beletrie"));
+
+    onNextModal<CDlgPrejmenovaniKategorie>([](CDlgPrejmenovaniKategorie *d) {
+        d->combo()->setCurrentIndex(d->combo()->findText(QStringLiteral("Beletrie")));
+        d->nameEdit()->setText(QStringLiteral("Romány"));
+        d->accept();
+    });
+    m_frame->runCommand(Cmd::RenameCategory);
+    QVERIFY(m_messages->numbers().isEmpty());
+    QCOMPARE(page->form()->categoryName->text(), QStringLiteral("Romány"));
+}
+
+void TestWorkflow::newClientIsServedAtOnce()
+{
+    entry()->setActivePage(CViewZadavani::Vypujcky);
+    auto *page = entry()->activePageAs<CPageVypujcky>();
+    QVERIFY(page);
+    QCOMPARE(page->clientId(), -1);
+    onNextModal<CDlgNovyKlient>([](CDlgNovyKlient *d) {
+        d->form()->code()->setText(QStringLiteral("K9"));
+        d->form()->first()->setText(QStringLiteral("Eva"));
+        d->form()->surname()->setText(QStringLiteral("Veselá"));
+        d->accept();
+    });
+    m_frame->runCommand(Cmd::NewClient);
+    QVERIFY(m_messages->numbers().isEmpty());
+    const qint64 id = m_lib->count(QStringLiteral("SELECT ID_LIDE_LIDE FROM LIDE WHERE KOD = 'K9'"));
+    QVERIFY(id > 0);
+    QCOMPARE(page->clientId(), qint32(id));
+    bool named = false;
+    for (const QLineEdit *e : page->findChildren<QLineEdit *>())
+        named = named || e->text() == QStringLiteral("Veselá Eva");
+    QVERIFY(named);
+}
+
+void TestWorkflow::restoredDataReachTheReportView()
+{
+    m_lib->addBook(QStringLiteral("A1"));
+    m_frame->runCommand(Cmd::ReportPresent);
+    auto *report = qobject_cast<CSestavaView *>(m_frame->activeView());
+    QVERIFY(report);
+    QCOMPARE(report->model()->rowCount(), 1);
+    // In the frame as alone: the title line yellow on blue over the pale yellow view.
+    QApplication::processEvents();
+    const QImage shown = m_frame->grab().toImage();
+    const QPoint titleAt = report->mapTo(m_frame.get(), QPoint(2, 2));
+    QCOMPARE(QColor(shown.pixel(titleAt)), QColor(Qt::blue));
+    const QPoint below = report->mapTo(m_frame.get(), QPoint(report->width() / 2, report->height() - 2));
+    QCOMPARE(QColor(shown.pixel(below)), QColor(Qt::blue));
+    const QPoint margin = report->mapTo(m_frame.get(), QPoint(3, report->height() / 2));
+    QCOMPARE(QColor(shown.pixel(margin)), QColor(255, 255, 200));
+    entry()->setActivePage(CViewZadavani::Opravy);
+
+    // The data change under the view, as a restore changes them; the view then runs its report
+    // again after telling the user, and the sheet is back on its first page.
+    m_lib->addBook(QStringLiteral("A2"));
+    Q_EMIT BackupEvents::instance().dataRestored(ViewSwitchRequest::ReportView);
+    QCOMPARE(m_messages->shown().size(), 1);
+    QCOMPARE(m_messages->lastText(), QString::fromUtf8(CSestavaView::NoticeAfterImport));
+    QCOMPARE(m_frame->activeView(), report);
+    QCOMPARE(report->model()->rowCount(), 2);
+    QCOMPARE(report->title(), QStringLiteral("Knihy právě přítomné v knihovně"));
+    QCOMPARE(entry()->activeIndex(), int(CViewZadavani::Vypujcky));
+}
+
+void TestWorkflow::restoredDataReachTheSearchView()
+{
+    m_lib->addCategory(QStringLiteral("Beletrie"));
+    m_frame->runCommand(Cmd::ViewSearch);
+    auto *search = qobject_cast<CVyhledavani *>(m_frame->activeView());
+    QVERIFY(search);
+    auto *categories = qobject_cast<QComboBox *>(search->field(SearchField::Category));
+    QVERIFY(categories);
+    const int before = categories->count();
+
+    m_lib->addCategory(QStringLiteral("Poezie"));
+    Q_EMIT BackupEvents::instance().dataRestored(ViewSwitchRequest::SearchView);
+    QCOMPARE(m_messages->lastText(), QString::fromUtf8(CSestavaView::NoticeAfterImport));
+    QCOMPARE(m_frame->activeView(), search);
+    QCOMPARE(categories->count(), before + 1);
+    QVERIFY(categories->findText(QStringLiteral("Poezie")) >= 0);
+}
+
+QTEST_MAIN(TestWorkflow)
+#include "test_workflow.moc"

@@ -1,0 +1,239 @@
+#include "app/appstate.h"
+#include "app/rvedit.h"
+#include "catalogue/bookform.h"
+#include "catalogue/pagenoveknihy.h"
+#include "catalogue/pageopravy.h"
+#include "catalogue/undodiscard.h"
+#include "circulation/pagevraceni.h"
+#include "circulation/pagevypujcky.h"
+#include "circulation/pagevyrazeni.h"
+#include "data/consistency.h"
+#include "data/database.h"
+#include "registers/registercommands.h"
+#include "registers/registercore.h"
+#include "robust/faultvfs.h"
+#include "robust/robustsupport.h"
+#include "support/testsupport.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QtTest>
+
+// The pages and dialogs on a disk that refuses writes: each shows its own database message, the
+// library keeps every row as it was (the IDS counters too) and the check finds nothing.
+class TestFaultPages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup() { FaultVfs::disarm(); }
+    void circulationPages();
+    void cataloguePages();
+    void registerDialogs();
+};
+
+namespace {
+
+template <typename T> T *child(QWidget *w, const char *name)
+{
+    T *c = w->findChild<T *>(QString::fromLatin1(name));
+    if (!c)
+        qFatal("no child %s", name);
+    return c;
+}
+
+void type(QWidget *w, const char *name, const QString &value)
+{
+    child<QLineEdit>(w, name)->setText(value);
+}
+
+template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
+{
+    type(&page, "bookCode", code);
+    page.lookUpBook();
+    page.addBook();
+}
+
+// Arms the disk, runs the action, disarms; the last message must be the page's own and the
+// library unchanged and sound.
+#define EXPECT_REFUSED(allowedWrites, message, action)                                                       \
+    do {                                                                                                     \
+        const QStringList before_ = tableSnapshot();                                                         \
+        rec.clear();                                                                                         \
+        FaultVfs::failAfter(allowedWrites,                                                                   \
+                            (allowedWrites) % 2 ? FaultVfs::Failure::Full : FaultVfs::Failure::Io);          \
+        action;                                                                                              \
+        const bool refused_ = FaultVfs::hasFailed();                                                         \
+        FaultVfs::disarm();                                                                                  \
+        QVERIFY2(refused_, "no write was refused");                                                          \
+        QVERIFY(!rec.numbers().isEmpty());                                                                   \
+        QCOMPARE(rec.numbers().last(), message);                                                             \
+        const QStringList after_ = tableSnapshot();                                                          \
+        QVERIFY2(after_ == before_, qPrintable(snapshotDifference(before_, after_)));                        \
+        QCOMPARE(checkLibrary(), QStringList());                                                             \
+    } while (false)
+
+} // namespace
+
+void TestFaultPages::initTestCase()
+{
+    FaultVfs::install();
+}
+
+void TestFaultPages::init()
+{
+    SettingsRecord &s = AppState::instance().settings;
+    s.loanLength = SettingsRecord::Limit;
+    s.loanDays = 30;
+    s.loanProtocol = SettingsRecord::PrintNever;
+    s.returnProtocol = SettingsRecord::PrintNever;
+    AppState::instance().history.clear();
+}
+
+void TestFaultPages::circulationPages()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    for (const char *code : {"A", "B", "C", "D"})
+        lib.addBook(QString::fromLatin1(code));
+    const qint32 r1 = lib.addBook(QStringLiteral("R1"));
+    const qint32 r2 = lib.addBook(QStringLiteral("R2"));
+    lib.lend({r1, r2}, k, 20260301);
+    TestLibrary::BookSpec gone(QStringLiteral("V1"));
+    gone.discarded = true;
+    gone.discardedOn = 20250101;
+    lib.addBook(gone);
+    MessageRecorder rec;
+
+    {
+        CPageVypujcky page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        for (const char *code : {"A", "B", "C"})
+            lookUpAndAdd(page, QString::fromLatin1(code));
+        page.clientChosen(QStringLiteral("K1"));
+        QCOMPARE(page.list()->size(), 3);
+        EXPECT_REFUSED(0, 59, page.lend());
+        EXPECT_REFUSED(3, 59, page.lend());
+        // The disk is back: the books still listed are lent.
+        rec.clear();
+        page.lend();
+        QCOMPARE(rec.numbers(), QList<int>{});
+        QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 2 + 3);
+    }
+    {
+        CPageVraceni page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        lookUpAndAdd(page, QStringLiteral("R1"));
+        lookUpAndAdd(page, QStringLiteral("R2"));
+        EXPECT_REFUSED(0, 72, page.giveBack());
+        EXPECT_REFUSED(1, 72, page.giveBack());
+    }
+    {
+        CPageVyrazeni page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        lookUpAndAdd(page, QStringLiteral("D"));
+        type(&page, "discardDate", QStringLiteral("15.3.2026"));
+        EXPECT_REFUSED(0, 47, page.discard());
+        EXPECT_REFUSED(2, 47, page.discard());
+    }
+    {
+        CUndoDiscardDialog dialog;
+        QVERIFY(dialog.prepare());
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        type(&dialog, "code", QStringLiteral("V1"));
+        dialog.lookUp();
+        QVERIFY(dialog.bookId() > 0);
+        dialog.chooseCategory(fiction);
+        EXPECT_REFUSED(0, 123, dialog.restore());
+        QVERIFY(!dialog.restored());
+    }
+}
+
+void TestFaultPages::cataloguePages()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    lib.lend({a}, k, 20260301);
+    lib.giveBack({a}, 20260305);
+    MessageRecorder rec;
+    {
+        CPageNoveknihy page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        page.onActivate();
+        BookForm *f = page.form();
+        f->code->setText(QStringLiteral("NOVA"));
+        f->title->setText(QStringLiteral("Kytice"));
+        f->author->setText(QStringLiteral("Karel Jaromír Erben"));
+        f->category->setCurrentIndex(0);
+        f->price->setText(QStringLiteral("12"));
+        EXPECT_REFUSED(0, 34, QVERIFY(!page.save()));
+        EXPECT_REFUSED(3, 34, QVERIFY(!page.save()));
+        QCOMPARE(f->code->text(), QStringLiteral("NOVA")); // the entry stays for another try
+    }
+    {
+        CPageOpravy page;
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        page.onActivate();
+        BookForm *f = page.form();
+        f->code->setText(QStringLiteral("A"));
+        QVERIFY(page.load());
+        f->title->setText(QStringLiteral("Opravený název"));
+        EXPECT_REFUSED(0, 42, QVERIFY(!page.correct()));
+        f->code->setText(QStringLiteral("A"));
+        QVERIFY(page.load());
+        rec.answerNext(ResultYes);
+        EXPECT_REFUSED(1, 42, QVERIFY(!page.remove()));
+    }
+}
+
+void TestFaultPages::registerDialogs()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 empty = lib.addCategory(QStringLiteral("Prázdná"));
+    const qint32 k1 = lib.addClient(QStringLiteral("K1"));
+    MessageRecorder rec;
+    // The dialogs check what was typed; the commands write it after the dialog closed.
+    EXPECT_REFUSED(0, 4, QVERIFY(!RegisterCommands::saveNewCategory(nullptr, QStringLiteral("Poezie"))));
+    EXPECT_REFUSED(1, 4,
+                   QVERIFY(!RegisterCommands::saveRenamedCategory(
+                       nullptr, fiction, QStringLiteral("Beletrie"), QStringLiteral("Romány"))));
+    EXPECT_REFUSED(
+        0, 4, QVERIFY(!RegisterCommands::saveRemovedCategory(nullptr, empty, QStringLiteral("Prázdná"))));
+
+    Registers::ClientData d;
+    d.code = QStringLiteral("K2");
+    d.first = QStringLiteral("Zita");
+    d.surname = QStringLiteral("Zelená");
+    EXPECT_REFUSED(0, 13, QVERIFY(!RegisterCommands::saveNewClient(nullptr, d)));
+    EXPECT_REFUSED(2, 13, QVERIFY(!RegisterCommands::saveNewClient(nullptr, d)));
+    d.code = QStringLiteral("K1");
+    EXPECT_REFUSED(0, 13, QVERIFY(!RegisterCommands::saveChangedClient(nullptr, k1, d)));
+    EXPECT_REFUSED(1, 13, QVERIFY(!RegisterCommands::saveRemovedClient(nullptr, k1)));
+
+    // The same dialog and command once the disk is back: written.
+    rec.clear();
+    QVERIFY(RegisterCommands::saveNewCategory(nullptr, QStringLiteral("Poezie")));
+    QVERIFY(RegisterCommands::saveChangedClient(nullptr, k1, d));
+    QCOMPARE(rec.numbers(), QList<int>{});
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM LIDE WHERE PRIJMENI = 'Zelená'")), 1);
+    QCOMPARE(checkLibrary(), QStringList());
+}
+
+QTEST_MAIN(TestFaultPages)
+#include "test_faultpages.moc"
