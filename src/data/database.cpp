@@ -348,8 +348,9 @@ struct PoolState
 
 PoolState &poolState()
 {
-    static PoolState state;
-    return state;
+    // Never destroyed: its statements would outlive the engine at the program's end.
+    static auto *state = new PoolState;
+    return *state;
 }
 
 // Enough for every statement shape the pages use; beyond it the pool starts again.

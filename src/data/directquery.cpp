@@ -13,8 +13,9 @@ namespace {
 // Every statement alive, so that closing the database can finalize them.
 QSet<DirectQuery *> &liveStatements()
 {
-    static QSet<DirectQuery *> live;
-    return live;
+    // Never destroyed: statements may still be alive while the program's statics go away.
+    static auto *live = new QSet<DirectQuery *>;
+    return *live;
 }
 
 sqlite3 *connectionHandle()
