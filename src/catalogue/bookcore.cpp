@@ -241,17 +241,6 @@ int checkNewKeyword(const QString &keyword, const QStringList &present)
     return 0;
 }
 
-QList<CategoryItem> visibleCategories()
-{
-    QList<CategoryItem> items;
-    CSetKategorie set;
-    set.open();
-    for (; !set.isEOF(); set.moveNext())
-        if (set.m_UKAZOVAT)
-            items << CategoryItem{set.m_ID_KATEGORIE_KATEGORIE, set.m_NAZEV};
-    return items;
-}
-
 qint32 suggestedAccession()
 {
     CSetIDS ids;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "data/categories.h"
 #include "data/labels.h"
 
 #include "data/dates.h"
@@ -131,12 +132,6 @@ void sortKeywords(QStringList &keywords);
 QStringList keywordsInListOrder(const QString &stored);
 
 // The categories in use (UKAZOVAT), in table order. Throws DbError.
-struct CategoryItem
-{
-    qint32 id = -1;
-    QString name;
-};
-QList<CategoryItem> visibleCategories();
 // PRIRUSTEK_MAX + 1. Throws DbError.
 qint32 suggestedAccession();
 

@@ -1,5 +1,7 @@
 #include "catalogue/undodiscard.h"
 
+#include "data/categories.h"
+
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
@@ -100,10 +102,8 @@ CUndoDiscardDialog::CUndoDiscardDialog(QWidget *parent) : QDialog(parent)
 bool CUndoDiscardDialog::prepare()
 {
     try {
-        CSetKategorie category;
-        category.open(QString::fromUtf8(Stmt::KategorieVisible));
-        for (; !category.isEOF(); category.moveNext())
-            m_categories->addItem(category.m_NAZEV, category.m_ID_KATEGORIE_KATEGORIE);
+        for (const CategoryItem &c : visibleCategories())
+            m_categories->addItem(c.name, c.id);
     } catch (const DbError &) {
         showMessage(123);
         return false;

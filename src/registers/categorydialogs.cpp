@@ -508,7 +508,7 @@ CDlgSeznamKategorii::CDlgSeznamKategorii(QWidget *parent) : QDialog(parent)
     try {
         WaitCursor wait;
         QList<CRegisterListModel::Row> rows;
-        for (const Registers::CategoryRow &r : Registers::visibleCategories())
+        for (const Registers::CategoryRow &r : visibleCategories())
             rows << CRegisterListModel::Row{{r.name}, r.id, -1};
         m_model->setRows(rows);
     } catch (const DbError &) {

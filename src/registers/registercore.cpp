@@ -90,16 +90,6 @@ int categoryNameMessage(const QString &name)
     return categoryLookupMessage(name);
 }
 
-QList<CategoryRow> visibleCategories()
-{
-    QList<CategoryRow> rows;
-    CSetKategorie set;
-    set.open(QString::fromLatin1(Stmt::KategorieVisible));
-    for (; !set.isEOF(); set.moveNext())
-        rows << CategoryRow{set.m_ID_KATEGORIE_KATEGORIE, set.m_NAZEV};
-    return rows;
-}
-
 bool categoryHasBooksInStock(qint32 categoryId)
 {
     CSetKnihy set;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "data/categories.h"
 #include "data/dates.h"
 
 #include <QList>
@@ -14,11 +15,8 @@ namespace Registers {
 
 // ---- Categories ----
 
-struct CategoryRow
-{
-    qint32 id = -1;
-    QString name;
-};
+// A category as the register dialogs list it.
+using CategoryRow = CategoryItem;
 
 // The name lookup shared by the dialogs and the entry view: 0 when the name is free, 5 when a
 // category in use has it, 6 when a removed one had it, 4 when the database failed.
@@ -28,7 +26,6 @@ int categoryLookupMessage(const QString &name);
 int categoryNameMessage(const QString &name);
 
 // The categories in use, in the order the database gives them.
-QList<CategoryRow> visibleCategories();
 // Whether the category still holds a book that has not been discarded.
 bool categoryHasBooksInStock(qint32 categoryId);
 

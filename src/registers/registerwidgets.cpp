@@ -106,7 +106,7 @@ void setUpRegisterList(QTableView *view, const QList<int> &minimumWidths, bool m
 
 void fillCategoryCombo(QComboBox *combo)
 {
-    QList<Registers::CategoryRow> rows = Registers::visibleCategories();
+    QList<Registers::CategoryRow> rows = visibleCategories();
     QCollator collator{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::stable_sort(rows.begin(), rows.end(), [&collator](const auto &a, const auto &b) {

@@ -88,10 +88,7 @@ int listShownCategories(QList<ReportCategory> *out)
 {
     out->clear();
     try {
-        CSetKategorie kategorie;
-        kategorie.open(QString::fromUtf8(Stmt::KategorieVisible));
-        for (; !kategorie.isEOF(); kategorie.moveNext())
-            out->append({kategorie.m_ID_KATEGORIE_KATEGORIE, kategorie.m_NAZEV});
+        *out = visibleCategories();
         return 0;
     } catch (const DbError &) {
         out->clear();

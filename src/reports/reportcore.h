@@ -1,5 +1,6 @@
 #pragma once
 
+#include "data/categories.h"
 #include "data/dates.h"
 #include "data/labels.h"
 
@@ -66,11 +67,8 @@ struct ReportClient
 int findReportClient(const QString &typedCode, ReportClient *out);
 
 // The shown categories of the category report's list (KATEGORIE.UKAZOVAT), in the table's order.
-struct ReportCategory
-{
-    qint32 id = -1;
-    QString name;
-};
+// A category as the dialog of the category report offers it.
+using ReportCategory = CategoryItem;
 // Returns 0, or 4 when the database failed.
 int listShownCategories(QList<ReportCategory> *out);
 

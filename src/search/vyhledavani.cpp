@@ -1,5 +1,7 @@
 #include "search/vyhledavani.h"
 
+#include "data/categories.h"
+
 #include "app/commands.h"
 #include "app/mainframe.h"
 #include "app/messages.h"
@@ -285,13 +287,8 @@ bool CVyhledavani::PrepareSearchForm()
     QApplication::setOverrideCursor(Qt::WaitCursor);
     bool ok = true;
     try {
-        CSetKategorie set;
-        set.open(QString::fromUtf8(Stmt::KategorieVisible));
-        while (!set.isEOF()) {
-            m_category->addItem(set.m_NAZEV, set.m_ID_KATEGORIE_KATEGORIE);
-            set.moveNext();
-        }
-        set.close();
+        for (const CategoryItem &c : visibleCategories())
+            m_category->addItem(c.name, c.id);
     } catch (const DbError &) {
         ok = false;
     }

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+// A category as the combos and lists offer it: its name, carrying its identifier.
+struct CategoryItem
+{
+    qint32 id = -1;
+    QString name;
+};
+
+// The categories in use (not removed), in the order the database gives them; every combo and
+// list of categories of the program is filled from here. Throws DbError.
+QList<CategoryItem> visibleCategories();
