@@ -22,7 +22,12 @@ private:
 // The protocol to print after a loan or a return, or the one chosen from the menu.
 struct ProtocolRequest
 {
-    enum Kind { None = 0, Loan = 1, Return = 2 };
+    enum Kind
+    {
+        None = 0,
+        Loan = 1,
+        Return = 2
+    };
     int kind = None;
     qint32 number = -1;
 };
@@ -35,9 +40,9 @@ public:
     static AppState &instance();
 
     SettingsRecord settings;
-    QString iniPath;    // Folivo.ini in the data directory
-    QString dataDir;    // the program's working directory
-    QString floppyDir;  // the directory that stands for the floppy drive
+    QString iniPath;   // Folivo.ini in the data directory
+    QString dataDir;   // the program's working directory
+    QString floppyDir; // the directory that stands for the floppy drive
     InputHistory history;
     ProtocolRequest protocol;
 

@@ -2,7 +2,8 @@
 
 // The program's commands, by the identifiers the menus, tool bar and handlers share.
 namespace Cmd {
-enum : int {
+enum : int
+{
     // Soubor / Tisk
     PrintReport = 32774,
     PrintLoanProtocol = 32775,
@@ -69,5 +70,12 @@ enum : int {
 
 // Help topics: 1 the program, 5 reports, 7 the menus, and one per view.
 namespace HelpTopic {
-enum : int { Program = 1, Reports = 5, Menus = 7, Entry = 2, Search = 3 };
+enum : int
+{
+    Program = 1,
+    Reports = 5,
+    Menus = 7,
+    Entry = 2,
+    Search = 3
+};
 }

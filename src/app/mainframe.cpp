@@ -60,7 +60,8 @@ QAction *CMainFrame::action(int command) const
     return m_actions.value(command, nullptr);
 }
 
-QAction *CMainFrame::makeAction(int command, const QString &text, const QString &hint, const QKeySequence &shortcut)
+QAction *CMainFrame::makeAction(int command, const QString &text, const QString &hint,
+                                const QKeySequence &shortcut)
 {
     auto *a = new QAction(text, this);
     a->setData(command);
@@ -76,7 +77,8 @@ QAction *CMainFrame::makeAction(int command, const QString &text, const QString 
 
 void CMainFrame::buildMenus()
 {
-    auto add = [this](QMenu *menu, int command, const char *text, const char *hint, const QKeySequence &key = {}) {
+    auto add = [this](QMenu *menu, int command, const char *text, const char *hint,
+                      const QKeySequence &key = {}) {
         menu->addAction(makeAction(command, QString::fromUtf8(text), QString::fromUtf8(hint), key));
     };
 
@@ -84,12 +86,14 @@ void CMainFrame::buildMenus()
     QMenu *print = file->addMenu(QStringLiteral("&Tisk"));
     add(print, Cmd::PrintReport, "&Sestava...", "Vytiskne zobrazenou sestavu");
     add(print, Cmd::PrintLoanProtocol, "Protokol o &půjčce...", "Vytiskne protokol o zvolené výpůjčce");
-    add(print, Cmd::PrintReturnProtocol, "Protokol o &vrácení...", "Vytiskne protokol o zvoleném vrácení knih");
+    add(print, Cmd::PrintReturnProtocol, "Protokol o &vrácení...",
+        "Vytiskne protokol o zvoleném vrácení knih");
     add(print, Cmd::ReportToHtml, "&Sestava do HTML...", "Uloží zobrazenou sestavu jako stránku HTML");
     QMenu *preview = file->addMenu(QStringLiteral("Náhled &před tiskem"));
     add(preview, Cmd::PreviewReport, "&Sestava...", "Zobrazí náhled tisku sestavy");
     add(preview, Cmd::PreviewLoanProtocol, "Protokol o &půjčce...", "Zobrazí náhled protokolu o výpůjčce");
-    add(preview, Cmd::PreviewReturnProtocol, "Protokol o &vrácení...", "Zobrazí náhled protokolu o vrácení knih");
+    add(preview, Cmd::PreviewReturnProtocol, "Protokol o &vrácení...",
+        "Zobrazí náhled protokolu o vrácení knih");
     add(file, Cmd::PrintSetup, "Na&stavení tisku...", "Změní nastavení tiskárny a tisku");
     file->addSeparator();
     QMenu *backup = file->addMenu(QStringLiteral("&Zálohování"));
@@ -106,10 +110,12 @@ void CMainFrame::buildMenus()
     QMenu *edit = menuBar()->addMenu(QStringLiteral("Úpr&avy"));
     add(edit, Cmd::EditUndo, "&Zpět", "Vrátí zpět poslední úpravu");
     edit->addSeparator();
-    add(edit, Cmd::EditCut, "&Vyjmout\tCtrl+X", "Vyjme označený text do schránky", QKeySequence(Qt::CTRL | Qt::Key_X));
+    add(edit, Cmd::EditCut, "&Vyjmout\tCtrl+X", "Vyjme označený text do schránky",
+        QKeySequence(Qt::CTRL | Qt::Key_X));
     add(edit, Cmd::EditCopy, "&Kopírovat\tCtrl+C", "Zkopíruje označený text do schránky",
         QKeySequence(Qt::CTRL | Qt::Key_C));
-    add(edit, Cmd::EditPaste, "V&ložit\tCtrl+V", "Vloží text ze schránky", QKeySequence(Qt::CTRL | Qt::Key_V));
+    add(edit, Cmd::EditPaste, "V&ložit\tCtrl+V", "Vloží text ze schránky",
+        QKeySequence(Qt::CTRL | Qt::Key_V));
     add(edit, Cmd::EditDelete, "O&dstranit\tCtrl + Del", "Odstraní označený text",
         QKeySequence(Qt::CTRL | Qt::Key_Delete));
     add(edit, Cmd::EditSelectAll, "Vyb&rat vše", "Označí celý text pole");
@@ -128,9 +134,12 @@ void CMainFrame::buildMenus()
     add(reports, Cmd::ReportCategory, "Kn&ihy zvolené kategorie...", "Zobrazí knihy jedné kategorie");
     add(reports, Cmd::ReportOverdue, "Knihy s &prodlením...", "Zobrazí knihy vypůjčené s prodlením");
     reports->addSeparator();
-    add(reports, Cmd::ReportClientLoans, "&Aktuální výpůjčky klienta...", "Zobrazí knihy, které má klient vypůjčené");
-    add(reports, Cmd::ReportClientOverdue, "Knihy s prodlením klienta...", "Zobrazí knihy klienta s prodlením");
-    add(reports, Cmd::ReportClientHistory, "Hist&orie klienta...", "Zobrazí knihy, které si klient kdy vypůjčil");
+    add(reports, Cmd::ReportClientLoans, "&Aktuální výpůjčky klienta...",
+        "Zobrazí knihy, které má klient vypůjčené");
+    add(reports, Cmd::ReportClientOverdue, "Knihy s prodlením klienta...",
+        "Zobrazí knihy klienta s prodlením");
+    add(reports, Cmd::ReportClientHistory, "Hist&orie klienta...",
+        "Zobrazí knihy, které si klient kdy vypůjčil");
     view->addSeparator();
     add(view, Cmd::ViewEntry, "&Zadávání", "Přepne do zadávání (výpůjčky, vrácení, nové knihy, ...)");
     add(view, Cmd::ViewSearch, "&Vyhledávání", "Přepne do pokročilého vyhledávání");
@@ -148,7 +157,8 @@ void CMainFrame::buildMenus()
     add(registers, Cmd::NewCategory, "No&vá kategorie...", "Založí novou kategorii knih");
     add(registers, Cmd::RenameCategory, "Př&ejmenování kategorie...", "Opraví název kategorie knih");
     add(registers, Cmd::RemoveCategory, "Odst&ranění kategorie...", "Odstraní kategorii knih");
-    add(registers, Cmd::MoveBetweenCategories, "Pře&sun mezi kategoriemi...", "Přesune knihy mezi kategoriemi");
+    add(registers, Cmd::MoveBetweenCategories, "Pře&sun mezi kategoriemi...",
+        "Přesune knihy mezi kategoriemi");
     registers->addSeparator();
     add(registers, Cmd::ClientList, "Sezn&am klientů", "Zobrazí seznam klientů");
     add(registers, Cmd::CategoryList, "Seznam &kategorií", "Zobrazí seznam kategorií knih");

@@ -59,7 +59,8 @@ private:
     };
     void buildMenus();
     void buildToolBar();
-    QAction *makeAction(int command, const QString &text, const QString &hint, const QKeySequence &shortcut = {});
+    QAction *makeAction(int command, const QString &text, const QString &hint,
+                        const QKeySequence &shortcut = {});
 
     QHash<int, QAction *> m_actions;
     QHash<int, Handler> m_handlers;

@@ -5,16 +5,29 @@
 #include <functional>
 
 // Kinds and button sets of the program's message box.
-enum class MessageKind { Information = 1, Question = 2, Error = 3, Warning = 4 };
+enum class MessageKind
+{
+    Information = 1,
+    Question = 2,
+    Error = 3,
+    Warning = 4
+};
 
-enum MessageButtons : int {
+enum MessageButtons : int
+{
     ButtonsOk = 512,
     ButtonsYesNo = 3,
     ButtonsYesNoIrreversible = 7, // Yes/No for actions that cannot be undone
     ButtonsConfirm = 516          // a prompt that answers ResultConfirmed when accepted
 };
 
-enum MessageResult : int { ResultOk = 1, ResultYes = 1, ResultNo = 2, ResultConfirmed = 512 };
+enum MessageResult : int
+{
+    ResultOk = 1,
+    ResultYes = 1,
+    ResultNo = 2,
+    ResultConfirmed = 512
+};
 
 // Shows a message and returns the button pressed. Every box of the program goes through the one
 // replaceable handler: the desktop program installs a QMessageBox, tests install a recorder that
@@ -27,8 +40,8 @@ MessageBoxHandler setMessageBoxHandler(MessageBoxHandler handler); // returns th
 // The catalogue of numbered messages, 1 to 124.
 constexpr int MessageCount = 124;
 bool isCatalogueMessage(int number);
-QString messageText(int number);       // empty outside 1..124
-MessageKind messageKind(int number);   // Error outside 1..124
+QString messageText(int number);     // empty outside 1..124
+MessageKind messageKind(int number); // Error outside 1..124
 
 // A page declares one, sets the number and shows it.
 class MessageCode final

@@ -12,7 +12,13 @@ class CRvEdit : public QLineEdit
     Q_OBJECT
 
 public:
-    enum ResType { Text = 0, WholeNumber = 1, DecimalNumber = 2, Date = 6 };
+    enum ResType
+    {
+        Text = 0,
+        WholeNumber = 1,
+        DecimalNumber = 2,
+        Date = 6
+    };
 
     explicit CRvEdit(QWidget *parent = nullptr);
     void SetResType(int type) { m_type = type; }

@@ -17,20 +17,33 @@ struct SettingsRecord
     static constexpr int MaxPassword = 16;
     static constexpr const char *FileName = "Folivo.ini";
 
-    enum Protocol : quint16 { PrintAlways = 0, PrintOnRequest = 1, PrintNever = 2 };
-    enum LoanLength : quint16 { Limit = 0, NoLimit = 1 };
-    enum ReportSize : quint16 { ReportNormal = 0, ReportMaximised = 1 };
+    enum Protocol : quint16
+    {
+        PrintAlways = 0,
+        PrintOnRequest = 1,
+        PrintNever = 2
+    };
+    enum LoanLength : quint16
+    {
+        Limit = 0,
+        NoLimit = 1
+    };
+    enum ReportSize : quint16
+    {
+        ReportNormal = 0,
+        ReportMaximised = 1
+    };
 
-    quint16 loanProtocol = PrintOnRequest;   // offset 4
-    quint16 returnProtocol = PrintOnRequest; // offset 6
-    quint32 passwordAtStart = 0;             // offset 8
-    quint32 lockAllowed = 0;                 // offset 12
-    quint16 loanLength = Limit;              // offset 16
-    quint32 loanDays = 30;                   // offset 20
-    quint16 reportSize = ReportNormal;       // offset 24
-    quint16 passwordLength = 0;              // offset 26
+    quint16 loanProtocol = PrintOnRequest;      // offset 4
+    quint16 returnProtocol = PrintOnRequest;    // offset 6
+    quint32 passwordAtStart = 0;                // offset 8
+    quint32 lockAllowed = 0;                    // offset 12
+    quint16 loanLength = Limit;                 // offset 16
+    quint32 loanDays = 30;                      // offset 20
+    quint16 reportSize = ReportNormal;          // offset 24
+    quint16 passwordLength = 0;                 // offset 26
     std::array<qint32, MaxPassword> password{}; // offset 28
-    QString userName;                        // offset 92, Windows-1250, zero-filled
+    QString userName;                           // offset 92, Windows-1250, zero-filled
 
     QByteArray toBytes() const;
     // Anything but 164 bytes with both marks counts as no record.

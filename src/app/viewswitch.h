@@ -6,7 +6,12 @@
 // report view, the statement, the title and the report kind.
 struct ViewSwitchRequest
 {
-    enum Target : int { ReportView = 1, EntryView = 2, SearchView = 3 };
+    enum Target : int
+    {
+        ReportView = 1,
+        EntryView = 2,
+        SearchView = 3
+    };
     int target = EntryView;
     QString sql;
     QString title;

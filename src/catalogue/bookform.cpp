@@ -422,7 +422,8 @@ int BookForm::historySlot(const QWidget *edit, HistorySlots layout) const
 {
     if (edit == newKeyword)
         return layout.keywordSlot;
-    const QWidget *const fields[] = {code, accession, title, author, date, price, year, publisher, pages, annotation};
+    const QWidget *const fields[] = {code,  accession, title,     author, date,
+                                     price, year,      publisher, pages,  annotation};
     for (int i = 0; i < int(std::size(fields)); ++i)
         if (fields[i] == edit)
             return layout.firstSlot + i;

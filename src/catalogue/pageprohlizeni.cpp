@@ -165,7 +165,8 @@ bool CPageProhlizeni::categoryRenamed(qint32 id, const QString &oldName, const Q
     return true;
 }
 
-void CPageProhlizeni::clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first)
+void CPageProhlizeni::clientChanged(qint32 id, const QString &code, const QString &surname,
+                                    const QString &first)
 {
     if (m_open && m_bookId != -1 && m_clientId == id)
         m_client->setText(clientLabel(code, surname, first));

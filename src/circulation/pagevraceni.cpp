@@ -97,7 +97,8 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
     grid->setColumnStretch(1, 3);
     grid->setColumnStretch(3, 2);
 
-    const PreparedListSection list = makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vrácení"), this);
+    const PreparedListSection list =
+        makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vrácení"), this);
     m_add = list.add;
     m_view = list.view;
     QPushButton *remove = list.remove;

@@ -89,7 +89,8 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     bookGrid->setColumnStretch(3, 2);
 
     // The prepared list.
-    const PreparedListSection list = makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vypůjčení"), this);
+    const PreparedListSection list =
+        makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vypůjčení"), this);
     m_add = list.add;
     m_view = list.view;
     QPushButton *remove = list.remove;

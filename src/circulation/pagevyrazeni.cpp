@@ -68,7 +68,8 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 3);
 
-    const PreparedListSection list = makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vyřazení"), this);
+    const PreparedListSection list =
+        makePreparedListSection(m_list, QStringLiteral("Kni&hy připravené k vyřazení"), this);
     m_add = list.add;
     m_view = list.view;
     QPushButton *remove = list.remove;

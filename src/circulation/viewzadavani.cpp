@@ -28,8 +28,8 @@ CViewZadavani::CViewZadavani(QWidget *parent) : CFrameView(parent)
     m_canvas = new QWidget;
     m_canvas->setBackgroundRole(QPalette::Button);
     m_sheet = new CSheet(m_canvas);
-    const QList<CEntryPage *> pages = {new CPageVypujcky, new CPageVraceni,  new CPageNoveknihy,
-                                       new CPageVyrazeni, new CPageOpravy,   new CPageProhlizeni};
+    const QList<CEntryPage *> pages = {new CPageVypujcky, new CPageVraceni, new CPageNoveknihy,
+                                       new CPageVyrazeni, new CPageOpravy,  new CPageProhlizeni};
     for (CEntryPage *p : pages) {
         m_sheet->addTab(p, p->tabTitle());
         connect(p, &CEntryPage::protocolRequested, this, &CViewZadavani::protocolRequested);

@@ -23,7 +23,15 @@ class CViewZadavani final : public CFrameView
     Q_OBJECT
 
 public:
-    enum PageIndex { Vypujcky = 0, Vraceni = 1, Noveknihy = 2, Vyrazeni = 3, Opravy = 4, Prohlizeni = 5 };
+    enum PageIndex
+    {
+        Vypujcky = 0,
+        Vraceni = 1,
+        Noveknihy = 2,
+        Vyrazeni = 3,
+        Opravy = 4,
+        Prohlizeni = 5
+    };
 
     explicit CViewZadavani(QWidget *parent = nullptr);
 

@@ -68,7 +68,8 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
     // Another holder of the file shows as SQLITE_BUSY (5) or SQLITE_LOCKED (6) at the first
     // statement that reads it, which is already the journal-mode pragma.
     auto busyOrFailed = [](const QSqlError &e) {
-        const bool busy = e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
+        const bool busy =
+            e.nativeErrorCode() == QLatin1String("5") || e.nativeErrorCode() == QLatin1String("6");
         return busy ? OpenResult::Locked : OpenResult::Failed;
     };
     if (!q.exec(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")) ||
@@ -237,7 +238,8 @@ QString jetToSqlite(const QString &jet)
     const qsizetype n = jet.size();
     for (qsizetype i = 0; i < n; ++i) {
         const QChar c = jet.at(i);
-        if (c == QLatin1Char('=') && jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
+        if (c == QLatin1Char('=') &&
+            jet.mid(i, 7).compare(QLatin1String("= ANY ("), Qt::CaseInsensitive) == 0) {
             out += QLatin1String("IN (");
             i += 6;
             continue;

@@ -23,7 +23,15 @@ public:
 class Database final
 {
 public:
-    enum class OpenResult { Ok, Missing, NotDatabase, Locked, MissingTables, Failed };
+    enum class OpenResult
+    {
+        Ok,
+        Missing,
+        NotDatabase,
+        Locked,
+        MissingTables,
+        Failed
+    };
 
     static OpenResult open(const QString &path, QString *detail = nullptr);
     static void close();

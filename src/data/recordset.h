@@ -16,7 +16,12 @@
 class FieldExchange
 {
 public:
-    enum class Mode { Read, Collect, Reset };
+    enum class Mode
+    {
+        Read,
+        Collect,
+        Reset
+    };
     FieldExchange(Mode mode, const QVariantList *row = nullptr) : m_mode(mode), m_row(row) {}
 
     void Long(const char *column, qint32 &field);
@@ -82,7 +87,12 @@ private:
     void loadCurrent();
     void releaseQuery();
 
-    enum class EditMode { None, Add, Edit };
+    enum class EditMode
+    {
+        None,
+        Add,
+        Edit
+    };
     bool m_open = false;
     std::unique_ptr<DirectQuery> m_query; // lent by StatementPool until the rows run out
     QString m_pooledSql;

@@ -90,7 +90,8 @@ namespace {
 qint32 findFlagged(const char *sql, const QString &value)
 {
     try {
-        QSqlQuery q = runSql(QString::fromLatin1(sql).arg(QLatin1String(textEqualityCollation(value))), {value});
+        QSqlQuery q =
+            runSql(QString::fromLatin1(sql).arg(QLatin1String(textEqualityCollation(value))), {value});
         if (!q.next())
             return -1;
         return q.value(1).toLongLong() != 0 ? qint32(q.value(0).toLongLong()) : -2;
@@ -108,7 +109,8 @@ qint32 CSetLide::findByCode(const QString &code)
 
 qint32 CSetKategorie::findByName(const QString &name)
 {
-    return findFlagged("SELECT ID_KATEGORIE_KATEGORIE, UKAZOVAT FROM KATEGORIE WHERE NAZEV = ? COLLATE %1", name);
+    return findFlagged("SELECT ID_KATEGORIE_KATEGORIE, UKAZOVAT FROM KATEGORIE WHERE NAZEV = ? COLLATE %1",
+                       name);
 }
 
 qint32 allocateId(Counter counter)

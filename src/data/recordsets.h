@@ -148,7 +148,14 @@ protected:
 // The counters of IDS. Each writer takes its identifier inside its own transaction; a rolled
 // back action leaves the counter where it was, and an identifier once committed is never given
 // again.
-enum class Counter { Knihy, Lide, Kategorie, Vypujcky, Vraceni };
-qint32 allocateId(Counter counter); // must run inside a Transaction; throws DbError
-qint32 readPrirustekMax();          // throws DbError
+enum class Counter
+{
+    Knihy,
+    Lide,
+    Kategorie,
+    Vypujcky,
+    Vraceni
+};
+qint32 allocateId(Counter counter);       // must run inside a Transaction; throws DbError
+qint32 readPrirustekMax();                // throws DbError
 void raisePrirustekMax(qint32 accession); // never lowers it; throws DbError

@@ -12,7 +12,6 @@
 #include "reports/sestavaview.h"
 #include "search/vyhledavani.h"
 
-
 void installFeatures(CMainFrame &frame)
 {
     frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
@@ -42,8 +41,8 @@ void installFeatures(CMainFrame &frame)
             if (auto *report = qobject_cast<CSestavaView *>(frame.view(ViewSwitchRequest::ReportView)))
                 report->refreshAfterChange(QString::fromUtf8(CSestavaView::NoticeAfterImport));
         } else if (target == ViewSwitchRequest::SearchView) {
-            RvMessageBox(QString(), QString::fromUtf8(CSestavaView::NoticeAfterImport), MessageKind::Information,
-                         ButtonsOk);
+            RvMessageBox(QString(), QString::fromUtf8(CSestavaView::NoticeAfterImport),
+                         MessageKind::Information, ButtonsOk);
             ViewSwitchRequest again;
             again.target = ViewSwitchRequest::SearchView;
             frame.switchView(again);
