@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/cp1250.h"
+#include "app/messages.h"
+#include "catalogue/bookdialogs.h"
 
 #include <QAbstractTableModel>
 #include <QApplication>
@@ -272,4 +274,29 @@ PreparedListSection makePreparedListSection(CPreparedList<Item> *model, const QS
     s.head->addWidget(s.add);
     s.head->addWidget(s.remove);
     return s;
+}
+
+// "Odebrat": removes the selected rows; with none selected, the page's message and false.
+template <typename Item>
+bool removeSelectedRows(QTableView *view, CPreparedList<Item> *list, int noSelectionMessage)
+{
+    const QList<int> rows = selectedRows(view);
+    if (rows.isEmpty()) {
+        showMessage(noSelectionMessage);
+        return false;
+    }
+    list->removeRowsAt(rows);
+    return true;
+}
+
+// Double click or Enter in a prepared list: the details of the current row's book, then the
+// focus back to the list.
+template <typename Item>
+void showCurrentBookDetails(QWidget *page, QTableView *view, CPreparedList<Item> *list)
+{
+    const QModelIndex current = view->currentIndex();
+    if (!current.isValid())
+        return;
+    showBookDetails(page, list->at(current.row()).bookId);
+    view->setFocus();
 }

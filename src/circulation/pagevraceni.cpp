@@ -300,21 +300,12 @@ void CPageVraceni::addBook()
 
 void CPageVraceni::removeSelected()
 {
-    const QList<int> rows = selectedRows(m_view);
-    if (rows.isEmpty()) {
-        showMessage(76);
-        return;
-    }
-    m_list->removeRowsAt(rows);
+    removeSelectedRows(m_view, m_list, 76);
 }
 
 void CPageVraceni::showDetails()
 {
-    const QModelIndex current = m_view->currentIndex();
-    if (!current.isValid())
-        return;
-    showBookDetails(this, m_list->at(current.row()).bookId);
-    m_view->setFocus();
+    showCurrentBookDetails(this, m_view, m_list);
 }
 
 void CPageVraceni::categoriesChanged()

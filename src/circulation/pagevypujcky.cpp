@@ -356,21 +356,12 @@ void CPageVypujcky::addBook()
 
 void CPageVypujcky::removeSelected()
 {
-    const QList<int> rows = selectedRows(m_view);
-    if (rows.isEmpty()) {
-        showMessage(52);
-        return;
-    }
-    m_list->removeRowsAt(rows);
+    removeSelectedRows(m_view, m_list, 52);
 }
 
 void CPageVypujcky::showDetails()
 {
-    const QModelIndex current = m_view->currentIndex();
-    if (!current.isValid())
-        return;
-    showBookDetails(this, m_list->at(current.row()).bookId);
-    m_view->setFocus();
+    showCurrentBookDetails(this, m_view, m_list);
 }
 
 void CPageVypujcky::lookUpClient()
