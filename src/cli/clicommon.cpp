@@ -1,5 +1,11 @@
 #include "cli/clicommon.h"
 
+#include "data/database.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
 #include <QHash>
 #include <QStandardPaths>
 
@@ -39,6 +45,20 @@ QString resolveDataDir(const CliArgs &args)
     if (!home.isEmpty())
         return home;
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+}
+
+bool installShippedFiles(const QString &dir, QString *error)
+{
+    const QString picture = QDir(dir).filePath(QString::fromLatin1(Database::AboutPictureFile));
+    if (QFileInfo::exists(picture))
+        return true;
+    QFile f(picture);
+    const QByteArray bytes = Database::aboutPicture();
+    if (bytes.isEmpty() || !f.open(QIODevice::WriteOnly) || f.write(bytes) != bytes.size()) {
+        *error = QStringLiteral("cannot write %1").arg(picture);
+        return false;
+    }
+    return true;
 }
 
 int cliFail(const QString &message)

@@ -27,6 +27,10 @@ bool parseCliArgs(const QStringList &args, const QStringList &valued, const QStr
 // The data directory: --data-dir, else FOLIVO_HOME, else the platform's application-data path.
 QString resolveDataDir(const CliArgs &args);
 
+// Installs into a data directory what the program ships beside its database: the picture of the
+// about box, when the directory has none. False with a message when it cannot be written.
+bool installShippedFiles(const QString &dir, QString *error);
+
 int cliFail(const QString &message); // prints "folivo-cli: message" and returns 1
 void cliPrint(const QString &message);
 

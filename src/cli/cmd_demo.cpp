@@ -45,6 +45,8 @@ int cmdDemo(const QStringList &argv)
     const QString path = QDir(dir).filePath(QString::fromLatin1(Database::FileName));
     if (!QFileInfo::exists(path) && !Database::createEmpty(path, &error))
         return cliFail(QStringLiteral("cannot install the database: %1").arg(error));
+    if (!installShippedFiles(dir, &error))
+        return cliFail(error);
     if (Database::open(path, &error) != Database::OpenResult::Ok)
         return cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
     QElapsedTimer timer;

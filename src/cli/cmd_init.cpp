@@ -18,6 +18,8 @@ int cmdInit(const QStringList &argv)
     const QString path = QDir(dir).filePath(QString::fromLatin1(Database::FileName));
     if (!Database::createEmpty(path, &error))
         return cliFail(QStringLiteral("cannot install the database: %1").arg(error));
+    if (!installShippedFiles(dir, &error))
+        return cliFail(error);
     cliPrint(QStringLiteral("installed an empty library database: %1").arg(path));
     return 0;
 }

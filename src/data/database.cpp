@@ -142,6 +142,13 @@ QString Database::schemaSql()
     return QString::fromUtf8(f.readAll());
 }
 
+QByteArray Database::aboutPicture()
+{
+    initDataResources();
+    QFile f(QStringLiteral(":/folivo/rvmsgbit.dat"));
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
 bool Database::createEmpty(const QString &path, QString *error)
 {
     if (QFileInfo::exists(path)) {

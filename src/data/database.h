@@ -47,6 +47,11 @@ public:
     // Writes a new empty database (the six tables and the single IDS row) into path.
     // Refuses to overwrite an existing file.
     static bool createEmpty(const QString &path, QString *error);
+
+    // The picture of the about box, rvmsgbit.dat, as the program ships it (any image format; the
+    // about box reads it by its content).
+    static constexpr const char *AboutPictureFile = "rvmsgbit.dat";
+    static QByteArray aboutPicture();
 };
 
 // One transaction on the open database. Rolls back when it goes out of scope uncommitted, so an

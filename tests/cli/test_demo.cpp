@@ -34,6 +34,10 @@ void TestDemo::initInstallsOnceOnly()
     const QString data = dir.filePath(QStringLiteral("lib"));
     QCOMPARE(runCli({QStringLiteral("init"), QStringLiteral("--data-dir"), data}), 0);
     QVERIFY(QFile::exists(QDir(data).filePath(QStringLiteral("Folivo.db"))));
+    // The about box's picture comes with the database, a PNG under the program's own name.
+    QFile picture(QDir(data).filePath(QStringLiteral("rvmsgbit.dat")));
+    QVERIFY(picture.open(QIODevice::ReadOnly));
+    QVERIFY(picture.read(8) == QByteArray("\x89PNG\r\n\x1a\n", 8));
     QByteArray err;
     QCOMPARE(runCli({QStringLiteral("init"), QStringLiteral("--data-dir"), data}, &err), 1);
     QVERIFY(err.contains("already exists"));
