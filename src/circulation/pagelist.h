@@ -2,10 +2,13 @@
 
 #include "app/cp1250.h"
 #include "app/messages.h"
+#include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
 
 #include <QAbstractTableModel>
 #include <QApplication>
+#include <QGridLayout>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -299,4 +302,54 @@ void showCurrentBookDetails(QWidget *page, QTableView *view, CPreparedList<Item>
         return;
     showBookDetails(page, list->at(current.row()).bookId);
     view->setFocus();
+}
+
+// The "Kniha" box of a page: the book code with "OK" and "Nalistovat..." on its first row, the
+// title, author and category read-only below. A page adds its own fields after the code on the
+// first row (codeRow) and below it (addField), then puts the box where it wants it.
+struct BookLookupBox
+{
+    QGroupBox *box;
+    CRvEdit *code;
+    QPushButton *ok;
+    QPushButton *pick;
+    QHBoxLayout *codeRow;
+    QGridLayout *grid;
+    QLineEdit *title;
+    QLineEdit *author;
+    QLineEdit *category;
+
+    void addField(const QString &label, QLineEdit *field, int row, int column, int span)
+    {
+        auto *l = new QLabel(label, box);
+        l->setBuddy(field);
+        grid->addWidget(l, row, column);
+        grid->addWidget(field, row, column + 1, 1, span);
+    }
+};
+
+inline BookLookupBox makeBookLookupBox(QWidget *page)
+{
+    BookLookupBox b;
+    b.box = new QGroupBox(QStringLiteral("Kniha"), page);
+    b.code = new CRvEdit(b.box);
+    b.code->setObjectName(QStringLiteral("bookCode"));
+    b.code->setMaxLength(32);
+    auto *codeLabel = new QLabel(QStringLiteral("&Kód knihy"), b.box);
+    codeLabel->setBuddy(b.code);
+    b.ok = pageButton(QStringLiteral("OK"), b.box);
+    b.pick = pageButton(QStringLiteral("Nalistovat..."), b.box);
+    b.title = readOnlyField(b.box);
+    b.author = readOnlyField(b.box);
+    b.category = readOnlyField(b.box);
+    b.title->setObjectName(QStringLiteral("title"));
+    b.category->setObjectName(QStringLiteral("category"));
+    b.grid = new QGridLayout(b.box);
+    b.grid->addWidget(codeLabel, 0, 0);
+    b.codeRow = new QHBoxLayout;
+    b.codeRow->addWidget(b.code, 1);
+    b.codeRow->addWidget(b.ok);
+    b.codeRow->addWidget(b.pick);
+    b.grid->addLayout(b.codeRow, 0, 1, 1, 3);
+    return b;
 }

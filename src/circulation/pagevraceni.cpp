@@ -42,14 +42,14 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
         },
         this);
 
-    auto *bookBox = new QGroupBox(QStringLiteral("Kniha"), this);
-    m_bookCode = new CRvEdit(bookBox);
-    m_bookCode->setObjectName(QStringLiteral("bookCode"));
-    m_bookCode->setMaxLength(32);
-    auto *codeLabel = new QLabel(QStringLiteral("&Kód knihy"), bookBox);
-    codeLabel->setBuddy(m_bookCode);
-    auto *ok = pageButton(QStringLiteral("OK"), bookBox);
-    auto *pick = pageButton(QStringLiteral("Nalistovat..."), bookBox);
+    BookLookupBox book = makeBookLookupBox(this);
+    QGroupBox *bookBox = book.box;
+    m_bookCode = book.code;
+    QPushButton *ok = book.ok;
+    QPushButton *pick = book.pick;
+    m_title = book.title;
+    m_author = book.author;
+    m_category = book.category;
     m_returnDateEdit = new CRvEdit(bookBox);
     m_returnDateEdit->setObjectName(QStringLiteral("returnDate"));
     m_returnDateEdit->SetResType(CRvEdit::Date);
@@ -57,43 +57,25 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
     fitWidth(m_returnDateEdit);
     auto *dateLabel = new QLabel(QStringLiteral("&Vrátit dne"), bookBox);
     dateLabel->setBuddy(m_returnDateEdit);
-    m_title = readOnlyField(bookBox);
-    m_author = readOnlyField(bookBox);
-    m_category = readOnlyField(bookBox);
     m_client = readOnlyField(bookBox);
     m_loanDateText = readOnlyField(bookBox);
     m_delayText = readOnlyField(bookBox);
     m_delayText->setAlignment(Qt::AlignRight);
     fitWidth(m_loanDateText);
     fitWidth(m_delayText, QStringLiteral("99999999"));
-    m_title->setObjectName(QStringLiteral("title"));
-    m_category->setObjectName(QStringLiteral("category"));
     m_client->setObjectName(QStringLiteral("client"));
     m_loanDateText->setObjectName(QStringLiteral("loanDate"));
     m_delayText->setObjectName(QStringLiteral("delay"));
-
-    auto *grid = new QGridLayout(bookBox);
-    grid->addWidget(codeLabel, 0, 0);
-    auto *codeRow = new QHBoxLayout;
-    codeRow->addWidget(m_bookCode, 1);
-    codeRow->addWidget(ok);
-    codeRow->addWidget(pick);
-    codeRow->addSpacing(12);
-    codeRow->addWidget(dateLabel);
-    codeRow->addWidget(m_returnDateEdit);
-    grid->addLayout(codeRow, 0, 1, 1, 3);
-    auto addRead = [&](const QString &text, QLineEdit *field, int row, int column, int span) {
-        auto *l = new QLabel(text, bookBox);
-        l->setBuddy(field);
-        grid->addWidget(l, row, column);
-        grid->addWidget(field, row, column + 1, 1, span);
-    };
-    addRead(QStringLiteral("Název"), m_title, 1, 0, 3);
-    addRead(QStringLiteral("Autor"), m_author, 2, 0, 1);
-    addRead(QStringLiteral("Kategorie"), m_category, 2, 2, 1);
-    addRead(QStringLiteral("Klient"), m_client, 3, 0, 3);
-    addRead(QStringLiteral("Půjčka"), m_loanDateText, 4, 0, 1);
-    addRead(QStringLiteral("Prodlení"), m_delayText, 4, 2, 1);
+    book.codeRow->addSpacing(12);
+    book.codeRow->addWidget(dateLabel);
+    book.codeRow->addWidget(m_returnDateEdit);
+    book.addField(QStringLiteral("Název"), m_title, 1, 0, 3);
+    book.addField(QStringLiteral("Autor"), m_author, 2, 0, 1);
+    book.addField(QStringLiteral("Kategorie"), m_category, 2, 2, 1);
+    book.addField(QStringLiteral("Klient"), m_client, 3, 0, 3);
+    book.addField(QStringLiteral("Půjčka"), m_loanDateText, 4, 0, 1);
+    book.addField(QStringLiteral("Prodlení"), m_delayText, 4, 2, 1);
+    QGridLayout *grid = book.grid;
     grid->setColumnStretch(1, 3);
     grid->setColumnStretch(3, 2);
 

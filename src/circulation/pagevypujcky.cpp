@@ -45,14 +45,14 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
         this);
 
     // The book.
-    auto *bookBox = new QGroupBox(QStringLiteral("Kniha"), this);
-    m_bookCode = new CRvEdit(bookBox);
-    m_bookCode->setObjectName(QStringLiteral("bookCode"));
-    m_bookCode->setMaxLength(32);
-    auto *bookCodeLabel = new QLabel(QStringLiteral("&Kód knihy"), bookBox);
-    bookCodeLabel->setBuddy(m_bookCode);
-    auto *bookOk = pageButton(QStringLiteral("OK"), bookBox);
-    auto *bookPick = pageButton(QStringLiteral("Nalistovat..."), bookBox);
+    BookLookupBox book = makeBookLookupBox(this);
+    QGroupBox *bookBox = book.box;
+    m_bookCode = book.code;
+    QPushButton *bookOk = book.ok;
+    QPushButton *bookPick = book.pick;
+    m_title = book.title;
+    m_author = book.author;
+    m_category = book.category;
     m_limit = new QCheckBox(QStringLiteral("&Vrátit do"), bookBox);
     m_limit->setObjectName(QStringLiteral("limit"));
     m_due = new CRvEdit(bookBox);
@@ -60,31 +60,13 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     m_due->SetResType(CRvEdit::Date);
     m_due->setMaxLength(20);
     fitWidth(m_due);
-    m_title = readOnlyField(bookBox);
-    m_author = readOnlyField(bookBox);
-    m_category = readOnlyField(bookBox);
-    m_title->setObjectName(QStringLiteral("title"));
-    m_category->setObjectName(QStringLiteral("category"));
-
-    auto *bookGrid = new QGridLayout(bookBox);
-    bookGrid->addWidget(bookCodeLabel, 0, 0);
-    auto *codeRow = new QHBoxLayout;
-    codeRow->addWidget(m_bookCode, 1);
-    codeRow->addWidget(bookOk);
-    codeRow->addWidget(bookPick);
-    codeRow->addSpacing(12);
-    codeRow->addWidget(m_limit);
-    codeRow->addWidget(m_due);
-    bookGrid->addLayout(codeRow, 0, 1, 1, 3);
-    auto addRead = [&](const QString &text, QLineEdit *field, int row, int column, int span) {
-        auto *l = new QLabel(text, bookBox);
-        l->setBuddy(field);
-        bookGrid->addWidget(l, row, column);
-        bookGrid->addWidget(field, row, column + 1, 1, span);
-    };
-    addRead(QStringLiteral("Název"), m_title, 1, 0, 3);
-    addRead(QStringLiteral("Autor"), m_author, 2, 0, 1);
-    addRead(QStringLiteral("Kategorie"), m_category, 2, 2, 1);
+    book.codeRow->addSpacing(12);
+    book.codeRow->addWidget(m_limit);
+    book.codeRow->addWidget(m_due);
+    book.addField(QStringLiteral("Název"), m_title, 1, 0, 3);
+    book.addField(QStringLiteral("Autor"), m_author, 2, 0, 1);
+    book.addField(QStringLiteral("Kategorie"), m_category, 2, 2, 1);
+    QGridLayout *bookGrid = book.grid;
     bookGrid->setColumnStretch(1, 3);
     bookGrid->setColumnStretch(3, 2);
 

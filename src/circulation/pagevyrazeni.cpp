@@ -27,14 +27,14 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
         },
         this);
 
-    auto *bookBox = new QGroupBox(QStringLiteral("Kniha"), this);
-    m_bookCode = new CRvEdit(bookBox);
-    m_bookCode->setObjectName(QStringLiteral("bookCode"));
-    m_bookCode->setMaxLength(32);
-    auto *codeLabel = new QLabel(QStringLiteral("&Kód knihy"), bookBox);
-    codeLabel->setBuddy(m_bookCode);
-    auto *ok = pageButton(QStringLiteral("OK"), bookBox);
-    auto *pick = pageButton(QStringLiteral("Nalistovat..."), bookBox);
+    BookLookupBox book = makeBookLookupBox(this);
+    QGroupBox *bookBox = book.box;
+    m_bookCode = book.code;
+    QPushButton *ok = book.ok;
+    QPushButton *pick = book.pick;
+    m_title = book.title;
+    m_author = book.author;
+    m_category = book.category;
     m_accession = new CRvEdit(bookBox);
     m_accession->SetResType(CRvEdit::WholeNumber);
     m_accession->setReadOnly(true);
@@ -42,29 +42,11 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
     m_accession->setMaxLength(8);
     m_accession->setObjectName(QStringLiteral("accession"));
     fitWidth(m_accession, QStringLiteral("99999999"));
-    m_title = readOnlyField(bookBox);
-    m_author = readOnlyField(bookBox);
-    m_category = readOnlyField(bookBox);
-    m_title->setObjectName(QStringLiteral("title"));
-    m_category->setObjectName(QStringLiteral("category"));
-
-    auto *grid = new QGridLayout(bookBox);
-    grid->addWidget(codeLabel, 0, 0);
-    auto *codeRow = new QHBoxLayout;
-    codeRow->addWidget(m_bookCode, 1);
-    codeRow->addWidget(ok);
-    codeRow->addWidget(pick);
-    grid->addLayout(codeRow, 0, 1, 1, 3);
-    auto addRead = [&](const QString &text, QLineEdit *field, int row, int column, int span) {
-        auto *l = new QLabel(text, bookBox);
-        l->setBuddy(field);
-        grid->addWidget(l, row, column);
-        grid->addWidget(field, row, column + 1, 1, span);
-    };
-    addRead(QStringLiteral("Přírůst. čís."), m_accession, 1, 0, 1);
-    addRead(QStringLiteral("Kategorie"), m_category, 1, 2, 1);
-    addRead(QStringLiteral("Název"), m_title, 2, 0, 3);
-    addRead(QStringLiteral("Autor"), m_author, 3, 0, 3);
+    book.addField(QStringLiteral("Přírůst. čís."), m_accession, 1, 0, 1);
+    book.addField(QStringLiteral("Kategorie"), m_category, 1, 2, 1);
+    book.addField(QStringLiteral("Název"), m_title, 2, 0, 3);
+    book.addField(QStringLiteral("Autor"), m_author, 3, 0, 3);
+    QGridLayout *grid = book.grid;
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 3);
 
