@@ -1,5 +1,7 @@
 #include "search/vyhledavani.h"
 
+#include "app/editcommands.h"
+
 #include "data/categories.h"
 
 #include "app/commands.h"
@@ -534,31 +536,16 @@ std::optional<bool> CVyhledavani::commandEnabled(int command) const
 
 bool CVyhledavani::runCommand(int command)
 {
-    QLineEdit *e = focusedEdit();
     switch (command) {
     case Cmd::EditCut:
-        if (e)
-            e->cut();
-        return true;
     case Cmd::EditCopy:
-        if (e)
-            e->copy();
-        return true;
     case Cmd::EditPaste:
-        if (e)
-            e->paste();
-        return true;
     case Cmd::EditDelete:
-        if (e)
-            e->del();
-        return true;
     case Cmd::EditSelectAll:
-        if (e)
-            e->selectAll();
-        return true;
     case Cmd::EditUndo:
-        if (e)
-            e->undo();
+        // Enabled by this view's own rule (an edit field has the focus), run as everywhere.
+        if (focusedEdit())
+            EditCommands::run(command);
         return true;
     case Cmd::PrintReport:
     case Cmd::PreviewReport:
