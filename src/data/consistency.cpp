@@ -2,6 +2,9 @@
 
 #include "data/database.h"
 
+#include "data/czechlike.h"
+
+#include <QSqlError>
 #include <QSqlQuery>
 
 namespace {
@@ -94,24 +97,22 @@ const Rule Rules[] = {
 
 } // namespace
 
-QStringList checkLibrary()
+namespace {
+
+QStringList ruleProblems(QSqlDatabase db)
 {
     QStringList problems;
     {
-        QSqlQuery q = runSql(QStringLiteral("PRAGMA integrity_check"));
-        while (q.next()) {
-            const QString line = q.value(0).toString();
-            if (line != QLatin1String("ok"))
-                problems << QStringLiteral("databázový soubor je poškozen: %1").arg(line);
-        }
-    }
-    {
-        QSqlQuery q = runSql(QStringLiteral("SELECT COUNT(*) FROM IDS"));
+        QSqlQuery q(db);
+        if (!q.exec(QStringLiteral("SELECT COUNT(*) FROM IDS")))
+            throw DbError(q.lastError().text());
         if (!q.next() || q.value(0).toLongLong() != 1)
             return problems << QStringLiteral("tabulka IDS nemá právě jeden řádek");
     }
     for (const Rule &r : Rules) {
-        QSqlQuery q = runSql(QString::fromLatin1(r.sql));
+        QSqlQuery q(db);
+        if (!q.exec(QString::fromLatin1(r.sql)))
+            throw DbError(q.lastError().text());
         const bool second = QByteArray(r.what).contains("%2");
         while (q.next()) {
             // One pass over both markers: a code holding "%1" stays as it is.
@@ -121,4 +122,72 @@ QStringList checkLibrary()
         }
     }
     return problems;
+}
+
+QStringList integrityProblems(QSqlDatabase db)
+{
+    QStringList problems;
+    QSqlQuery q(db);
+    if (!q.exec(QStringLiteral("PRAGMA integrity_check")))
+        return {QStringLiteral("databázový soubor nelze přečíst: %1").arg(q.lastError().text())};
+    while (q.next()) {
+        const QString line = q.value(0).toString();
+        if (line != QLatin1String("ok"))
+            problems << QStringLiteral("databázový soubor je poškozen: %1").arg(line);
+    }
+    return problems;
+}
+
+const char *const LibraryTables[] = {"KNIHY", "LIDE", "KATEGORIE", "VYPUJCKY", "VRACENI", "IDS"};
+
+QStringList schemaProblems(QSqlDatabase db)
+{
+    QStringList problems;
+    QSqlQuery q(db);
+    QStringList present;
+    if (q.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'")))
+        while (q.next())
+            present << q.value(0).toString();
+    for (const char *t : LibraryTables)
+        if (!present.contains(QLatin1String(t)))
+            problems << QStringLiteral("chybí tabulka %1").arg(QLatin1String(t));
+    return problems;
+}
+
+} // namespace
+
+QStringList checkLibrary()
+{
+    QSqlDatabase db = Database::connection();
+    QStringList problems = integrityProblems(db);
+    return problems + ruleProblems(db);
+}
+
+LibraryCheck checkDatabaseFile(const QString &path)
+{
+    LibraryCheck check;
+    const QString name = QStringLiteral("folivo-file-check");
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(path);
+        db.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
+        if (!db.open() || !registerCzechLike(db)) {
+            check.integrity
+                << QStringLiteral("databázový soubor nelze otevřít: %1").arg(db.lastError().text());
+        } else {
+            check.integrity = integrityProblems(db);
+            if (check.integrity.isEmpty())
+                check.schema = schemaProblems(db);
+            if (check.structurallySound()) {
+                try {
+                    check.records = ruleProblems(db);
+                } catch (const DbError &e) {
+                    check.schema << QStringLiteral("kontrolu záznamů nelze provést: %1").arg(e.text());
+                }
+            }
+        }
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(name);
+    return check;
 }
