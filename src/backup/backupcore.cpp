@@ -1,5 +1,7 @@
 #include "backup/backupcore.h"
 
+#include "data/consistency.h"
+
 #include "app/messages.h"
 #include "data/dates.h"
 
@@ -156,14 +158,6 @@ bool userAbandonsRestore()
         fromUtf8("Obnova dat ze zálohy byla přerušena uživatelem, data\nbyly ponechány v původní podobě!"),
         MessageKind::Information, ButtonsOk);
     return true;
-}
-
-const QStringList &libraryTables()
-{
-    static const QStringList names = {QStringLiteral("KNIHY"),     QStringLiteral("LIDE"),
-                                      QStringLiteral("KATEGORIE"), QStringLiteral("VYPUJCKY"),
-                                      QStringLiteral("VRACENI"),   QStringLiteral("IDS")};
-    return names;
 }
 
 } // namespace
@@ -475,7 +469,7 @@ CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupC
     return CopyResult::Done;
 }
 
-bool isSoundDatabaseImage(const QString &path, qint64 dataLength, QString *detail)
+bool isSoundDatabaseImage(const QString &path, qint64 dataLength, QString *detail, bool acceptRecordFindings)
 {
     auto refuse = [detail](const QString &why) {
         if (detail)
@@ -496,41 +490,11 @@ bool isSoundDatabaseImage(const QString &path, qint64 dataLength, QString *detai
     for (const char *suffix : {"-journal", "-wal", "-shm"})
         QFile::remove(path + QLatin1String(suffix));
 
-    const QString name = QStringLiteral("folivo-restore-check");
-    bool sound = false;
-    QString why;
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-        db.setDatabaseName(path);
-        db.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
-        if (!db.open()) {
-            why = QStringLiteral("the restored image cannot be opened");
-        } else {
-            QSqlQuery q(db);
-            QStringList answers;
-            if (q.exec(QStringLiteral("PRAGMA integrity_check")))
-                while (q.next())
-                    answers << q.value(0).toString();
-            if (answers != QStringList{QStringLiteral("ok")}) {
-                why = QStringLiteral("the integrity check of the restored image failed: %1")
-                          .arg(answers.join(QLatin1String("; ")));
-            } else {
-                QStringList present;
-                if (q.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'")))
-                    while (q.next())
-                        present << q.value(0).toString();
-                sound = true;
-                for (const QString &t : libraryTables())
-                    if (!present.contains(t)) {
-                        sound = false;
-                        why = QStringLiteral("the restored image lacks the table %1").arg(t);
-                        break;
-                    }
-            }
-            q.finish();
-            db.close();
-        }
-    }
-    QSqlDatabase::removeDatabase(name);
-    return sound || refuse(why);
+    // The image must pass everything a library is checked for: SQLite's integrity check, the
+    // shipped schema and no triggers, views or extra tables, and every rule between the rows.
+    const LibraryCheck check = checkDatabaseFile(path);
+    if (check.sound() || (acceptRecordFindings && check.structurallySound()))
+        return true;
+    return refuse(QStringLiteral("the restored image fails the library check: %1")
+                      .arg(check.all().join(QLatin1String("; "))));
 }

@@ -111,6 +111,8 @@ CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupC
                       quint32 *dataLength = nullptr);
 
 // True when the restored image at path is a sound library database: exactly dataLength bytes,
-// a database header, SQLite's integrity check answering a single "ok", the six tables present.
-// Opened through its own read-only connection; the open library database is not touched.
-bool isSoundDatabaseImage(const QString &path, qint64 dataLength, QString *detail = nullptr);
+// a database header, and the whole library check (integrity, schema, records) passed; with
+// acceptRecordFindings an image that fails only the record rules is accepted too. Opened through
+// its own read-only connection; the open library database is not touched.
+bool isSoundDatabaseImage(const QString &path, qint64 dataLength, QString *detail = nullptr,
+                          bool acceptRecordFindings = false);
