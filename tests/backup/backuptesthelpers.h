@@ -41,14 +41,18 @@ inline quint32 wordAt(const QByteArray &bytes, qint64 offset)
            quint32(quint8(bytes[offset + 2])) << 16 | quint32(quint8(bytes[offset + 3])) << 24;
 }
 
-// Makes the open library's file larger than minBytes: categories with long names, 1,500 bytes
-// each, numbered from 5000, in one transaction.
+// Makes the open library's file larger than minBytes: categories with long distinct names,
+// 1,500 bytes each, numbered from 5000, with the key counter moved past them, in one
+// transaction, so that the grown library still passes the library check.
 inline void growLibrary(qint64 minBytes)
 {
-    const QString filler = QString(1500, QLatin1Char('z'));
+    const QString filler = QString(1490, QLatin1Char('z'));
+    const qint64 count = minBytes / 1500;
     Transaction tx;
-    for (qint64 i = 0; i < minBytes / 1500; ++i)
-        runSql(QStringLiteral("INSERT INTO KATEGORIE VALUES (?, ?, 1)"), {qint32(5000 + i), filler});
+    for (qint64 i = 0; i < count; ++i)
+        runSql(QStringLiteral("INSERT INTO KATEGORIE VALUES (?, ?, 1)"),
+               {qint32(5000 + i), filler + QString::number(i)});
+    runSql(QStringLiteral("UPDATE IDS SET ID_KATEGORIE_FIRSTFREE = ?"), {qint32(5000 + count)});
     tx.commit();
 }
 
