@@ -4,31 +4,57 @@
 
 #include <QDir>
 
-// folivo-cli check [--data-dir DIR]: SQLite's integrity check and every rule between the tables;
-// prints each violation and exits 1 when there is one, 0 when the library is sound.
+namespace {
+
+enum CheckExit
+{
+    CheckSound = 0,
+    CheckFound = 1, // something is broken: integrity, schema or a record rule
+    CheckUsage = 2, // bad arguments, or no library at the path
+    CheckInUse = 3, // the program has the library open
+};
+
+} // namespace
+
+// folivo-cli check [--data-dir DIR]: SQLite's integrity check, the comparison with the shipped
+// schema and every record rule; prints each finding (the rule, the table, the first rows that
+// break it and their count) and exits 1 when there is one, 0 when the library is sound.
 int cmdCheck(const QStringList &argv)
 {
     CliArgs args;
     QString error;
-    if (!parseCliArgs(argv, {QStringLiteral("data-dir")}, {}, &args, &error))
-        return cliFail(error);
-    if (!args.positional.isEmpty())
-        return cliFail(QStringLiteral("check takes no arguments besides --data-dir"));
+    if (!parseCliArgs(argv, {QStringLiteral("data-dir")}, {}, &args, &error)) {
+        cliFail(error);
+        return CheckUsage;
+    }
+    if (!args.positional.isEmpty()) {
+        cliFail(QStringLiteral("check takes no arguments besides --data-dir"));
+        return CheckUsage;
+    }
     const QString path = QDir(resolveDataDir(args)).filePath(QString::fromLatin1(Database::FileName));
-    if (Database::open(path, &error) != Database::OpenResult::Ok)
-        return cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
-    QStringList problems;
-    try {
-        problems = checkLibrary();
-    } catch (const DbError &e) {
-        Database::close();
-        return cliFail(QStringLiteral("database error: %1").arg(e.text()));
+    // Opening the way the program does tells whether the program holds the library; a library the
+    // program would refuse is checked all the same, through a read-only connection.
+    switch (Database::open(path, &error)) {
+    case Database::OpenResult::Missing:
+        cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
+        return CheckUsage;
+    case Database::OpenResult::Locked:
+        cliFail(QStringLiteral("the library %1 is in use by the program; close the program first").arg(path));
+        return CheckInUse;
+    case Database::OpenResult::Ok:
+    case Database::OpenResult::NotDatabase:
+    case Database::OpenResult::MissingTables:
+    case Database::OpenResult::Failed:
+        break;
     }
     Database::close();
+    const QStringList problems = checkDatabaseFile(path).all();
     for (const QString &p : problems)
         cliPrint(p);
-    if (!problems.isEmpty())
-        return cliFail(QStringLiteral("%1 problem(s) found in %2").arg(problems.size()).arg(path));
+    if (!problems.isEmpty()) {
+        cliFail(QStringLiteral("%1 problem(s) found in %2").arg(problems.size()).arg(path));
+        return CheckFound;
+    }
     cliPrint(QStringLiteral("%1: no problem found").arg(path));
-    return 0;
+    return CheckSound;
 }

@@ -1,13 +1,14 @@
 #pragma once
 
+#include <QSqlDatabase>
 #include <QStringList>
 
-// Checks the open library against every rule the program keeps between its tables: SQLite's own
-// integrity check, then the relations (a lent book has exactly one open loan row and a holder, a
-// book not lent has none, a discarded book is never lent, every reference points at a row), the
-// counters (every key below its IDS counter, PRIRUSTEK_MAX at least every accession number) and
-// uniqueness of codes, accession numbers and category names. Returns one plain sentence per
-// violation found; an empty list means the library is sound. Throws DbError.
+// Checks the open library against every rule the program keeps when it writes: SQLite's own
+// integrity check, the shipped schema (no missing, changed or extra tables, columns, indexes,
+// triggers or views), then the named record rules (keys, references, flags, dates, the states of
+// loans, returns and discards, the counters of IDS ahead of every key, codes and names unique as
+// the program's own lookups compare them). Returns one finding per broken rule; an empty list
+// means the library is sound. Throws DbError.
 QStringList checkLibrary();
 
 // What a check of one database file found, by kind. An image for a restore must pass all three;
@@ -25,3 +26,20 @@ struct LibraryCheck
 // Checks the database file at path through a read-only connection of its own; the open library is
 // not touched. The record rules run only on a file that passed the integrity and schema checks.
 LibraryCheck checkDatabaseFile(const QString &path);
+
+// The whole check on a connection that is already open (with the program's collations
+// registered). Throws DbError when a record rule cannot run.
+LibraryCheck checkConnection(QSqlDatabase db);
+
+// The cheap part, fit for every opening of the library: the schema comparison and the IDS row
+// (exactly one, every counter set and ahead of the keys and accession numbers in use). Reads
+// only the catalogue and the ends of the key indexes, so it takes milliseconds at any size.
+QStringList startupProblems(QSqlDatabase db);
+
+// One named record rule, for listing (the tests plant a fault for each).
+struct RecordRuleInfo
+{
+    QString name;
+    QString table;
+};
+QList<RecordRuleInfo> recordRules();

@@ -1,5 +1,6 @@
 #include "data/database.h"
 
+#include "data/consistency.h"
 #include "data/czechlike.h"
 #include "data/directquery.h"
 
@@ -89,6 +90,11 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
         if (!present.contains(t))
             return fail(OpenResult::MissingTables, QStringLiteral("table %1 is missing").arg(t));
     q.finish();
+    // The cheap part of the library check: a schema that is not the program's (a dropped column,
+    // a trigger that would rewrite later writes) or a broken counters row would hand out wrong
+    // numbers or fail later in the middle of a write; such a library is refused at once.
+    if (const QStringList problems = startupProblems(db); !problems.isEmpty())
+        return fail(OpenResult::MissingTables, problems.join(QLatin1String("; ")));
 
     if (!registerCzechLike(db))
         return fail(OpenResult::Failed, QStringLiteral("cannot register the LIKE function"));

@@ -29,7 +29,7 @@ public:
         Missing,
         NotDatabase,
         Locked,
-        MissingTables,
+        MissingTables, // or any other difference from the shipped schema, or a broken IDS row
         Failed
     };
 
