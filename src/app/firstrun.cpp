@@ -4,7 +4,7 @@
 #include "app/settingsdialogs.h"
 #include "app/startup.h"
 
-#include <QFile>
+#include <QSaveFile>
 
 // The first run: the user's name, then the settings file is created, then the basic settings
 // are chosen and the whole record is written. Any cancel, or a file that cannot be created or
@@ -15,22 +15,23 @@ bool runFirstRun(const QString &iniPath)
     if (install.exec() != QDialog::Accepted)
         return false;
 
-    QFile file(iniPath);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    // The file is prepared before the settings are asked for, so that a folder the program
+    // cannot write to is told at once; it takes its place only when the whole record is
+    // written, and a cancel leaves no empty or torn Folivo.ini behind.
+    QSaveFile file(iniPath);
+    if (!file.open(QIODevice::WriteOnly)) {
         showMessage(19);
         return false;
     }
     CDlgBasicSettings basic;
     if (basic.exec() != QDialog::Accepted) {
-        file.close();
+        file.cancelWriting();
         return false;
     }
     SettingsRecord record = basic.record();
     record.userName = install.userName();
     const QByteArray bytes = record.toBytes();
-    const bool written = file.write(bytes) == bytes.size() && file.flush();
-    file.close();
-    if (!written || file.error() != QFileDevice::NoError) {
+    if (file.write(bytes) != bytes.size() || !file.commit()) {
         showMessage(19);
         return false;
     }

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include <QHash>
+#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <cstdio>
@@ -52,9 +53,9 @@ bool installShippedFiles(const QString &dir, QString *error)
     const QString picture = QDir(dir).filePath(QString::fromLatin1(Database::AboutPictureFile));
     if (QFileInfo::exists(picture))
         return true;
-    QFile f(picture);
+    QSaveFile f(picture); // a kill halfway leaves no torn picture that would count as present
     const QByteArray bytes = Database::aboutPicture();
-    if (bytes.isEmpty() || !f.open(QIODevice::WriteOnly) || f.write(bytes) != bytes.size()) {
+    if (bytes.isEmpty() || !f.open(QIODevice::WriteOnly) || f.write(bytes) != bytes.size() || !f.commit()) {
         *error = QStringLiteral("cannot write %1").arg(picture);
         return false;
     }
