@@ -1,6 +1,8 @@
 #include "cli/clicommon.h"
 
 #include "data/database.h"
+#include "data/libraryfiles.h"
+#include "data/librarylock.h"
 
 #include <QDir>
 #include <QFile>
@@ -46,6 +48,18 @@ QString resolveDataDir(const CliArgs &args)
     if (!home.isEmpty())
         return home;
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+}
+
+void recoverCutOffRestore(const QString &dir)
+{
+    LibraryLockHold hold(dir);
+    QString notice;
+    QString detail;
+    if (hold.locked() &&
+        LibraryFiles::recoverInterruptedRestore(dir, &notice, &detail) == LibraryFiles::Recovery::Failed)
+        cliFail(detail);
+    if (!notice.isEmpty())
+        cliFail(notice);
 }
 
 bool installShippedFiles(const QString &dir, QString *error)
