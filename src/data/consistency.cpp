@@ -19,7 +19,6 @@
 #include <optional>
 #include <thread>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace {
@@ -117,9 +116,12 @@ struct TableInfo
 
 const TableInfo Tables[TableCount] = {
     {"KNIHY", "K", "K.ID_KNIHY_KNIHY, K.KOD, K.PRIRUSTEK", "kniha %1 (kód %2)",
-     "K.ID_KNIHY_KNIHY, K.VYPUJCENO, K.ID_VYPUJCKY_KNIHY, K.DATUM_PORIZENI"},
-    {"LIDE", "L", "L.ID_LIDE_LIDE, L.KOD", "klient %1 (kód %2)", "L.ID_LIDE_LIDE"},
-    {"KATEGORIE", "C", "C.ID_KATEGORIE_KATEGORIE, C.NAZEV", "kategorie %1 (%2)", nullptr},
+     "K.ID_KNIHY_KNIHY, K.VYPUJCENO, K.ID_VYPUJCKY_KNIHY, K.DATUM_PORIZENI, K.VYRAZENO, "
+     "K.ID_KATEGORIE_KNIHY, "
+     "K.ID_LIDE_KNIHY"},
+    {"LIDE", "L", "L.ID_LIDE_LIDE, L.KOD", "klient %1 (kód %2)", "L.ID_LIDE_LIDE, L.UKAZOVAT"},
+    {"KATEGORIE", "C", "C.ID_KATEGORIE_KATEGORIE, C.NAZEV", "kategorie %1 (%2)",
+     "C.ID_KATEGORIE_KATEGORIE, C.UKAZOVAT"},
     {"VYPUJCKY", "V", "V.ID_VYPUJCKY_VYPUJCKY, V.ID_KNIHY_VYPUJCKY, V.ID_LIDE_VYPUJCKY",
      "výpůjčka %1 (kniha %2)",
      "V.ID_VYPUJCKY_VYPUJCKY, V.ID_KNIHY_VYPUJCKY, V.ID_LIDE_VYPUJCKY, V.VRACENO, V.DATUM_PUJCKY, "
@@ -135,7 +137,15 @@ enum BookFact
     BookId,
     BookLent,
     BookLoan,
-    BookAcquired
+    BookAcquired,
+    BookDiscarded,
+    BookCategory,
+    BookHolder
+};
+enum ShownFact // of a client or a category
+{
+    ShownId,
+    Shown
 };
 enum LoanFact
 {
@@ -244,21 +254,11 @@ const std::vector<RowRule> &rowRules()
              S(" AND K.DATUM_VYRAZENI >= K.DATUM_PORIZENI)")},
         {"kniha-nevyrazena-s-datem", Knihy, "není vyřazená, a přesto má datum vyřazení",
          S("K.VYRAZENO IS NOT 0 OR K.DATUM_VYRAZENI IS -1")},
-        {"kniha-kategorie", Knihy, "patří do kategorie, která v evidenci není",
-         S("EXISTS (SELECT 1 FROM KATEGORIE C WHERE C.ID_KATEGORIE_KATEGORIE = K.ID_KATEGORIE_KNIHY)")},
-        {"kniha-odstranena-kategorie", Knihy, "není vyřazená, ale patří do odstraněné kategorie",
-         S("K.VYRAZENO IS NOT 0 OR NOT EXISTS (SELECT 1 FROM KATEGORIE C WHERE C.ID_KATEGORIE_KATEGORIE = "
-           "K.ID_KATEGORIE_KNIHY AND C.UKAZOVAT IS 0)")},
         {"kniha-vypujcena-bez-vypujcky", Knihy,
          "je vypůjčená, ale nemá právě jednu otevřenou výpůjčku pod svým číslem výpůjčky a klientem",
          S("K.VYPUJCENO IS NOT 1 OR (SELECT COUNT(*) FROM VYPUJCKY V WHERE V.ID_VYPUJCKY_VYPUJCKY = "
            "K.ID_VYPUJCKY_KNIHY AND V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY AND V.VRACENO IS 0 AND "
            "V.ID_LIDE_VYPUJCKY = K.ID_LIDE_KNIHY) = 1")},
-        {"kniha-vypujcena-neznamemu", Knihy, "je vypůjčená klientovi, který v evidenci není",
-         S("K.VYPUJCENO IS NOT 1 OR EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = K.ID_LIDE_KNIHY)")},
-        {"kniha-vypujcena-odstranenemu", Knihy, "je vypůjčená odstraněnému klientovi",
-         S("K.VYPUJCENO IS NOT 1 OR NOT EXISTS (SELECT 1 FROM LIDE L WHERE L.ID_LIDE_LIDE = K.ID_LIDE_KNIHY "
-           "AND L.UKAZOVAT IS 0)")},
         {"kniha-nevypujcena-s-odkazem", Knihy, "není vypůjčená, ale odkazuje na klienta nebo výpůjčku",
          S("K.VYPUJCENO IS NOT 0 OR (K.ID_LIDE_KNIHY IS -1 AND K.ID_VYPUJCKY_KNIHY IS -1)")},
         {"kniha-vyrazena-vypujcena", Knihy, "je vyřazená a přitom vypůjčená",
@@ -433,6 +433,10 @@ struct CrossRule
 
 enum CrossRuleId
 {
+    BookCategoryKnown,
+    BookCategoryShown,
+    BookHolderKnown,
+    BookHolderShown,
     LoanReferences,
     LoanOpen,
     LoanBeforeAcquisition,
@@ -443,6 +447,10 @@ enum CrossRuleId
 };
 
 const CrossRule CrossRules[CrossRuleCount] = {
+    {"kniha-kategorie", Knihy, "patří do kategorie, která v evidenci není"},
+    {"kniha-odstranena-kategorie", Knihy, "není vyřazená, ale patří do odstraněné kategorie"},
+    {"kniha-vypujcena-neznamemu", Knihy, "je vypůjčená klientovi, který v evidenci není"},
+    {"kniha-vypujcena-odstranenemu", Knihy, "je vypůjčená odstraněnému klientovi"},
     {"vypujcka-odkazy", Vypujcky, "odkazuje na klienta nebo knihu, které v evidenci nejsou"},
     {"vypujcka-otevrena", Vypujcky, "je otevřená, ale její kniha není vypůjčená pod tímto číslem"},
     {"vypujcka-pred-porizenim", Vypujcky, "je otevřená a začala dříve, než byla kniha pořízena"},
@@ -475,11 +483,48 @@ struct LoanTie
     bool operator<(const LoanTie &o) const { return key < o.key || (key == o.key && rowid < o.rowid); }
 };
 
+// What is known of the rows of one table by their keys; the first row of a key counts. Keys are
+// handed out from 1 upwards, so they index a vector; others go to a hash.
+template <typename T> class ByKey final
+{
+public:
+    void add(qint64 key, const T &value)
+    {
+        // Dense while the keys stay near the number of rows, so a stray huge key costs no memory.
+        if (key >= 0 && key < std::max<qint64>(65536, 4 * (m_count + 1))) {
+            if (size_t(key) >= m_dense.size())
+                m_dense.resize(size_t(key) + 1);
+            if (!m_dense[size_t(key)] && !m_sparse.count(key))
+                m_dense[size_t(key)] = value;
+        } else if (!find(key)) {
+            m_sparse.try_emplace(key, value);
+        }
+        ++m_count;
+    }
+    const T *find(const std::optional<qint64> &key) const
+    {
+        if (!key)
+            return nullptr;
+        if (*key >= 0 && size_t(*key) < m_dense.size() && m_dense[size_t(*key)])
+            return &*m_dense[size_t(*key)];
+        if (m_sparse.empty())
+            return nullptr;
+        const auto it = m_sparse.find(*key);
+        return it == m_sparse.end() ? nullptr : &it->second;
+    }
+
+private:
+    qint64 m_count = 0;
+    std::vector<std::optional<T>> m_dense;
+    std::unordered_map<qint64, T> m_sparse;
+};
+
 struct Facts
 {
-    std::vector<Finding> crossFindings;          // one per CrossRule, reported after the last table
-    std::unordered_map<qint64, BookFacts> books; // the first book of each key
-    std::unordered_set<qint64> clients;
+    std::vector<Finding> crossFindings;      // one per CrossRule, reported after the last table
+    ByKey<std::optional<qint64>> categories; // whether each category is shown
+    ByKey<std::optional<qint64>> clients;    // whether each client is shown
+    ByKey<BookFacts> books;
     std::vector<LoanTie> returnedLoans;
     std::vector<LoanTie> returns;
 };
@@ -626,23 +671,39 @@ void checkTable(sqlite3 *db, Table table, Facts &facts, QStringList *problems)
         const qint64 rowid = q.integer(0);
 
         switch (table) {
-        case Knihy:
-            if (const auto id = fact(q, BookId))
-                facts.books.try_emplace(
-                    *id, BookFacts{fact(q, BookLent), fact(q, BookLoan), fact(q, BookAcquired)});
+        case Kategorie:
+            if (const auto id = fact(q, ShownId))
+                facts.categories.add(*id, fact(q, Shown));
             break;
         case Lide:
-            if (const auto id = fact(q, 0))
-                facts.clients.insert(*id);
+            if (const auto id = fact(q, ShownId))
+                facts.clients.add(*id, fact(q, Shown));
             break;
+        case Knihy: {
+            const auto lent = fact(q, BookLent);
+            if (const auto id = fact(q, BookId))
+                facts.books.add(*id, BookFacts{lent, fact(q, BookLoan), fact(q, BookAcquired)});
+            const std::optional<qint64> *category = facts.categories.find(fact(q, BookCategory));
+            if (!category)
+                breaks(crossFindings[BookCategoryKnown], nullptr);
+            if (category && fact(q, BookDiscarded) == 0 && *category == 0)
+                breaks(crossFindings[BookCategoryShown], nullptr);
+            if (lent == 1) {
+                const std::optional<qint64> *holder = facts.clients.find(fact(q, BookHolder));
+                if (!holder)
+                    breaks(crossFindings[BookHolderKnown], nullptr);
+                else if (*holder == 0)
+                    breaks(crossFindings[BookHolderShown], nullptr);
+            }
+            break;
+        }
         case Vypujcky: {
             const auto book = fact(q, LoanBook);
             const auto client = fact(q, LoanClient);
             const auto returned = fact(q, LoanReturned);
             const auto lentOn = fact(q, LoanLentOn);
-            const auto found = book ? facts.books.find(*book) : facts.books.end();
-            const BookFacts *b = found == facts.books.end() ? nullptr : &found->second;
-            if (!b || !client || !facts.clients.count(*client))
+            const BookFacts *b = facts.books.find(book);
+            if (!b || !facts.clients.find(client))
                 breaks(crossFindings[LoanReferences], nullptr);
             const bool open = returned == 0;
             if (open && !(b && b->lent == 1 && b->loan && b->loan == fact(q, LoanNumber)))
@@ -661,7 +722,7 @@ void checkTable(sqlite3 *db, Table table, Facts &facts, QStringList *problems)
         case Vraceni: {
             const auto book = fact(q, ReturnBook);
             const auto client = fact(q, ReturnClient);
-            if (!book || !facts.books.count(*book) || !client || !facts.clients.count(*client))
+            if (!facts.books.find(book) || !facts.clients.find(client))
                 breaks(crossFindings[ReturnReferences], nullptr);
             const auto lentOn = fact(q, ReturnLentOn);
             const auto returnedOn = fact(q, ReturnReturnedOn);
@@ -671,7 +732,6 @@ void checkTable(sqlite3 *db, Table table, Facts &facts, QStringList *problems)
                 breaks(crossFindings[ReturnWithoutLoan], nullptr);
             break;
         }
-        case Kategorie:
         case Ids:
         case TableCount:
             break;
@@ -794,8 +854,9 @@ QStringList ruleProblems(QSqlDatabase db)
     Facts facts;
     for (const CrossRule &c : CrossRules)
         facts.crossFindings.emplace_back(c.name, c.table, c.message);
-    for (int t = 0; t < TableCount; ++t)
-        checkTable(handle, Table(t), facts, &problems);
+    // The tables whose facts the later ones need come first.
+    for (Table t : {Kategorie, Lide, Knihy, Vypujcky, Vraceni, Ids})
+        checkTable(handle, t, facts, &problems);
     for (const Finding &f : facts.crossFindings)
         if (!f.empty())
             problems << f.text();
