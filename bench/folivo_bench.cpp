@@ -14,6 +14,7 @@
 #include "catalogue/bookcore.h"
 #include "catalogue/pageprohlizeni.h"
 #include "circulation/circulationcore.h"
+#include "data/czechorder.h"
 #include "data/database.h"
 #include "data/dates.h"
 #include "data/recordsets.h"
@@ -95,6 +96,9 @@ public:
             die(QStringLiteral("cannot open %1").arg(path));
         exec("PRAGMA locking_mode=EXCLUSIVE");
         exec("PRAGMA journal_mode=DELETE");
+        // The translated statements sort their texts in Czech order through this collation.
+        if (!registerCzechCollation(m_db))
+            die(QStringLiteral("cannot register the Czech collation"));
     }
     ~Raw() { sqlite3_close_v2(m_db); }
     Raw(const Raw &) = delete;
