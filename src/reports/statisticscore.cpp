@@ -269,7 +269,8 @@ QString statisticsHtml(const AnnualStatistics &s, const QString &library, const 
                     .arg(monthName(m + 1))
                     .arg(s.loansByMonth[size_t(m)])
                     .arg(s.returnsByMonth[size_t(m)]);
-    html += QStringLiteral("<tr><th>celkem</th><th>%1</th><th>%2</th></tr>\n</table>\n")
+    html += QStringLiteral(
+                "<tr><th>celkem</th><th align=\"right\">%1</th><th align=\"right\">%2</th></tr>\n</table>\n")
                 .arg(s.loans())
                 .arg(s.returns());
     html += QStringLiteral(

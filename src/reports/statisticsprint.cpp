@@ -95,12 +95,17 @@ int printStatistics(QPagedPaintDevice *device, const AnnualStatistics &s, const 
     doc.setDefaultFont(body);
     doc.setPageSize(QSizeF(page.width(), bodyHeight));
     doc.setDocumentMargin(0);
-    // The picture is laid out in points of the page; it is drawn at three times that for paper.
-    const QSizeF chartPoints(480, 180);
-    const QImage chart = loansChartImage(s, (chartPoints * 3).toSize());
-    doc.addResource(
-        QTextDocument::ImageResource, QUrl(QStringLiteral("folivo-chart.png")),
-        chart.scaled((chartPoints * dpi / 72).toSize(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    // The text layout sizes a picture in pixels of a 96 dpi screen and scales them to the device;
+    // the chart is painted at three times that for paper.
+    const QSizeF chartSize(600, 220);
+    QImage chart((chartSize * 3).toSize(), QImage::Format_RGB32);
+    chart.setDevicePixelRatio(3);
+    chart.fill(Qt::white);
+    {
+        QPainter chartPainter(&chart);
+        paintLoansChart(chartPainter, QRectF(QPointF(0, 0), chartSize), s);
+    }
+    doc.addResource(QTextDocument::ImageResource, QUrl(QStringLiteral("folivo-chart.png")), chart);
     doc.setHtml(statisticsHtml(s, library, QStringLiteral("folivo-chart.png")));
 
     const int pages = std::max(1, doc.pageCount());

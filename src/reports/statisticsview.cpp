@@ -35,6 +35,7 @@ QTableView *table(QWidget *parent, const QStringList &headers, const QList<QStri
     view->setSelectionMode(QAbstractItemView::SingleSelection);
     view->setEditTriggers(QAbstractItemView::NoEditTriggers);
     view->verticalHeader()->hide();
+    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
     view->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     view->horizontalHeader()->setSectionResizeMode(stretchColumn, QHeaderView::Stretch);
     return view;
@@ -150,6 +151,9 @@ CStatisticsView::CStatisticsView(const AnnualStatistics &s, const QString &libra
     grid->addWidget(titled(this, QStringLiteral("Výpůjčky podle kategorií"), m_categories), 2, 0, 1, 2);
     grid->setColumnStretch(0, 2);
     grid->setColumnStretch(1, 3);
+    grid->setRowStretch(0, 3);
+    grid->setRowStretch(1, 4);
+    grid->setRowStretch(2, 2);
 
     auto *buttons = new QDialogButtonBox(this);
     QPushButton *print = buttons->addButton(QStringLiteral("&Tisk..."), QDialogButtonBox::ActionRole);
