@@ -11,17 +11,6 @@
 
 namespace {
 
-// The overdue books of the overdue report (kind 4) with what a letter prints of them. The client
-// is the loan row's, as in the report of one client's overdue books (kind 9).
-const char *const OverdueBooksSql =
-    "SELECT V.ID_LIDE_VYPUJCKY, K.ID_KNIHY_KNIHY, K.KOD, K.NAZEV, K.AUTOR, V.DATUM_PUJCKY, V.DATUM_MAX "
-    "FROM KNIHY K JOIN VYPUJCKY V ON V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND "
-    "V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY "
-    "WHERE NOT K.VYRAZENO AND K.VYPUJCENO AND V.OMEZOVAT AND V.DATUM_MAX < ?1";
-const char *const OneClientSql = " AND V.ID_LIDE_VYPUJCKY = ?2";
-const char *const ClientSql =
-    "SELECT KOD, JMENO, PRIJMENI, IS_ADRESA, ADRESA FROM LIDE WHERE ID_LIDE_LIDE = ?1";
-
 struct MissingClient
 {};
 
@@ -49,9 +38,9 @@ bool bookBefore(const ReminderBook &a, const ReminderBook &b)
 
 void readLetters(DateNumber day, qint32 clientId, QList<ReminderLetter> *out)
 {
-    QString sql = QString::fromLatin1(OverdueBooksSql);
+    QString sql = QString::fromLatin1(ReminderSql::OverdueBooks);
     if (clientId >= 0)
-        sql += QString::fromLatin1(OneClientSql);
+        sql += QString::fromLatin1(ReminderSql::OneClient);
     DirectQuery books(sql);
     books.bind(1, day);
     if (clientId >= 0)
@@ -77,7 +66,7 @@ void readLetters(DateNumber day, qint32 clientId, QList<ReminderLetter> *out)
         (*out)[*it].books.append(book);
     }
 
-    DirectQuery lide(QString::fromLatin1(ClientSql));
+    DirectQuery lide(QString::fromLatin1(ReminderSql::Client));
     for (ReminderLetter &letter : *out) {
         lide.bind(1, letter.clientId);
         if (!lide.next())

@@ -29,6 +29,21 @@ struct ReminderLetter
     QList<ReminderBook> books; // by return-by date, then code
 };
 
+// The statements of the letters (SQLite's dialect, run on the engine directly): ?1 is the day, ?2
+// the one client.
+namespace ReminderSql {
+// The overdue books of the overdue report (kind 4) with what a letter prints of them. The client
+// is the loan row's, as in the report of one client's overdue books (kind 9).
+inline constexpr const char *OverdueBooks =
+    "SELECT V.ID_LIDE_VYPUJCKY, K.ID_KNIHY_KNIHY, K.KOD, K.NAZEV, K.AUTOR, V.DATUM_PUJCKY, V.DATUM_MAX "
+    "FROM KNIHY K JOIN VYPUJCKY V ON V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND "
+    "V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY "
+    "WHERE NOT K.VYRAZENO AND K.VYPUJCENO AND V.OMEZOVAT AND V.DATUM_MAX < ?1";
+inline constexpr const char *OneClient = " AND V.ID_LIDE_VYPUJCKY = ?2";
+inline constexpr const char *Client =
+    "SELECT KOD, JMENO, PRIJMENI, IS_ADRESA, ADRESA FROM LIDE WHERE ID_LIDE_LIDE = ?1";
+} // namespace ReminderSql
+
 // The letters for day D, one per client in Czech order of surname and first name (letter case
 // ignored; the client code, then the identifier break ties). A book is overdue on D exactly when
 // the overdue report for D lists it: not discarded, lent, and its open loan row has a limit

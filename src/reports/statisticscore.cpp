@@ -10,32 +10,6 @@
 
 namespace {
 
-// ?1 is 1 January of the year, ?2 31 December, both as date numbers.
-const char *const AcquiredSql =
-    "SELECT COUNT(*), TOTAL(CENA) FROM KNIHY WHERE DATUM_PORIZENI BETWEEN ?1 AND ?2";
-const char *const DiscardedSql =
-    "SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND DATUM_VYRAZENI BETWEEN ?1 AND ?2";
-const char *const HoldingsSql =
-    "SELECT COUNT(*) FROM KNIHY WHERE DATUM_PORIZENI <= ?2 AND NOT (VYRAZENO AND DATUM_VYRAZENI <= ?2)";
-const char *const LoansByMonthSql = "SELECT DATUM_PUJCKY / 100 % 100, COUNT(*) FROM VYPUJCKY "
-                                    "WHERE DATUM_PUJCKY BETWEEN ?1 AND ?2 GROUP BY 1";
-const char *const ReturnsByMonthSql = "SELECT DATUM_VRACENI / 100 % 100, COUNT(*) FROM VRACENI "
-                                      "WHERE DATUM_VRACENI BETWEEN ?1 AND ?2 GROUP BY 1";
-const char *const ActiveClientsSql =
-    "SELECT COUNT(DISTINCT ID_LIDE_VYPUJCKY) FROM VYPUJCKY WHERE DATUM_PUJCKY BETWEEN ?1 AND ?2";
-const char *const NewClientsSql = "SELECT COUNT(*) FROM (SELECT ID_LIDE_VYPUJCKY FROM VYPUJCKY "
-                                  "GROUP BY ID_LIDE_VYPUJCKY HAVING MIN(DATUM_PUJCKY) BETWEEN ?1 AND ?2)";
-const char *const LentAtEndSql = "SELECT COUNT(*), TOTAL(OMEZOVAT AND DATUM_MAX <= ?2) FROM VYPUJCKY "
-                                 "WHERE DATUM_PUJCKY <= ?2 AND (NOT VRACENO OR DATUM_VRACENI > ?2)";
-const char *const BookLoansSql =
-    "SELECT ID_KNIHY_VYPUJCKY, COUNT(*) AS N FROM VYPUJCKY "
-    "WHERE DATUM_PUJCKY BETWEEN ?1 AND ?2 GROUP BY ID_KNIHY_VYPUJCKY ORDER BY N DESC";
-const char *const BookSql = "SELECT KOD, NAZEV, AUTOR FROM KNIHY WHERE ID_KNIHY_KNIHY = ?1";
-const char *const CategoryLoansSql =
-    "SELECT K.ID_KATEGORIE_KNIHY, COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = "
-    "V.ID_KNIHY_VYPUJCKY WHERE V.DATUM_PUJCKY BETWEEN ?1 AND ?2 GROUP BY K.ID_KATEGORIE_KNIHY";
-const char *const CategorySql = "SELECT NAZEV FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = ?1";
-
 struct MissingRow
 {};
 
@@ -83,7 +57,7 @@ void readTopBooks(DateNumber first, DateNumber last, QList<StatisticsBook> *out)
 {
     // Books come most lent first; every book tied with the twentieth is read, so that the Czech
     // order of codes decides among them, and the rest is never stepped.
-    YearQuery counts(BookLoansSql, first, last);
+    YearQuery counts(StatisticsSql::BookLoans, first, last);
     while (counts->next()) {
         const int loans = int(counts->integer(1));
         if (out->size() >= StatisticsTopBooks && loans < out->at(StatisticsTopBooks - 1).loans)
@@ -93,7 +67,7 @@ void readTopBooks(DateNumber first, DateNumber last, QList<StatisticsBook> *out)
         book.loans = loans;
         out->append(book);
     }
-    DirectQuery knihy(QString::fromLatin1(BookSql));
+    DirectQuery knihy(QString::fromLatin1(StatisticsSql::Book));
     for (StatisticsBook &book : *out) {
         knihy.bind(1, book.bookId);
         if (!knihy.next())
@@ -112,10 +86,10 @@ void readTopBooks(DateNumber first, DateNumber last, QList<StatisticsBook> *out)
 
 void readCategories(DateNumber first, DateNumber last, QList<StatisticsCategory> *out)
 {
-    YearQuery counts(CategoryLoansSql, first, last);
+    YearQuery counts(StatisticsSql::CategoryLoans, first, last);
     while (counts->next())
         out->append({qint32(counts->integer(0)), QString(), int(counts->integer(1))});
-    DirectQuery kategorie(QString::fromLatin1(CategorySql));
+    DirectQuery kategorie(QString::fromLatin1(StatisticsSql::Category));
     for (StatisticsCategory &category : *out) {
         kategorie.bind(1, category.categoryId);
         if (!kategorie.next())
@@ -134,7 +108,7 @@ void readStatistics(int year, AnnualStatistics *s)
     const DateNumber last = year * 10000 + 1231;
     s->year = year;
     {
-        YearQuery q(AcquiredSql, first, last);
+        YearQuery q(StatisticsSql::Acquired, first, last);
         q->next();
         s->acquired = int(q->integer(0));
         s->acquiredPrice = q->real(1);
@@ -143,14 +117,14 @@ void readStatistics(int year, AnnualStatistics *s)
         YearQuery q(sql, first, last);
         return q->next() ? int(q->integer(0)) : 0;
     };
-    s->discarded = single(DiscardedSql);
-    s->holdings = single(HoldingsSql);
-    countByMonth(LoansByMonthSql, first, last, &s->loansByMonth);
-    countByMonth(ReturnsByMonthSql, first, last, &s->returnsByMonth);
-    s->activeClients = single(ActiveClientsSql);
-    s->newClients = single(NewClientsSql);
+    s->discarded = single(StatisticsSql::Discarded);
+    s->holdings = single(StatisticsSql::Holdings);
+    countByMonth(StatisticsSql::LoansByMonth, first, last, &s->loansByMonth);
+    countByMonth(StatisticsSql::ReturnsByMonth, first, last, &s->returnsByMonth);
+    s->activeClients = single(StatisticsSql::ActiveClients);
+    s->newClients = single(StatisticsSql::NewClients);
     {
-        YearQuery q(LentAtEndSql, first, last);
+        YearQuery q(StatisticsSql::LentAtEnd, first, last);
         q->next();
         s->lentAtEnd = int(q->integer(0));
         s->overdueAtEnd = int(q->integer(1));

@@ -65,6 +65,36 @@ struct AnnualStatistics
     int returns() const;
 };
 
+// The statements of the figures (SQLite's dialect, run on the engine directly).
+namespace StatisticsSql {
+// ?1 is 1 January of the year, ?2 31 December, both as date numbers.
+inline constexpr const char *Acquired =
+    "SELECT COUNT(*), TOTAL(CENA) FROM KNIHY WHERE DATUM_PORIZENI BETWEEN ?1 AND ?2";
+inline constexpr const char *Discarded =
+    "SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO AND DATUM_VYRAZENI BETWEEN ?1 AND ?2";
+inline constexpr const char *Holdings =
+    "SELECT COUNT(*) FROM KNIHY WHERE DATUM_PORIZENI <= ?2 AND NOT (VYRAZENO AND DATUM_VYRAZENI <= ?2)";
+inline constexpr const char *LoansByMonth = "SELECT DATUM_PUJCKY / 100 % 100, COUNT(*) FROM VYPUJCKY "
+                                            "WHERE DATUM_PUJCKY BETWEEN ?1 AND ?2 GROUP BY 1";
+inline constexpr const char *ReturnsByMonth = "SELECT DATUM_VRACENI / 100 % 100, COUNT(*) FROM VRACENI "
+                                              "WHERE DATUM_VRACENI BETWEEN ?1 AND ?2 GROUP BY 1";
+inline constexpr const char *ActiveClients =
+    "SELECT COUNT(DISTINCT ID_LIDE_VYPUJCKY) FROM VYPUJCKY WHERE DATUM_PUJCKY BETWEEN ?1 AND ?2";
+inline constexpr const char *NewClients =
+    "SELECT COUNT(*) FROM (SELECT ID_LIDE_VYPUJCKY FROM VYPUJCKY "
+    "GROUP BY ID_LIDE_VYPUJCKY HAVING MIN(DATUM_PUJCKY) BETWEEN ?1 AND ?2)";
+inline constexpr const char *LentAtEnd = "SELECT COUNT(*), TOTAL(OMEZOVAT AND DATUM_MAX <= ?2) FROM VYPUJCKY "
+                                         "WHERE DATUM_PUJCKY <= ?2 AND (NOT VRACENO OR DATUM_VRACENI > ?2)";
+inline constexpr const char *BookLoans =
+    "SELECT ID_KNIHY_VYPUJCKY, COUNT(*) AS N FROM VYPUJCKY "
+    "WHERE DATUM_PUJCKY BETWEEN ?1 AND ?2 GROUP BY ID_KNIHY_VYPUJCKY ORDER BY N DESC";
+inline constexpr const char *Book = "SELECT KOD, NAZEV, AUTOR FROM KNIHY WHERE ID_KNIHY_KNIHY = ?1";
+inline constexpr const char *CategoryLoans =
+    "SELECT K.ID_KATEGORIE_KNIHY, COUNT(*) FROM VYPUJCKY V JOIN KNIHY K ON K.ID_KNIHY_KNIHY = "
+    "V.ID_KNIHY_VYPUJCKY WHERE V.DATUM_PUJCKY BETWEEN ?1 AND ?2 GROUP BY K.ID_KATEGORIE_KNIHY";
+inline constexpr const char *Category = "SELECT NAZEV FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = ?1";
+} // namespace StatisticsSql
+
 inline constexpr int StatisticsTopBooks = 20;
 inline constexpr int StatisticsFirstYear = 1;
 inline constexpr int StatisticsLastYear = 9999;
