@@ -7,6 +7,7 @@
 #include "circulation/circulationcore.h"
 #include "registers/registercore.h"
 #include "reports/reminderdialogs.h"
+#include "reports/reminderprint.h"
 #include "reports/reportcommands.h"
 #include "reports/reportfiles.h"
 #include "reports/statisticsprint.h"
@@ -21,6 +22,7 @@
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
+#include <QPrintPreviewDialog>
 #include <QRegularExpression>
 #include <QSpinBox>
 #include <QTableView>
@@ -142,6 +144,19 @@ void TestReminderStatsView::remindersToPdf()
     QVERIFY(bytes.startsWith("%PDF"));
     QCOMPARE(QString::fromLatin1(bytes).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))), 2);
 
+    // The preview paints the same letters.
+    bool previewed = false;
+    onNextModal(
+        [&](QDialog *d) {
+            auto *preview = qobject_cast<QPrintPreviewDialog *>(d);
+            previewed = preview && preview->windowTitle() == QStringLiteral("Náhled před tiskem – Upomínky");
+        },
+        &QPrintPreviewDialog::staticMetaObject);
+    request.output = ReminderRequest::Preview;
+    QCOMPARE(runReminders(nullptr, request), 2);
+    QVERIFY(previewed);
+    request.output = ReminderRequest::Pdf;
+
     // One client, and a day when nobody is late: the notice, and no file is asked for.
     request.clientId = s.novak;
     QCOMPARE(runReminders(nullptr, request), 1);
@@ -151,6 +166,45 @@ void TestReminderStatsView::remindersToPdf()
     QCOMPARE(runReminders(nullptr, request), 0);
     QCOMPARE(messages.lastText(), reminderNoneText(20250401));
     QVERIFY(asked.defaultName.isEmpty());
+
+    // Progress after every letter; a cancel leaves the previous file as it was.
+    QList<ReminderLetter> letters;
+    QCOMPARE(collectReminders(20260315, -1, &letters), 0);
+    const QList<PrintedTable> docs =
+        reminderDocuments(letters, 20260315, QStringLiteral("Knihovna"), today());
+    QCOMPARE(docs.size(), 2);
+    QCOMPARE(docs.at(0).headerLines.at(0),
+             (QPair<QString, QString>(QStringLiteral("Knihovna"), QStringLiteral("Knihovna"))));
+    QCOMPARE(docs.at(0).rows.at(0).last(), QStringLiteral("14")); // Černá: due 1. 3.2026
+    QList<int> seen;
+    int pages = 0;
+    QVERIFY(writeDocumentsPdf(
+                docs, pdf,
+                [&](int done, int total) {
+                    seen << done << total;
+                    return true;
+                },
+                &pages)
+                .ok());
+    QCOMPARE(seen, (QList<int>{1, 2, 2, 2}));
+    QCOMPARE(pages, 2);
+    QVERIFY(SafeFile::writeAll(pdf, "old").ok());
+    seen.clear();
+    const SafeFile::Result cancelled = writeDocumentsPdf(
+        docs, pdf,
+        [&](int done, int total) {
+            seen << done << total;
+            return false;
+        },
+        &pages);
+    QVERIFY(!cancelled.ok());
+    QCOMPARE(seen, (QList<int>{1, 2}));
+    QCOMPARE(pages, 0);
+    QCOMPARE(readAll(pdf), QByteArray("old"));
+    // No letters: one page that says so.
+    const QList<PrintedTable> none = reminderDocuments({}, 20250401, QString(), today());
+    QCOMPARE(none.size(), 1);
+    QCOMPARE(none.at(0).introParagraphs, QStringList{reminderNoneText(20250401)});
 
     // The library itself is never overwritten.
     setSaveFileAsker([&](QWidget *, const SaveFileRequest &) { return lib.dbPath(); });
