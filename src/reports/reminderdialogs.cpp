@@ -6,6 +6,7 @@
 #include "registers/clientdialogs.h"
 #include "reports/printsetup.h"
 #include "reports/reminderprint.h"
+#include "reports/reportdialogs.h"
 #include "reports/reportcore.h"
 #include "reports/reportfiles.h"
 
@@ -97,10 +98,7 @@ void saveLettersPdf(QWidget *parent, const QList<PrintedTable> &docs, DateNumber
 CRemindersDialog::CRemindersDialog(QWidget *parent) : QDialog(parent)
 {
     setWindowTitle(QStringLiteral("Upomínky"));
-    m_date = new CRvEdit(this);
-    m_date->SetResType(CRvEdit::Date);
-    m_date->setMaxLength(20);
-    m_date->setText(dateText(today()));
+    m_date = todayField(this);
     auto *dateLabel = new QLabel(QStringLiteral("&Upomínky na knihy s prodlením ke dni"), this);
     dateLabel->setBuddy(m_date);
     m_code = new CRvEdit(this);
