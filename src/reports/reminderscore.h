@@ -30,13 +30,14 @@ struct ReminderLetter
 };
 
 // The statements of the letters (SQLite's dialect, run on the engine directly): ?1 is the day, ?2
-// the one client.
+// the one client. CROSS JOIN keeps KNIHY the outer loop: its few lent books are looked up in the
+// loans by key, where the engine would otherwise read every loan row.
 namespace ReminderSql {
 // The overdue books of the overdue report (kind 4) with what a letter prints of them. The client
 // is the loan row's, as in the report of one client's overdue books (kind 9).
 inline constexpr const char *OverdueBooks =
     "SELECT V.ID_LIDE_VYPUJCKY, K.ID_KNIHY_KNIHY, K.KOD, K.NAZEV, K.AUTOR, V.DATUM_PUJCKY, V.DATUM_MAX "
-    "FROM KNIHY K JOIN VYPUJCKY V ON V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND "
+    "FROM KNIHY K CROSS JOIN VYPUJCKY V ON V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND "
     "V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY "
     "WHERE NOT K.VYRAZENO AND K.VYPUJCENO AND V.OMEZOVAT AND V.DATUM_MAX < ?1";
 inline constexpr const char *OneClient = " AND V.ID_LIDE_VYPUJCKY = ?2";

@@ -80,9 +80,12 @@ inline constexpr const char *ReturnsByMonth = "SELECT DATUM_VRACENI / 100 % 100,
                                               "WHERE DATUM_VRACENI BETWEEN ?1 AND ?2 GROUP BY 1";
 inline constexpr const char *ActiveClients =
     "SELECT COUNT(DISTINCT ID_LIDE_VYPUJCKY) FROM VYPUJCKY WHERE DATUM_PUJCKY BETWEEN ?1 AND ?2";
+// First loan in the year: a loan in the year and none before it, which reads only the year's
+// clients instead of grouping every loan row.
 inline constexpr const char *NewClients =
-    "SELECT COUNT(*) FROM (SELECT ID_LIDE_VYPUJCKY FROM VYPUJCKY "
-    "GROUP BY ID_LIDE_VYPUJCKY HAVING MIN(DATUM_PUJCKY) BETWEEN ?1 AND ?2)";
+    "SELECT COUNT(*) FROM (SELECT DISTINCT ID_LIDE_VYPUJCKY AS C FROM VYPUJCKY WHERE DATUM_PUJCKY BETWEEN ?1 "
+    "AND ?2) WHERE NOT EXISTS (SELECT 1 FROM VYPUJCKY W WHERE W.ID_LIDE_VYPUJCKY = C AND W.DATUM_PUJCKY < "
+    "?1)";
 inline constexpr const char *LentAtEnd = "SELECT COUNT(*), TOTAL(OMEZOVAT AND DATUM_MAX <= ?2) FROM VYPUJCKY "
                                          "WHERE DATUM_PUJCKY <= ?2 AND (NOT VRACENO OR DATUM_VRACENI > ?2)";
 inline constexpr const char *BookLoans =
