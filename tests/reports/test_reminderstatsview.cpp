@@ -16,6 +16,7 @@
 #include "support/testsupport.h"
 
 #include <QAction>
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QMenu>
@@ -77,6 +78,7 @@ class TestReminderStatsView : public QObject
 private Q_SLOTS:
     void reminderDialogChecks();
     void remindersToPdf();
+    void longLettersGoOn();
     void statisticsView();
     void commandsInTheReportsMenu();
 };
@@ -110,6 +112,9 @@ void TestReminderStatsView::reminderDialogChecks()
         QCOMPARE(messages.numbers(), QList<int>{c.message});
         QTRY_COMPARE(QApplication::focusWidget(), c.focus);
     }
+    const QString shots = qEnvironmentVariable("FOLIVO_SHOTS");
+    if (!shots.isEmpty())
+        QVERIFY(dialog.grab().save(QDir(shots).filePath(QStringLiteral("upominky-dialog.png"))));
     dialog.dateField()->setText(QStringLiteral(" 1. 3.2026"));
     dialog.codeField()->setText(QStringLiteral(" k2 "));
     QVERIFY(dialog.checkOk());
@@ -217,6 +222,34 @@ void TestReminderStatsView::remindersToPdf()
     QCOMPARE(readAll(lib.dbPath()), before);
     setSaveFileAsker(previous);
     QDir::setCurrent(cwd);
+}
+
+void TestReminderStatsView::longLettersGoOn()
+{
+    // A letter of many books goes on over pages of its own; the next letter starts on a new page.
+    ReminderLetter many;
+    many.jmeno = QStringLiteral("Jan");
+    many.prijmeni = QStringLiteral("Novák");
+    many.clientCode = QStringLiteral("K1");
+    many.address = QStringLiteral("Dlouhá 5\n110 00 Praha 1\nČeská republika");
+    for (int i = 0; i < 90; ++i)
+        many.books.append({i, QStringLiteral("B%1").arg(i), QStringLiteral("Kniha"), QStringLiteral("Autor"),
+                           20260101, 20260201, 42});
+    ReminderLetter one = many;
+    one.books.resize(1);
+    const PrintedTable long_ = reminderLetterDocument(many, 20260315, QStringLiteral("Knihovna"), today());
+    const PrintedTable short_ = reminderLetterDocument(one, 20260315, QStringLiteral("Knihovna"), today());
+    QCOMPARE(long_.headerLines.last(), (QPair<QString, QString>(QStringLiteral("Adresa"), many.address)));
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    QPdfWriter writer(&buffer);
+    writer.setResolution(300);
+    writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
+                                     QMarginsF(15, 15, 15, 12), QPageLayout::Millimeter));
+    const int longPages = countPrintedPages(&writer, long_);
+    QVERIFY(longPages >= 3);
+    QCOMPARE(countPrintedPages(&writer, short_), 1);
+    QCOMPARE(printTables(&writer, {short_, long_, short_}), longPages + 2);
 }
 
 void TestReminderStatsView::statisticsView()
