@@ -2,6 +2,8 @@
 
 #include "app/settings.h"
 #include "data/database.h"
+#include "data/libraryfiles.h"
+#include "data/librarylock.h"
 
 #include <QDir>
 #include <QFile>
@@ -47,6 +49,18 @@ QString resolveDataDir(const CliArgs &args)
     if (!home.isEmpty())
         return home;
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+}
+
+void recoverCutOffRestore(const QString &dir)
+{
+    LibraryLockHold hold(dir);
+    QString notice;
+    QString detail;
+    if (hold.locked() &&
+        LibraryFiles::recoverInterruptedRestore(dir, &notice, &detail) == LibraryFiles::Recovery::Failed)
+        cliFail(detail);
+    if (!notice.isEmpty())
+        cliFail(notice);
 }
 
 bool installShippedFiles(const QString &dir, QString *error)

@@ -29,6 +29,9 @@ QString resolveDataDir(const CliArgs &args);
 
 // Installs into a data directory what the program ships beside its database: the picture of the
 // about box, when the directory has none. False with a message when it cannot be written.
+// Puts right a restore that was cut off in dir (the old library back in place of a missing
+// Folivo.db), under the directory's lock, before anything could install a new library there.
+void recoverCutOffRestore(const QString &dir);
 bool installShippedFiles(const QString &dir, QString *error);
 
 int cliFail(const QString &message); // prints "folivo-cli: message" and returns 1

@@ -53,7 +53,16 @@ public:
             fail();
         return false;
     }
-    bool isNull(int c) const { return sqlite3_column_type(m_stmt, c) == SQLITE_NULL; }
+    void reset() { sqlite3_reset(m_stmt); }
+    void bind(int i, qint64 v) { sqlite3_bind_int64(m_stmt, i, v); }
+    int type(int c) const { return sqlite3_column_type(m_stmt, c); }
+    bool isNull(int c) const { return type(c) == SQLITE_NULL; }
+    // The column's bytes as stored (a number as its text).
+    QByteArray bytes(int c) const
+    {
+        const auto *t = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, c));
+        return QByteArray(t, sqlite3_column_bytes(m_stmt, c));
+    }
     qint64 integer(int c) const { return sqlite3_column_int64(m_stmt, c); }
     // The column as the finding names it: NULL spelled out, anything else as its text.
     QString text(int c) const
@@ -399,21 +408,36 @@ private:
     QSet<QString> m_seen;
 };
 
-QString uniqueKey(const UniqueRule &u, const Statement &q, bool *hasNull)
+// The key of a row under a uniqueness rule, as bytes: integers as themselves, texts as the
+// program's lookups compare them. Empty with *hasNull when a key column is NULL.
+QByteArray uniqueKey(const UniqueRule &u, const Statement &q, int first, bool *hasNull)
 {
-    QString key;
-    for (int f : u.key) {
-        if (q.isNull(f)) {
+    QByteArray key;
+    for (int field : u.key) {
+        const int f = first + field;
+        switch (q.type(f)) {
+        case SQLITE_NULL:
             *hasNull = true;
             return {};
+        case SQLITE_INTEGER: {
+            const qint64 v = q.integer(f);
+            key += 'i';
+            key.append(reinterpret_cast<const char *>(&v), sizeof v);
+            break;
         }
-        const QString v = q.text(f);
-        key += (u.fold ? v.trimmed().toCaseFolded() : v) + QChar(u'\x1f');
+        default:
+            key += 't';
+            key += u.fold ? q.text(f).trimmed().toCaseFolded().toUtf8() : q.bytes(f);
+            break;
+        }
+        key += '\x1f';
     }
     return key;
 }
 
 // One pass over a table: every row rule of the table as a column, every uniqueness rule hashed.
+// A row is turned into texts only when it breaks a rule; the hashes keep row ids, and the rows
+// that share a key are read again by id at the end.
 void checkTable(sqlite3 *db, Table table, QStringList *problems)
 {
     const TableInfo &t = Tables[table];
@@ -426,57 +450,82 @@ void checkTable(sqlite3 *db, Table table, QStringList *problems)
         if (u.table == table)
             uniques.push_back(&u);
     const int fieldCount = int(QString::fromLatin1(t.fields).count(u',')) + 1;
+    const int first = 1; // column 0 is the row id
+    const int rulesAt = first + fieldCount;
 
-    QString sql = QStringLiteral("SELECT ") + QLatin1String(t.fields);
+    const QString from = QStringLiteral(" FROM %1 %2").arg(QLatin1String(t.name), QLatin1String(t.alias));
+    QString sql = QStringLiteral("SELECT %1.rowid, ").arg(QLatin1String(t.alias)) + QLatin1String(t.fields);
     for (const RowRule *r : rows)
         sql += QStringLiteral(", (%1) IS 1").arg(r->ok);
-    sql += QStringLiteral(" FROM %1 %2").arg(QLatin1String(t.name), QLatin1String(t.alias));
+    sql += from;
 
     std::vector<Finding> rowFindings;
     for (const RowRule *r : rows)
         rowFindings.emplace_back(r->name, table, r->message);
-    std::vector<Finding> uniqueFindings;
-    std::vector<QHash<QString, QString>> seen(uniques.size()); // key -> first subject (or value)
-    for (const UniqueRule *u : uniques)
-        uniqueFindings.emplace_back(u->name, table, u->message);
+    struct Seen
+    {
+        qint64 rowid;
+        QByteArray value;
+    };
+    std::vector<QHash<QByteArray, Seen>> seen(uniques.size());
+    // Per uniqueness rule, the row ids that share a key with an earlier row (and that earlier row).
+    std::vector<std::vector<qint64>> clashes(uniques.size());
+
+    auto fieldsOf = [&](const Statement &q) {
+        QStringList fields;
+        for (int f = 0; f < fieldCount; ++f)
+            fields << q.text(first + f);
+        return fields;
+    };
 
     Statement q(db, sql);
-    QStringList fields;
     while (q.next()) {
-        fields.clear();
-        bool broken = false;
-        for (size_t i = 0; i < rows.size() && !broken; ++i)
-            broken = q.integer(fieldCount + int(i)) == 0;
-        if (broken || !uniques.empty())
-            for (int f = 0; f < fieldCount; ++f)
-                fields << q.text(f);
-        for (size_t i = 0; i < rows.size(); ++i)
-            if (q.integer(fieldCount + int(i)) == 0)
-                rowFindings[i].add(subjectOf(rows[i]->subject ? rows[i]->subject : t.subject, fields));
+        QStringList fields;
+        for (size_t i = 0; i < rows.size(); ++i) {
+            if (q.integer(rulesAt + int(i)) != 0)
+                continue;
+            if (fields.isEmpty())
+                fields = fieldsOf(q);
+            rowFindings[i].add(subjectOf(rows[i]->subject ? rows[i]->subject : t.subject, fields));
+        }
         for (size_t i = 0; i < uniques.size(); ++i) {
             const UniqueRule &u = *uniques[i];
             bool hasNull = false;
-            const QString key = uniqueKey(u, q, &hasNull);
+            const QByteArray key = uniqueKey(u, q, first, &hasNull);
             if (hasNull)
                 continue; // a NULL key is a finding of the row rules
-            const QString mine = u.value >= 0 ? fields.at(u.value) : subjectOf(u.subject, fields);
+            const qint64 rowid = q.integer(0);
+            const QByteArray value =
+                u.value >= 0 ? char('0' + q.type(first + u.value)) + q.bytes(first + u.value) : QByteArray();
             const auto it = seen[i].constFind(key);
             if (it == seen[i].constEnd()) {
-                seen[i].insert(key, mine);
+                seen[i].insert(key, {rowid, value});
             } else if (u.value < 0) {
-                uniqueFindings[i].add(it.value());
-                uniqueFindings[i].add(mine);
-            } else if (it.value() != mine) {
-                uniqueFindings[i].add(subjectOf(u.subject, fields));
+                clashes[i].push_back(it->rowid);
+                clashes[i].push_back(rowid);
+            } else if (it->value != value) {
+                clashes[i].push_back(rowid);
             }
         }
     }
     for (const Finding &f : rowFindings)
         if (!f.empty())
             *problems << f.text();
-    for (const Finding &f : uniqueFindings)
-        if (!f.empty())
-            *problems << f.text();
+
+    Statement byId(db, QStringLiteral("SELECT %1.rowid, ").arg(QLatin1String(t.alias)) + QLatin1String(t.fields) +
+                           from + QStringLiteral(" WHERE %1.rowid = ?").arg(QLatin1String(t.alias)));
+    for (size_t i = 0; i < uniques.size(); ++i) {
+        if (clashes[i].empty())
+            continue;
+        Finding finding(uniques[i]->name, table, uniques[i]->message);
+        for (qint64 rowid : clashes[i]) {
+            byId.reset();
+            byId.bind(1, rowid);
+            if (byId.next())
+                finding.add(subjectOf(uniques[i]->subject, fieldsOf(byId)));
+        }
+        *problems << finding.text();
+    }
 }
 
 QStringList ruleProblems(QSqlDatabase db)

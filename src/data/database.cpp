@@ -3,6 +3,9 @@
 #include "data/consistency.h"
 #include "data/czechlike.h"
 #include "data/directquery.h"
+#include "data/libraryfiles.h"
+#include "data/librarylock.h"
+#include "data/safefile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -11,11 +14,13 @@
 #include <QStringList>
 
 #include <map>
+#include <utility>
 #include <vector>
 
 namespace {
 
 QString s_path;
+QString s_recoveryNotice;
 
 QString errorText(const QSqlError &e)
 {
@@ -50,6 +55,24 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
         close();
         return r;
     };
+    const QString dataDir = QFileInfo(path).absolutePath();
+    QString why;
+    if (!LibraryLock::acquire(dataDir, &why))
+        return fail(OpenResult::Locked, why);
+    SafeFile::setDataDirectory(dataDir);
+    // Nothing else may run in the directory from here on: a restore that was cut off is put
+    // right before the library is looked at.
+    switch (LibraryFiles::recoverInterruptedRestore(dataDir, &s_recoveryNotice, &why)) {
+    case LibraryFiles::Recovery::Nothing:
+        break;
+    case LibraryFiles::Recovery::Failed:
+        qWarning("%s", qUtf8Printable(why));
+        break;
+    case LibraryFiles::Recovery::PutBackPrevious:
+    case LibraryFiles::Recovery::FinishedRestore:
+        qWarning("%s", qUtf8Printable(s_recoveryNotice));
+        break;
+    }
     if (!QFileInfo::exists(path))
         return fail(OpenResult::Missing, QStringLiteral("%1 does not exist").arg(path));
     // Read the header before the connection exists: closing a file handle later would drop the
@@ -99,6 +122,7 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
     if (!registerCzechLike(db))
         return fail(OpenResult::Failed, QStringLiteral("cannot register the LIKE function"));
     s_path = path;
+    LibraryFiles::removeRestoreLeftovers(dataDir);
     return OpenResult::Ok;
 }
 
@@ -116,6 +140,12 @@ void Database::close()
         QSqlDatabase::removeDatabase(name);
     }
     s_path.clear();
+    LibraryLock::release();
+}
+
+QString Database::takeRecoveryNotice()
+{
+    return std::exchange(s_recoveryNotice, QString());
 }
 
 bool Database::isOpen()
