@@ -81,6 +81,7 @@ private Q_SLOTS:
     void longLettersGoOn();
     void statisticsView();
     void commandsInTheReportsMenu();
+    void helpStatesEveryFigure();
 };
 
 void TestReminderStatsView::reminderDialogChecks()
@@ -363,6 +364,23 @@ void TestReminderStatsView::commandsInTheReportsMenu()
     });
     frame.runCommand(Cmd::AnnualStatistics);
     QVERIFY(shown);
+}
+
+void TestReminderStatsView::helpStatesEveryFigure()
+{
+    Q_INIT_RESOURCE(help);
+    QFile topic(QStringLiteral(":/help/topic5.html"));
+    QVERIFY(topic.open(QIODevice::ReadOnly));
+    const QString help = QString::fromUtf8(topic.readAll());
+    AnnualStatistics s;
+    s.year = 2025;
+    for (const auto &figure : statisticsFigures(s)) {
+        const QString label = QString(figure.first).remove(QStringLiteral(" 2025")).trimmed();
+        QVERIFY2(help.contains(QStringLiteral("<b>%1</b>").arg(label)), qPrintable(label));
+    }
+    for (const char *rule : {"Nejčastěji půjčované knihy", "Výpůjčky podle kategorií", "Upomínky"})
+        QVERIFY(help.contains(QString::fromUtf8(rule)));
+    QVERIFY(help.contains(QStringLiteral("prodlení 367 dní")));
 }
 
 QTEST_MAIN(TestReminderStatsView)
