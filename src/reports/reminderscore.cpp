@@ -3,16 +3,13 @@
 #include "catalogue/bookcore.h"
 #include "data/database.h"
 #include "data/directquery.h"
+#include "reports/readguard.h"
 
 #include <QHash>
 
 #include <algorithm>
-#include <new>
 
 namespace {
-
-struct MissingClient
-{};
 
 bool clientBefore(const ReminderLetter &a, const ReminderLetter &b)
 {
@@ -70,7 +67,7 @@ void readLetters(DateNumber day, qint32 clientId, QList<ReminderLetter> *out)
     for (ReminderLetter &letter : *out) {
         lide.bind(1, letter.clientId);
         if (!lide.next())
-            throw MissingClient{};
+            throw MissingRow{};
         letter.clientCode = lide.text(0);
         letter.jmeno = lide.text(1);
         letter.prijmeni = lide.text(2);
@@ -92,19 +89,7 @@ QString escaped(const QString &text)
 int collectReminders(DateNumber day, qint32 clientId, QList<ReminderLetter> *out)
 {
     out->clear();
-    try {
-        readLetters(day, clientId, out);
-        return 0;
-    } catch (const MissingClient &) {
-        out->clear();
-        return 108;
-    } catch (const DbError &) {
-        out->clear();
-        return 109;
-    } catch (const std::bad_alloc &) {
-        out->clear();
-        return 49;
-    }
+    return guardedRead([&] { readLetters(day, clientId, out); }, [&] { out->clear(); });
 }
 
 QString letterDateText(DateNumber day)

@@ -3,15 +3,12 @@
 #include "catalogue/bookcore.h"
 #include "data/database.h"
 #include "data/directquery.h"
+#include "reports/readguard.h"
 
 #include <algorithm>
-#include <new>
 #include <numeric>
 
 namespace {
-
-struct MissingRow
-{};
 
 // A statement of the year, bound to its first and last day.
 class YearQuery final
@@ -173,19 +170,7 @@ int AnnualStatistics::returns() const
 int computeAnnualStatistics(int year, AnnualStatistics *out)
 {
     *out = AnnualStatistics{};
-    try {
-        readStatistics(year, out);
-        return 0;
-    } catch (const MissingRow &) {
-        *out = AnnualStatistics{};
-        return 108;
-    } catch (const DbError &) {
-        *out = AnnualStatistics{};
-        return 109;
-    } catch (const std::bad_alloc &) {
-        *out = AnnualStatistics{};
-        return 49;
-    }
+    return guardedRead([&] { readStatistics(year, out); }, [&] { *out = AnnualStatistics{}; });
 }
 
 QString statisticsTitle(int year)

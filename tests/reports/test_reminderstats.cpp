@@ -456,6 +456,13 @@ void TestReminderStats::commandLine()
     ensureLibrary();
     const QString dir = m_library->dir();
     Database::close(); // the command opens the library itself
+    // Without the library both report the database failure and hand back nothing.
+    QList<ReminderLetter> none{ReminderLetter{}};
+    QCOMPARE(collectReminders(20250301, -1, &none), 109);
+    QVERIFY(none.isEmpty());
+    AnnualStatistics nothing;
+    QCOMPARE(computeAnnualStatistics(2024, &nothing), 109);
+    QCOMPARE(nothing.year, 0);
     const QString pdf = QDir(dir).filePath(QStringLiteral("upominky.pdf"));
     const QString html = QDir(dir).filePath(QStringLiteral("upominky.html"));
     QByteArray out;
