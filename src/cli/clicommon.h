@@ -35,6 +35,11 @@ void recoverCutOffRestore(const QString &dir);
 bool installShippedFiles(const QString &dir, QString *error);
 
 int cliFail(const QString &message); // prints "folivo-cli: message" and returns 1
+
+// Opens the library of the data directory for a command that reads it. False with a message for
+// stderr when there is none or it cannot be opened. alsoProtected gets the library's own files
+// (database, settings record), which no output of the command may overwrite.
+bool openCliLibrary(const CliArgs &args, QString *dir, QStringList *alsoProtected, QString *error);
 void cliPrint(const QString &message);
 
 using CliCommand = std::function<int(const QStringList &args)>;
