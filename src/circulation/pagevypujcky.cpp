@@ -88,6 +88,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     auto *clientOk = pageButton(QStringLiteral("OK"), clientBox);
     auto *clientPick = pageButton(QStringLiteral("Nalistovat..."), clientBox);
     auto *newClient = pageButton(QStringLiteral("Nový klient"), clientBox);
+    newClient->setObjectName(QStringLiteral("newClient"));
     m_clientName = readOnlyField(clientBox);
     m_clientName->setObjectName(QStringLiteral("clientName"));
     auto *nameLabel = new QLabel(QStringLiteral("Jméno"), clientBox);
@@ -145,7 +146,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     connect(m_bookCode, &CRvEdit::enterPressed, this, &CPageVypujcky::lookUpBook);
     connect(bookOk, &QPushButton::clicked, this, &CPageVypujcky::lookUpBook);
     connect(bookPick, &QPushButton::clicked, this, &CPageVypujcky::pickBook);
-    connect(m_limit, &QCheckBox::clicked, this, &CPageVypujcky::limitToggled);
+    connect(m_limit, &QCheckBox::toggled, this, &CPageVypujcky::limitToggled);
     connect(m_add, &QPushButton::clicked, this, &CPageVypujcky::addBook);
     connect(remove, &QPushButton::clicked, this, &CPageVypujcky::removeSelected);
     connect(m_view, &QTableView::activated, this, &CPageVypujcky::showDetails);

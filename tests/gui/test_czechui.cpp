@@ -1,0 +1,331 @@
+// What a Czech librarian expects of the windows: Qt's own texts in Czech, the labels as the
+// program writes them, Enter and the focus where the pages put them, mnemonics without clashes,
+// browsing by keys, and columns wide enough for their values.
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/czechqt.h"
+#include "app/mainframe.h"
+#include "app/rvedit.h"
+#include "app/settingsdialogs.h"
+#include "catalogue/bookdialogs.h"
+#include "catalogue/bookform.h"
+#include "catalogue/pagenoveknihy.h"
+#include "catalogue/pageopravy.h"
+#include "circulation/viewzadavani.h"
+#include "data/database.h"
+#include "gui/features.h"
+#include "registers/categorydialogs.h"
+#include "registers/clientdialogs.h"
+#include "support/guitestsupport.h"
+#include "support/testsupport.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QTreeView>
+#include <QtTest>
+
+namespace {
+
+QStringList actionTexts(const QMenu *menu)
+{
+    QStringList texts;
+    for (const QAction *a : menu->actions())
+        if (!a->isSeparator())
+            texts << a->text().section(QLatin1Char('\t'), 0, 0);
+    return texts;
+}
+
+QStringList labelTexts(const QWidget *w)
+{
+    QStringList texts;
+    for (const QLabel *l : w->findChildren<QLabel *>())
+        if (!l->text().isEmpty())
+            texts << l->text();
+    return texts;
+}
+
+void showActive(QWidget *w)
+{
+    w->show();
+    QApplication::setActiveWindow(w);
+    QVERIFY(QTest::qWaitForWindowActive(w));
+}
+
+} // namespace
+
+class TestCzechUi : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void qtSpeaksCzech();
+    void clientLabelsAsWritten();
+    void enterInTypedFields();
+    void focusAfterRegisterCommands();
+    void checkBoxesFollowEveryChange();
+    void cleanup();
+
+private:
+    // The program's frame on lib's library, shown and active, with the entry view.
+    CViewZadavani *startFrame(TestLibrary &lib);
+    std::unique_ptr<CMainFrame> m_frame;
+};
+
+void TestCzechUi::cleanup()
+{
+    m_frame.reset();
+}
+
+CViewZadavani *TestCzechUi::startFrame(TestLibrary &lib)
+{
+    Q_UNUSED(lib);
+    AppState::instance().settings = SettingsRecord{};
+    m_frame = std::make_unique<CMainFrame>();
+    installFeatures(*m_frame);
+    if (!m_frame->switchView(ViewSwitchRequest{}))
+        return nullptr;
+    m_frame->show();
+    QApplication::setActiveWindow(m_frame.get());
+    if (!QTest::qWaitForWindowActive(m_frame.get()))
+        return nullptr;
+    return qobject_cast<CViewZadavani *>(m_frame->activeView());
+}
+
+void TestCzechUi::initTestCase()
+{
+    // The program's start-up does the same; the tests run under LANG=C, so nothing here comes
+    // from the system's language.
+    QVERIFY(installCzechQt(qApp));
+}
+
+// Qt's own widgets and dialogs: the context menu of every edit field, the file dialog of the
+// backup and the HTML export, the standard buttons.
+void TestCzechUi::qtSpeaksCzech()
+{
+    QLineEdit edit;
+    std::unique_ptr<QMenu> menu(edit.createStandardContextMenu());
+    QCOMPARE(actionTexts(menu.get()),
+             (QStringList{QStringLiteral("&Zpět"), QStringLiteral("&Znovu"), QStringLiteral("&Vyjmout"),
+                          QStringLiteral("&Kopírovat"), QStringLiteral("&Vložit"), QStringLiteral("Smazat"),
+                          QStringLiteral("Vybrat vše")}));
+
+    QFileDialog files(nullptr, QStringLiteral("Zadejte jméno záložního souboru"), QDir::tempPath());
+    files.setOption(QFileDialog::DontUseNativeDialog);
+    files.setAcceptMode(QFileDialog::AcceptSave);
+    files.show();
+    const QStringList labels = labelTexts(&files);
+    for (const char *expected : {"Hledat v:", "Název &souboru:", "Soubory typu:"})
+        QVERIFY2(labels.contains(QString::fromUtf8(expected)), expected);
+    QStringList buttons;
+    for (const QAbstractButton *b : files.findChild<QDialogButtonBox *>()->buttons())
+        buttons << b->text();
+    QCOMPARE(buttons, (QStringList{QStringLiteral("&Uložit"), QStringLiteral("Zrušit")}));
+    const QAbstractItemModel *columns = files.findChild<QTreeView *>()->model();
+    QCOMPARE(columns->headerData(0, Qt::Horizontal).toString(), QStringLiteral("Název"));
+    QCOMPARE(columns->headerData(3, Qt::Horizontal).toString(), QStringLiteral("Datum změny"));
+
+    QDialogButtonBox standard(QDialogButtonBox::Yes | QDialogButtonBox::No | QDialogButtonBox::Cancel);
+    QCOMPARE(standard.button(QDialogButtonBox::Yes)->text(), QStringLiteral("&Ano"));
+    QCOMPARE(standard.button(QDialogButtonBox::Cancel)->text(), QStringLiteral("Zrušit"));
+    // Paper in millimetres, dates the Czech way.
+    QCOMPARE(QLocale().measurementSystem(), QLocale::MetricSystem);
+}
+
+// The labels of the client dialogs, as the program writes them: no colons, the mnemonics of the
+// register's own texts.
+void TestCzechUi::clientLabelsAsWritten()
+{
+    TestLibrary lib;
+    const QStringList fields = {QStringLiteral("&Kód"),      QStringLiteral("&Jméno"),
+                                QStringLiteral("&Příjmení"), QStringLiteral("&Doklad č."),
+                                QStringLiteral("&Narození"), QStringLiteral("&Adresa"),
+                                QStringLiteral("&Funkce")};
+    CDlgNovyKlient fresh;
+    CDlgOpravaKlienta edit;
+    CDlgDetailyKlienta details(-1);
+    for (QDialog *d : std::initializer_list<QDialog *>{&fresh, &edit, &details}) {
+        QStringList shown = labelTexts(d);
+        for (const QString &f : fields)
+            QVERIFY2(shown.removeOne(f), qPrintable(d->windowTitle() + QLatin1Char(' ') + f));
+        for (const QString &rest : std::as_const(shown))
+            QVERIFY2(!rest.endsWith(QLatin1Char(':')), qPrintable(rest));
+    }
+    QCOMPARE(fresh.form()->extended()->text(), QStringLiteral("&Včetně doplňujících údajů"));
+}
+
+// Enter in a typed field that its dialog does not handle itself acts as in every other field of
+// the dialog: the dialog's default button.
+void TestCzechUi::enterInTypedFields()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    lib.addBook(QStringLiteral("K-7"));
+
+    CDlgNovyKlient fresh;
+    showActive(&fresh);
+    CClientForm *f = fresh.form();
+    f->extended()->setChecked(true);
+    f->birth()->setText(QStringLiteral("30.2.2001"));
+    f->birth()->setFocus();
+    QTest::keyClick(f->birth(), Qt::Key_Return);
+    QCOMPARE(messages.numbers(), QList<int>{9}); // the same first check as Enter in the code field
+    QCOMPARE(QApplication::focusWidget(), f->code());
+    messages.clear();
+    QTest::keyClick(f->code(), Qt::Key_Return);
+    QCOMPARE(messages.numbers(), QList<int>{9});
+    f->code()->setText(QStringLiteral("N1"));
+    f->first()->setText(QStringLiteral("Eva"));
+    f->surname()->setText(QStringLiteral("Malá"));
+    messages.clear();
+    f->birth()->setFocus();
+    QTest::keyClick(f->birth(), Qt::Key_Enter);
+    QCOMPARE(messages.numbers(), QList<int>{10});
+    f->birth()->setText(QStringLiteral("3.2.2001"));
+    messages.clear();
+    QTest::keyClick(f->birth(), Qt::Key_Return);
+    QVERIFY(messages.numbers().isEmpty());
+    QCOMPARE(fresh.result(), int(QDialog::Accepted));
+    QCOMPARE(fresh.data().birth, 20010203);
+
+    // The go-to-book dialog: Enter runs "OK" with its checks; an unknown code keeps it open.
+    CGoToBookDialog goTo;
+    showActive(&goTo);
+    const QList<QPair<QString, int>> refused = {
+        {QString(), 82}, {QStringLiteral("K*"), 119}, {QStringLiteral("K-8"), 81}};
+    for (const auto &[code, message] : refused) {
+        goTo.codeEdit()->setText(code);
+        messages.clear();
+        QTest::keyClick(goTo.codeEdit(), Qt::Key_Return);
+        QCOMPARE(messages.numbers(), QList<int>{message});
+        QVERIFY(goTo.isVisible());
+        QCOMPARE(QApplication::focusWidget(), goTo.codeEdit());
+    }
+    goTo.codeEdit()->setText(QStringLiteral(" K-7 "));
+    messages.clear();
+    QTest::keyClick(goTo.codeEdit(), Qt::Key_Return);
+    QVERIFY(messages.numbers().isEmpty());
+    QCOMPARE(goTo.result(), int(QDialog::Accepted));
+    QCOMPARE(goTo.bookId(), lib.count(QStringLiteral("SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE KOD = 'K-7'")));
+}
+
+// Where the focus lands after a register command: a new client is served at once on the loans
+// page (the loan date), a new category on the new-books page (and on the corrections page with a
+// book loaded) is followed by the publisher; elsewhere the focus returns where it was.
+void TestCzechUi::focusAfterRegisterCommands()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    lib.addCategory(QStringLiteral("Poezie"));
+    lib.addBook(QStringLiteral("K-1"));
+    CViewZadavani *view = startFrame(lib);
+    QVERIFY(view);
+
+    int clients = 0;
+    auto newClient = [&](QWidget *from) {
+        from->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), from);
+        const QString code = QStringLiteral("N%1").arg(++clients);
+        onNextModal<CDlgNovyKlient>([code](CDlgNovyKlient *d) {
+            d->form()->code()->setText(code);
+            d->form()->first()->setText(QStringLiteral("Eva"));
+            d->form()->surname()->setText(QStringLiteral("Malá"));
+            d->accept();
+        });
+        m_frame->runCommand(Cmd::NewClient);
+        QApplication::setActiveWindow(m_frame.get()); // the frame is active again once the dialog is gone
+    };
+    QWidget *loans = view->page(CViewZadavani::Vypujcky);
+    auto *button = loans->findChild<QPushButton *>(QStringLiteral("newClient"));
+    QVERIFY(button);
+    newClient(button);
+    QTRY_COMPARE(QApplication::focusWidget(), loans->findChild<QWidget *>(QStringLiteral("loanDate")));
+    QCOMPARE(loans->findChild<QLineEdit *>(QStringLiteral("clientCode"))->text(), QStringLiteral("N1"));
+    view->setActivePage(CViewZadavani::Vraceni);
+    QWidget *returnDate =
+        view->page(CViewZadavani::Vraceni)->findChild<QWidget *>(QStringLiteral("returnDate"));
+    newClient(returnDate);
+    QTRY_COMPARE(QApplication::focusWidget(), returnDate);
+
+    auto newCategory = [&](QWidget *from, const QString &name) {
+        from->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), from);
+        onNextModal<CDlgNovaKategorie>([name](CDlgNovaKategorie *d) {
+            d->nameEdit()->setText(name);
+            d->accept();
+        });
+        m_frame->runCommand(Cmd::NewCategory);
+        QApplication::setActiveWindow(m_frame.get());
+    };
+    view->setActivePage(CViewZadavani::Noveknihy);
+    auto *noveknihy = qobject_cast<CPageNoveknihy *>(view->activePage());
+    newCategory(noveknihy->form()->title, QStringLiteral("Cestopisy"));
+    QCOMPARE(noveknihy->form()->category->currentText(), QStringLiteral("Cestopisy"));
+    QTRY_COMPARE(QApplication::focusWidget(), noveknihy->form()->publisher);
+
+    view->setActivePage(CViewZadavani::Opravy);
+    auto *opravy = qobject_cast<CPageOpravy *>(view->activePage());
+    newCategory(opravy->form()->code, QStringLiteral("Drama"));
+    QCOMPARE(opravy->form()->category->currentIndex(), -1);
+    QTRY_COMPARE(QApplication::focusWidget(), opravy->form()->code);
+    opravy->form()->code->setText(QStringLiteral("K-1"));
+    QVERIFY(opravy->load());
+    newCategory(opravy->form()->title, QStringLiteral("Sci-fi"));
+    QCOMPARE(opravy->form()->category->currentText(), QStringLiteral("Sci-fi"));
+    QTRY_COMPARE(QApplication::focusWidget(), opravy->form()->publisher);
+    QVERIFY(messages.numbers().isEmpty());
+}
+
+// A check box changes by the mouse, by the keyboard, by a screen reader's toggle and by the
+// program itself; the fields that depend on it follow each of them.
+void TestCzechUi::checkBoxesFollowEveryChange()
+{
+    TestLibrary lib;
+    CViewZadavani *view = startFrame(lib);
+    QVERIFY(view);
+    QWidget *loans = view->page(CViewZadavani::Vypujcky);
+    auto *limit = loans->findChild<QCheckBox *>(QStringLiteral("limit"));
+    auto *due = loans->findChild<QLineEdit *>(QStringLiteral("due"));
+    QVERIFY(limit && due);
+    QVERIFY(limit->isChecked() && due->isEnabled());
+    const QString dueDefault = due->text();
+    QVERIFY(!dueDefault.isEmpty());
+    auto toggleAsScreenReader = [](QWidget *w) {
+        QAccessibleInterface *a = QAccessible::queryAccessibleInterface(w);
+        QVERIFY(a && a->actionInterface());
+        a->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    };
+    toggleAsScreenReader(limit);
+    QVERIFY(!limit->isChecked());
+    QVERIFY(due->text().isEmpty() && !due->isEnabled());
+    limit->setChecked(true);
+    QCOMPARE(due->text(), dueDefault);
+    QVERIFY(due->isEnabled());
+    limit->setFocus();
+    QTest::keyClick(limit, Qt::Key_Space);
+    QVERIFY(!limit->isChecked() && !due->isEnabled());
+
+    CDlgBasicSettings settings;
+    QCheckBox *boxes[] = {settings.choices()->passwordAtStart(), settings.choices()->lockAllowed()};
+    for (QCheckBox *box : boxes) {
+        QVERIFY(!settings.passwordEdit()->isEnabled());
+        toggleAsScreenReader(box);
+        QVERIFY(settings.passwordEdit()->isEnabled() && settings.copyEdit()->isEnabled());
+        box->setChecked(false);
+        QVERIFY(!settings.passwordEdit()->isEnabled() && !settings.copyEdit()->isEnabled());
+    }
+}
+
+QTEST_MAIN(TestCzechUi)
+#include "test_czechui.moc"
