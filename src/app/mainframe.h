@@ -51,6 +51,9 @@ public:
 Q_SIGNALS:
     void viewSwitched(int target);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     struct Handler
     {

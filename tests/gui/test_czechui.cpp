@@ -11,6 +11,7 @@
 #include "catalogue/bookform.h"
 #include "catalogue/pagenoveknihy.h"
 #include "catalogue/pageopravy.h"
+#include "catalogue/pageprohlizeni.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
 #include "gui/features.h"
@@ -31,7 +32,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPlainTextEdit>
 #include <QPushButton>
+#include <QTabBar>
+#include <QTableView>
 #include <QTreeView>
 #include <QtTest>
 
@@ -75,6 +79,7 @@ private Q_SLOTS:
     void enterInTypedFields();
     void focusAfterRegisterCommands();
     void checkBoxesFollowEveryChange();
+    void browsingByKeys();
     void cleanup();
 
 private:
@@ -325,6 +330,75 @@ void TestCzechUi::checkBoxesFollowEveryChange()
         box->setChecked(false);
         QVERIFY(!settings.passwordEdit()->isEnabled() && !settings.copyEdit()->isEnabled());
     }
+}
+
+// The browse page walks by keys wherever its focus is: in its read-only fields, in the keyword
+// list and the annotation, on its button, and on the sheet's tab right after it was clicked.
+void TestCzechUi::browsingByKeys()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    for (int i = 1; i <= 100; ++i) {
+        TestLibrary::BookSpec book(QStringLiteral("B-%1").arg(i, 3, 10, QLatin1Char('0')));
+        book.keywords = QStringLiteral("~les~~hory~");
+        lib.addBook(book);
+    }
+    CViewZadavani *view = startFrame(lib);
+    QVERIFY(view);
+    QTabBar *tabs = view->sheet()->tabBar();
+    QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(CViewZadavani::Prohlizeni).center());
+    QCOMPARE(view->activeIndex(), int(CViewZadavani::Prohlizeni));
+    auto *page = qobject_cast<CPageProhlizeni *>(view->activePage());
+    QCOMPARE(page->currentRow(), 99);
+
+    struct Step
+    {
+        QKeyCombination key;
+        int row;
+    };
+    const QList<Step> walk = {
+        {Qt::CTRL | Qt::Key_Home, 0}, {Qt::Key_PageDown, 40},        {Qt::CTRL | Qt::Key_Down, 41},
+        {Qt::CTRL | Qt::Key_Up, 40},  {Qt::Key_PageUp, 0},           {Qt::CTRL | Qt::Key_End, 99},
+        {Qt::Key_PageUp, 59},         {Qt::CTRL | Qt::Key_Down, 60}, {Qt::CTRL | Qt::Key_End, 99}};
+    auto walkFrom = [&](QWidget *focus, const char *where) {
+        for (const Step &step : walk) {
+            QWidget *target = QApplication::focusWidget() ? QApplication::focusWidget() : m_frame.get();
+            if (focus)
+                QCOMPARE(target, focus);
+            QTest::keyClick(target, step.key.key(), step.key.keyboardModifiers());
+            QVERIFY2(page->currentRow() == step.row,
+                     qPrintable(QStringLiteral("%1: %2 at row %3")
+                                    .arg(QString::fromLatin1(where), QKeySequence(step.key).toString())
+                                    .arg(page->currentRow())));
+        }
+    };
+    // Right after the click, wherever the click left the focus.
+    walkFrom(nullptr, "tab");
+    const QList<QPair<QWidget *, const char *>> places = {
+        {page->form()->code, "code"},
+        {page->clientField(), "client"},
+        {page->form()->annotation, "annotation"},
+        {page->form()->keywordView, "keywords"},
+        {page->findChild<QPushButton *>(QStringLiteral("goTo")), "go to"},
+        {tabs, "tab bar"}};
+    for (const auto &[widget, where] : places) {
+        widget->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), widget);
+        walkFrom(widget, where);
+    }
+    QVERIFY(messages.numbers().isEmpty());
+
+    // On another page the keys stay with the fields.
+    view->setActivePage(CViewZadavani::Opravy);
+    auto *opravy = qobject_cast<CPageOpravy *>(view->activePage());
+    QPlainTextEdit *annotation = opravy->form()->annotation;
+    annotation->setEnabled(true);
+    annotation->setPlainText(QStringLiteral("první řádek\ndruhý řádek"));
+    annotation->moveCursor(QTextCursor::End);
+    annotation->setFocus();
+    QTRY_COMPARE(QApplication::focusWidget(), annotation);
+    QTest::keyClick(annotation, Qt::Key_Home, Qt::ControlModifier);
+    QCOMPARE(annotation->textCursor().position(), 0);
 }
 
 QTEST_MAIN(TestCzechUi)
