@@ -2,6 +2,7 @@
 
 #include "app/appstate.h"
 #include "app/commands.h"
+#include "app/mnemonics.h"
 
 #include <QAction>
 #include <QApplication>
@@ -46,26 +47,58 @@ CMainFrame::CMainFrame(QWidget *parent) : QMainWindow(parent)
 
 bool CMainFrame::eventFilter(QObject *watched, QEvent *event)
 {
-    // While a record can be browsed to, its keys browse wherever the focus is in the frame, also
-    // inside a read-only field of the browse page, which would otherwise move its cursor with them.
-    if (event->type() == QEvent::ShortcutOverride) {
-        auto *widget = qobject_cast<QWidget *>(watched);
-        if (widget && (widget == this || isAncestorOf(widget))) {
-            const QKeySequence key(static_cast<QKeyEvent *>(event)->keyCombination());
-            for (int command : {Cmd::NavFirst, Cmd::NavLast, Cmd::NavPageForward, Cmd::NavPageBack,
-                                Cmd::NavPrevious, Cmd::NavNext}) {
-                QAction *a = action(command);
-                if (a->shortcut() != key)
-                    continue;
-                updateCommandStates();
-                if (a->isEnabled()) {
-                    event->ignore(); // not taken by the field: the shortcut runs the command
-                    return true;
-                }
-            }
-        }
+    const bool keyEvent = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+    auto *widget = keyEvent ? qobject_cast<QWidget *>(watched) : nullptr;
+    if (!widget || (widget != this && !isAncestorOf(widget)))
+        return QMainWindow::eventFilter(watched, event);
+    const QKeySequence key(static_cast<QKeyEvent *>(event)->keyCombination());
+    if (event->type() == QEvent::ShortcutOverride && browsingKeyEnabled(key)) {
+        event->ignore(); // not taken by the field: the shortcut runs the command
+        return true;
+    }
+    if (const std::optional<MnemonicOwner> owner = viewMnemonic(widget, key)) {
+        // Taking the override keeps the menu bar out; the key press then comes here.
+        if (event->type() == QEvent::KeyPress)
+            activateMnemonic(*owner);
+        event->accept();
+        return true;
     }
     return QMainWindow::eventFilter(watched, event);
+}
+
+// While a record can be browsed to, its keys browse wherever the focus is in the frame, also
+// inside a read-only field of the browse page, which would otherwise move its cursor with them.
+bool CMainFrame::browsingKeyEnabled(const QKeySequence &key)
+{
+    for (int command : {Cmd::NavFirst, Cmd::NavLast, Cmd::NavPageForward, Cmd::NavPageBack, Cmd::NavPrevious,
+                        Cmd::NavNext}) {
+        QAction *a = action(command);
+        if (a->shortcut() == key) {
+            updateCommandStates();
+            return a->isEnabled();
+        }
+    }
+    return false;
+}
+
+// A view's letters are those of a dialog inside the frame: while the focus is in the view, Alt and
+// a letter that a control of the view shares with a menu title reaches the control, as Windows
+// gives a dialog's controls their letters before the menu's.
+std::optional<MnemonicOwner> CMainFrame::viewMnemonic(QWidget *focus, const QKeySequence &key) const
+{
+    const QKeyCombination combination = key[0];
+    if (combination.keyboardModifiers() != Qt::AltModifier)
+        return std::nullopt;
+    QWidget *view = m_stack->currentWidget();
+    if (!view || !view->isAncestorOf(focus))
+        return std::nullopt;
+    const QList<MnemonicOwner> menus = menuMnemonics(menuBar());
+    if (std::none_of(menus.begin(), menus.end(), [&](const MnemonicOwner &m) { return m.key == key; }))
+        return std::nullopt; // a letter of the view alone is Qt's business
+    for (const MnemonicOwner &owner : mnemonicOwners(view, focus))
+        if (owner.key == key)
+            return owner;
+    return std::nullopt;
 }
 
 CMainFrame::~CMainFrame()

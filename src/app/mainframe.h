@@ -1,12 +1,14 @@
 #pragma once
 
 #include "app/frameview.h"
+#include "app/mnemonics.h"
 #include "app/viewswitch.h"
 
 #include <QHash>
 #include <QMainWindow>
 
 #include <functional>
+#include <optional>
 
 class QAction;
 class QStackedWidget;
@@ -60,6 +62,8 @@ private:
         std::function<void()> run;
         std::function<bool()> enabled;
     };
+    bool browsingKeyEnabled(const QKeySequence &key);
+    std::optional<MnemonicOwner> viewMnemonic(QWidget *focus, const QKeySequence &key) const;
     void buildMenus();
     void buildToolBar();
     QAction *makeAction(int command, const QString &text, const QString &hint,

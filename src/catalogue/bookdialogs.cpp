@@ -248,14 +248,14 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
         return l;
     };
     sg->addWidget(m_lent, 0, 0);
-    sg->addWidget(buddy(QStringLiteral("D&ne"), m_lentOn), 0, 1);
+    sg->addWidget(buddy(QStringLiteral("Dne"), m_lentOn), 0, 1);
     sg->addWidget(m_lentOn, 0, 2);
-    sg->addWidget(buddy(QStringLiteral("Vrátit &do"), m_returnBy), 0, 3);
+    sg->addWidget(buddy(QStringLiteral("Vrátit do"), m_returnBy), 0, 3);
     sg->addWidget(m_returnBy, 0, 4);
-    sg->addWidget(buddy(QStringLiteral("Kl&ient"), m_client), 0, 5);
+    sg->addWidget(buddy(QStringLiteral("Klient"), m_client), 0, 5);
     sg->addWidget(m_client, 0, 6);
     sg->addWidget(m_discarded, 1, 0);
-    sg->addWidget(buddy(QStringLiteral("Dn&e"), m_discardedOn), 1, 1);
+    sg->addWidget(buddy(QStringLiteral("Dne"), m_discardedOn), 1, 1);
     sg->addWidget(m_discardedOn, 1, 2);
     sg->setColumnStretch(6, 1);
     for (CRvEdit *e : {m_lentOn, m_returnBy, m_discardedOn})

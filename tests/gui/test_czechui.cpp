@@ -1,22 +1,31 @@
 // What a Czech librarian expects of the windows: Qt's own texts in Czech, the labels as the
 // program writes them, Enter and the focus where the pages put them, mnemonics without clashes,
 // browsing by keys, and columns wide enough for their values.
+#include "app/aboutdialog.h"
 #include "app/appstate.h"
 #include "app/commands.h"
 #include "app/czechqt.h"
+#include "app/identitydialog.h"
 #include "app/mainframe.h"
+#include "app/mnemonics.h"
 #include "app/rvedit.h"
 #include "app/settingsdialogs.h"
+#include "backup/backupdialogs.h"
 #include "catalogue/bookdialogs.h"
 #include "catalogue/bookform.h"
 #include "catalogue/pagenoveknihy.h"
 #include "catalogue/pageopravy.h"
 #include "catalogue/pageprohlizeni.h"
+#include "catalogue/undodiscard.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
 #include "gui/features.h"
 #include "registers/categorydialogs.h"
 #include "registers/clientdialogs.h"
+#include "reports/protocoldialogs.h"
+#include "reports/reportdialogs.h"
+#include "reports/sestavaview.h"
+#include "search/vyhledavani.h"
 #include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
@@ -29,9 +38,11 @@
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFormLayout>
+#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabBar>
@@ -59,6 +70,20 @@ QStringList labelTexts(const QWidget *w)
     return texts;
 }
 
+// Pairs of texts in one window that share a mnemonic: "window: text / text".
+QStringList clashes(const QString &window, const QList<MnemonicOwner> &mnemonics)
+{
+    QStringList out;
+    // Letters that the program's texts themselves give twice in one window.
+    const QStringList shared = {QStringLiteral("&Přírůst. čís. od"), QStringLiteral("&Pořízení od")};
+    for (int i = 0; i < mnemonics.size(); ++i)
+        for (int j = i + 1; j < mnemonics.size(); ++j)
+            if (mnemonics.at(i).key == mnemonics.at(j).key &&
+                !(shared.contains(mnemonics.at(i).text) && shared.contains(mnemonics.at(j).text)))
+                out << QStringLiteral("%1: %2 / %3").arg(window, mnemonics.at(i).text, mnemonics.at(j).text);
+    return out;
+}
+
 void showActive(QWidget *w)
 {
     w->show();
@@ -80,6 +105,8 @@ private Q_SLOTS:
     void focusAfterRegisterCommands();
     void checkBoxesFollowEveryChange();
     void browsingByKeys();
+    void mnemonicsWithoutClashes();
+    void viewLettersBeforeMenus();
     void cleanup();
 
 private:
@@ -399,6 +426,112 @@ void TestCzechUi::browsingByKeys()
     QTRY_COMPARE(QApplication::focusWidget(), annotation);
     QTest::keyClick(annotation, Qt::Key_Home, Qt::ControlModifier);
     QCOMPARE(annotation->textCursor().position(), 0);
+}
+
+// Every window's mnemonics: two controls of one window never share a letter unless the program's
+// own texts give it to both; the menu titles share none among themselves. A page's control may
+// share its letter with a menu title: the control wins while its view has the focus.
+void TestCzechUi::mnemonicsWithoutClashes()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const qint32 client = lib.addClient(QStringLiteral("C-1"));
+    const qint32 book = lib.addBook(QStringLiteral("K-1"));
+    lib.lend({book}, client, 20260301, 20260401);
+    CViewZadavani *view = startFrame(lib);
+    QVERIFY(view);
+
+    QStringList found;
+    found << clashes(QStringLiteral("menu"), menuMnemonics(m_frame->menuBar()));
+    for (int i = 0; i < view->sheet()->count(); ++i) {
+        view->setActivePage(i);
+        found << clashes(view->sheet()->tabText(i), mnemonicOwners(m_frame->activeView()));
+    }
+    for (int target : {int(ViewSwitchRequest::SearchView)}) {
+        ViewSwitchRequest r;
+        r.target = target;
+        QVERIFY(m_frame->switchView(r));
+        found << clashes(QStringLiteral("view %1").arg(target), mnemonicOwners(m_frame->activeView()));
+    }
+
+    const SettingsRecord settings;
+    std::vector<std::unique_ptr<QDialog>> dialogs;
+    dialogs.emplace_back(new CDlgInstall);
+    dialogs.emplace_back(new CDlgBasicSettings);
+    dialogs.emplace_back(new CDlgProgramSettings);
+    dialogs.emplace_back(new CDlgIdentity(CDlgIdentity::AtStart, settings));
+    dialogs.emplace_back(new CDlgIdentity(CDlgIdentity::Lock, settings));
+    dialogs.emplace_back(new CDlgAbout);
+    dialogs.emplace_back(new CDlgNovaKategorie);
+    dialogs.emplace_back(new CDlgPrejmenovaniKategorie);
+    dialogs.emplace_back(new CDlgOdstraneniKategorie);
+    dialogs.emplace_back(new CDlgPresunKategorie);
+    dialogs.emplace_back(new CDlgSeznamKategorii);
+    auto *fresh = new CDlgNovyKlient;
+    fresh->form()->extended()->setChecked(true);
+    dialogs.emplace_back(fresh);
+    auto *edit = new CDlgOpravaKlienta;
+    edit->lookupEdit()->setText(QStringLiteral("C-1"));
+    edit->lookUp();
+    edit->form()->extended()->setChecked(true);
+    dialogs.emplace_back(edit);
+    dialogs.emplace_back(new CDlgOdstraneniKlienta);
+    dialogs.emplace_back(new CDlgDetailyKlienta(client));
+    dialogs.emplace_back(new CDlgSeznamKlientu);
+    dialogs.emplace_back(new CDlgVyberKlienta);
+    dialogs.emplace_back(new CGoToBookDialog);
+    dialogs.emplace_back(new CBookPickerDialog(
+        QStringLiteral("Knihy"), QStringLiteral("SELECT * FROM KNIHY ORDER BY KNIHY.KOD DESC")));
+    dialogs.emplace_back(new CBookDetailsDialog(book));
+    dialogs.emplace_back(new CUndoDiscardDialog);
+    dialogs.emplace_back(new CReportCategoryDialog);
+    dialogs.emplace_back(new CReportDateDialog);
+    dialogs.emplace_back(new CReportClientDialog(false));
+    dialogs.emplace_back(new CReportClientDialog(true));
+    dialogs.emplace_back(new CProtocolChooser(1));
+    dialogs.emplace_back(new CProtocolChooser(2));
+    dialogs.emplace_back(new CProtocolPeriodList(1));
+    dialogs.emplace_back(new CExportBackupDlg);
+    dialogs.emplace_back(new CImportBackupDlg);
+    for (const auto &d : dialogs) {
+        d->show();
+        found << clashes(d->windowTitle(), mnemonicOwners(d.get()));
+        for (const QLabel *label : d->findChildren<QLabel *>())
+            if (label->buddy())
+                QVERIFY2(!label->text().endsWith(QLatin1Char(':')), qPrintable(label->text()));
+        d->hide();
+    }
+    for (const QString &c : std::as_const(found))
+        qWarning("%s", qPrintable(c));
+    QCOMPARE(found, QStringList());
+}
+
+// "&Vrátit do" and "Na&vigace": the loans page's check box wins while the page has the focus; a
+// letter no control of the page has still opens its menu.
+void TestCzechUi::viewLettersBeforeMenus()
+{
+    TestLibrary lib;
+    CViewZadavani *view = startFrame(lib);
+    QVERIFY(view);
+    view->setActivePage(CViewZadavani::Vypujcky);
+    QWidget *loans = view->activePage();
+    auto *limit = loans->findChild<QCheckBox *>(QStringLiteral("limit"));
+    QWidget *bookCode = loans->findChild<QWidget *>(QStringLiteral("bookCode"));
+    QVERIFY(limit && bookCode);
+    bookCode->setFocus();
+    QTRY_COMPARE(QApplication::focusWidget(), bookCode);
+    const bool wasLimited = limit->isChecked();
+    QTest::keyClick(bookCode, Qt::Key_V, Qt::AltModifier);
+    QTRY_COMPARE(limit->isChecked(), !wasLimited);
+    QCOMPARE(QApplication::focusWidget(), limit);
+    QVERIFY(!QApplication::activePopupWidget());
+    QTest::keyClick(limit, Qt::Key_N, Qt::AltModifier);
+    QTRY_VERIFY(QApplication::activePopupWidget());
+    auto *popup = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    QVERIFY(popup);
+    QCOMPARE(popup->title(), QStringLiteral("&Nápověda"));
+    popup->close();
+    QCOMPARE(limit->isChecked(), !wasLimited);
 }
 
 QTEST_MAIN(TestCzechUi)
