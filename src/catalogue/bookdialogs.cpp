@@ -1,11 +1,13 @@
 #include "catalogue/bookdialogs.h"
 
+#include "app/columnfit.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookform.h"
 #include "catalogue/bookmodels.h"
 #include "data/checks.h"
 #include "data/database.h"
+#include "data/labels.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -173,7 +175,11 @@ CBookPickerDialog::CBookPickerDialog(const QString &heading, const QString &jetS
     }
     m_model = new BookPickerModel(std::move(rows), this);
     m_view->setModel(m_model);
-    m_view->setColumnWidth(BookPickerModel::Code, 62);
+    m_view->setColumnWidth(
+        BookPickerModel::Code,
+        qMax(62,
+             fittingColumnWidth(m_view, m_model->headerData(BookPickerModel::Code, Qt::Horizontal).toString(),
+                                longestCodeSample())));
     m_view->setColumnWidth(BookPickerModel::Title, 200);
     m_view->setColumnWidth(BookPickerModel::Author, 200);
     m_view->horizontalHeader()->setStretchLastSection(true);
@@ -302,11 +308,15 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     }
     m_historyModel = new LoanHistoryModel(d.history, this);
     m_history->setModel(m_historyModel);
+    // The client's code and the dates get room for their longest values, every column for its header.
     const int widths[LoanHistoryModel::ColumnCount] = {75, 75, 141, 75, 75, 75};
+    const QString samples[LoanHistoryModel::ColumnCount] = {
+        longestCodeSample(), QString(), QString(), widestDateSample(), widestDateSample(), QString()};
     for (int c = 0; c < LoanHistoryModel::ColumnCount; ++c)
-        m_history->setColumnWidth(c, widths[c]);
-    for (int c = 0; c < LoanHistoryModel::ColumnCount; ++c)
-        m_history->setColumnWidth(c, qMax(widths[c], m_history->horizontalHeader()->sectionSizeHint(c)));
+        m_history->setColumnWidth(
+            c, qMax(widths[c],
+                    fittingColumnWidth(m_history, m_historyModel->headerData(c, Qt::Horizontal).toString(),
+                                       samples[c])));
     m_history->horizontalHeader()->setStretchLastSection(true);
     sortAscendingOnClick(m_history);
     m_history->setMinimumHeight(120);

@@ -33,14 +33,16 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     m_list = new CPreparedList<PreparedBook>(
         {
             {QStringLiteral("Kód"), 60, [](const PreparedBook &b) { return b.code; },
-             [](const PreparedBook &b) { return QVariant(b.code); }},
+             [](const PreparedBook &b) { return QVariant(b.code); }, Qt::AlignLeft | Qt::AlignVCenter,
+             longestCodeSample()},
             {QStringLiteral("Název"), 254, [](const PreparedBook &b) { return b.title; },
              [](const PreparedBook &b) { return QVariant(b.title); }},
             {QStringLiteral("Autor"), 96, [](const PreparedBook &b) { return b.author; },
              [](const PreparedBook &b) { return QVariant(b.author); }},
             {QStringLiteral("Vrátit do"), 70,
              [](const PreparedBook &b) { return b.due == NoDate ? QString() : dateText(b.due); },
-             [](const PreparedBook &b) { return QVariant(b.due); }},
+             [](const PreparedBook &b) { return QVariant(b.due); }, Qt::AlignLeft | Qt::AlignVCenter,
+             widestDateSample()},
         },
         this);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDate>
+#include <QFont>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -18,6 +19,9 @@ struct PrintedTable
         QString header;
         int weight = 1; // share of the table's width
         bool alignRight = false;
+        // The longest value the column normally holds: the column is never narrower than it (nor
+        // than its header), so that such a value stays on one line.
+        QString sample = {};
     };
 
     QString title;
@@ -41,3 +45,13 @@ QString printPageCounterText(int page, int pages);
 int printTable(QPagedPaintDevice *device, const PrintedTable &doc);
 // Only the page count of the layout.
 int countPrintedPages(QPagedPaintDevice *device, const PrintedTable &doc);
+// How the table's columns come out on the device: their widths, the font of the rows, and the
+// blank left on each side of a cell's text.
+struct PrintedColumns
+{
+    QList<double> widths;
+    QFont font;
+    double padding = 0;
+};
+PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc);
+double printedCellPadding(QPagedPaintDevice *device);

@@ -17,6 +17,7 @@
 #include "catalogue/pageopravy.h"
 #include "catalogue/pageprohlizeni.h"
 #include "catalogue/undodiscard.h"
+#include "circulation/pagevypujcky.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
 #include "gui/features.h"
@@ -39,12 +40,14 @@
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QStyleOptionViewItem>
 #include <QTabBar>
 #include <QTableView>
 #include <QTreeView>
@@ -107,6 +110,7 @@ private Q_SLOTS:
     void browsingByKeys();
     void mnemonicsWithoutClashes();
     void viewLettersBeforeMenus();
+    void columnsHoldTheirValues();
     void cleanup();
 
 private:
@@ -532,6 +536,89 @@ void TestCzechUi::viewLettersBeforeMenus()
     QCOMPARE(popup->title(), QStringLiteral("&Nápověda"));
     popup->close();
     QCOMPARE(limit->isChecked(), !wasLimited);
+}
+
+// The lists of the circulation pages make room for their longest normal values: a code of 20
+// characters and a date in the program's form. Measured as the style lays a cell's text out.
+void TestCzechUi::columnsHoldTheirValues()
+{
+    TestLibrary lib;
+    MessageRecorder messages;
+    const QString code = QStringLiteral("BEL-2005-00000067890");
+    QCOMPARE(code.size(), 20);
+    lib.addBook(code);
+    CViewZadavani *view = startFrame(lib);
+    QVERIFY(view);
+
+    auto room = [](QTableView *list, int column, const QString &text) {
+        QStyleOptionViewItem option;
+        option.initFrom(list->viewport());
+        option.rect = QRect(0, 0, list->columnWidth(column), list->verticalHeader()->defaultSectionSize());
+        option.features = QStyleOptionViewItem::HasDisplay;
+        option.text = text;
+        option.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter;
+        const QRect textRect = list->style()->subElementRect(QStyle::SE_ItemViewItemText, &option, list);
+        const int margin = list->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, list) + 1;
+        return textRect.width() - 2 * margin;
+    };
+    auto columnOf = [](QTableView *list, const QString &header) {
+        for (int c = 0; c < list->model()->columnCount(); ++c)
+            if (list->model()->headerData(c, Qt::Horizontal).toString() == header)
+                return c;
+        return -1;
+    };
+    struct Fit
+    {
+        int page;
+        QString header;
+        QStringList values;
+    };
+    const QList<Fit> fits = {{CViewZadavani::Vypujcky, QStringLiteral("Kód"), {code}},
+                             {CViewZadavani::Vypujcky,
+                              QStringLiteral("Vrátit do"),
+                              {QStringLiteral(" 7. 3.2005"), QStringLiteral("28.12.2005")}},
+                             {CViewZadavani::Vraceni, QStringLiteral("Kód"), {code}},
+                             {CViewZadavani::Vyrazeni, QStringLiteral("Kód"), {code}}};
+    for (const Fit &fit : fits) {
+        view->setActivePage(fit.page);
+        auto *list = view->activePage()->findChild<QTableView *>();
+        QVERIFY(list);
+        const int column = columnOf(list, fit.header);
+        QVERIFY(column >= 0);
+        for (const QString &value : fit.values)
+            QVERIFY2(list->fontMetrics().horizontalAdvance(value) <= room(list, column, value),
+                     qPrintable(fit.header + QLatin1Char(' ') + value));
+        // The list still shows all its columns without scrolling.
+        QVERIFY(list->horizontalHeader()->length() <= list->viewport()->width());
+    }
+
+    // A book on the loans list, as the librarian sees it.
+    view->setActivePage(CViewZadavani::Vypujcky);
+    auto *loans = qobject_cast<CPageVypujcky *>(view->activePage());
+    loans->findChild<QLineEdit *>(QStringLiteral("bookCode"))->setText(code);
+    loans->lookUpBook();
+    loans->addBook();
+    QCOMPARE(loans->list()->rowCount(), 1);
+    auto *list = loans->findChild<QTableView *>();
+    for (const QString &header : {QStringLiteral("Kód"), QStringLiteral("Vrátit do")}) {
+        const int c = columnOf(list, header);
+        const QString text = list->model()->index(0, c).data().toString();
+        QVERIFY(!text.isEmpty());
+        QVERIFY2(list->fontMetrics().horizontalAdvance(text) <= room(list, c, text), qPrintable(text));
+    }
+
+    // The loan history of the book details: the client's code and the loan date.
+    const qint32 client = lib.addClient(QStringLiteral("CTE-2005-00000012345"));
+    const qint32 lent = lib.addBook(QStringLiteral("K-2"));
+    lib.lend({lent}, client, 20051228);
+    CBookDetailsDialog details(lent);
+    auto *history = details.findChild<QTableView *>(QStringLiteral("history"));
+    QVERIFY(history && history->model()->rowCount() == 1);
+    for (int c : {0, 3}) {
+        const QString text = history->model()->index(0, c).data().toString();
+        QVERIFY2(history->fontMetrics().horizontalAdvance(text) <= room(history, c, text), qPrintable(text));
+    }
+    QVERIFY(messages.numbers().isEmpty());
 }
 
 QTEST_MAIN(TestCzechUi)
