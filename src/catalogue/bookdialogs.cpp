@@ -269,7 +269,7 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
 
     m_history = makeList(this);
     m_history->setObjectName(QStringLiteral("history"));
-    auto *historyLabel = new QLabel(QStringLiteral("&Historie výpůjček knihy"), this);
+    auto *historyLabel = new QLabel(QStringLiteral("Historie výpůjček knihy"), this);
     historyLabel->setBuddy(m_history);
 
     auto *layout = new QVBoxLayout(this);

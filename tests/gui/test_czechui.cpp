@@ -103,7 +103,7 @@ class TestCzechUi : public QObject
 private Q_SLOTS:
     void initTestCase();
     void qtSpeaksCzech();
-    void clientLabelsAsWritten();
+    void labelsAsWritten();
     void enterInTypedFields();
     void focusAfterRegisterCommands();
     void checkBoxesFollowEveryChange();
@@ -179,26 +179,48 @@ void TestCzechUi::qtSpeaksCzech()
     QCOMPARE(QLocale().measurementSystem(), QLocale::MetricSystem);
 }
 
-// The labels of the client dialogs, as the program writes them: no colons, the mnemonics of the
-// register's own texts.
-void TestCzechUi::clientLabelsAsWritten()
+// The labels of the dialogs, as the program writes them: no colons, mnemonics only where the
+// program's texts have them.
+void TestCzechUi::labelsAsWritten()
 {
     TestLibrary lib;
-    const QStringList fields = {QStringLiteral("&Kód"),      QStringLiteral("&Jméno"),
+    const qint32 book = lib.addBook(QStringLiteral("K-1"));
+    const QStringList client = {QStringLiteral("&Kód"),      QStringLiteral("&Jméno"),
                                 QStringLiteral("&Příjmení"), QStringLiteral("&Doklad č."),
                                 QStringLiteral("&Narození"), QStringLiteral("&Adresa"),
                                 QStringLiteral("&Funkce")};
-    CDlgNovyKlient fresh;
-    CDlgOpravaKlienta edit;
-    CDlgDetailyKlienta details(-1);
-    for (QDialog *d : std::initializer_list<QDialog *>{&fresh, &edit, &details}) {
-        QStringList shown = labelTexts(d);
-        for (const QString &f : fields)
+    const QStringList overdue = {QStringLiteral("Vypsat knihy vypůjčené s prodlením ke dni")};
+    std::vector<std::pair<std::unique_ptr<QDialog>, QStringList>> dialogs;
+    dialogs.emplace_back(new CDlgNovyKlient, client);
+    dialogs.emplace_back(new CDlgOpravaKlienta,
+                         client + QStringList{QStringLiteral("&Opravit údaje o klientovi s kódem")});
+    dialogs.emplace_back(new CDlgDetailyKlienta(-1), client);
+    dialogs.emplace_back(new CReportClientDialog(false), QStringList{QStringLiteral("Kód klienta")});
+    dialogs.emplace_back(new CReportClientDialog(true), QStringList{QStringLiteral("Kód klienta")} + overdue);
+    dialogs.emplace_back(new CReportDateDialog, overdue);
+    dialogs.emplace_back(new CUndoDiscardDialog,
+                         QStringList{QStringLiteral("Kód knihy"), QStringLiteral("Název"),
+                                     QStringLiteral("Autor"), QStringLiteral("Pořízeno dne"),
+                                     QStringLiteral("Vyřazeno dne"), QStringLiteral("Kategorie")});
+    dialogs.emplace_back(new CBookDetailsDialog(book),
+                         QStringList{QStringLiteral("&Přírůstkové  číslo"), QStringLiteral("&Vydal"),
+                                     QStringLiteral("Dne"), QStringLiteral("Vrátit do"),
+                                     QStringLiteral("Klient"), QStringLiteral("Dne"),
+                                     QStringLiteral("Historie výpůjček knihy")});
+    for (const auto &[d, expected] : dialogs) {
+        QStringList shown = labelTexts(d.get());
+        for (const QString &f : expected)
             QVERIFY2(shown.removeOne(f), qPrintable(d->windowTitle() + QLatin1Char(' ') + f));
         for (const QString &rest : std::as_const(shown))
             QVERIFY2(!rest.endsWith(QLatin1Char(':')), qPrintable(rest));
     }
-    QCOMPARE(fresh.form()->extended()->text(), QStringLiteral("&Včetně doplňujících údajů"));
+    auto *fresh = static_cast<CDlgNovyKlient *>(dialogs.front().first.get());
+    QCOMPARE(fresh->form()->extended()->text(), QStringLiteral("&Včetně doplňujících údajů"));
+    auto *report = dialogs.at(3).first.get();
+    QStringList buttons;
+    for (const QPushButton *b : report->findChildren<QPushButton *>())
+        buttons << b->text();
+    QVERIFY2(buttons.contains(QStringLiteral("Nalistovat")), qPrintable(buttons.join(QLatin1Char('|'))));
 }
 
 // Enter in a typed field that its dialog does not handle itself acts as in every other field of
