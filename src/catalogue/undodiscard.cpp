@@ -65,12 +65,12 @@ CUndoDiscardDialog::CUndoDiscardDialog(QWidget *parent) : QDialog(parent)
     m_categories->setObjectName(QStringLiteral("categories"));
 
     auto *form = new QFormLayout;
-    form->addRow(QStringLiteral("&Kód knihy"), codeRow);
+    form->addRow(QStringLiteral("Kód knihy"), codeRow);
     form->addRow(QStringLiteral("Název"), m_title);
     form->addRow(QStringLiteral("Autor"), m_author);
     form->addRow(QStringLiteral("Pořízeno dne"), m_acquired);
     form->addRow(QStringLiteral("Vyřazeno dne"), m_discarded);
-    form->addRow(QStringLiteral("K&ategorie"), m_categories);
+    form->addRow(QStringLiteral("Kategorie"), m_categories);
     if (auto *l = qobject_cast<QLabel *>(form->labelForField(codeRow)))
         l->setBuddy(m_code);
 

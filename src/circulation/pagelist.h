@@ -1,9 +1,11 @@
 #pragma once
 
+#include "app/columnfit.h"
 #include "app/cp1250.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
+#include "data/labels.h"
 
 #include <QAbstractTableModel>
 #include <QApplication>
@@ -28,6 +30,7 @@ template <typename Item> struct PreparedColumn
     std::function<QString(const Item &)> text;
     std::function<QVariant(const Item &)> key;
     Qt::Alignment alignment = Qt::AlignLeft | Qt::AlignVCenter;
+    QString sample = {}; // the longest value the column normally shows; it gets room for it
 };
 
 // The list of books prepared on a page: it owns one record per row. New rows go to the top;
@@ -79,6 +82,7 @@ public:
     qsizetype size() const { return m_items.size(); }
     bool isEmpty() const { return m_items.isEmpty(); }
     int columnWidth(int column) const { return m_columns.at(column).width; }
+    QString columnSample(int column) const { return m_columns.at(column).sample; }
 
     void insertTop(const Item &item)
     {
@@ -160,8 +164,13 @@ template <typename Item> QTableView *makePreparedListView(CPreparedList<Item> *m
     view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
     view->horizontalHeader()->setSectionsClickable(true);
     view->horizontalHeader()->setHighlightSections(false);
-    for (int c = 0; c < model->columnCount(); ++c)
-        view->setColumnWidth(c, model->columnWidth(c));
+    for (int c = 0; c < model->columnCount(); ++c) {
+        const QString sample = model->columnSample(c);
+        const QString header = model->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString();
+        view->setColumnWidth(
+            c, sample.isEmpty() ? model->columnWidth(c)
+                                : std::max(model->columnWidth(c), fittingColumnWidth(view, header, sample)));
+    }
     // The title takes what the page gives beyond the columns' own widths.
     view->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
     QObject::connect(view->horizontalHeader(), &QHeaderView::sectionClicked, model,

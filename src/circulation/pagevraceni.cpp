@@ -31,7 +31,8 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
     m_list = new CPreparedList<ReturnListItem>(
         {
             {QStringLiteral("Kód"), 60, [](const ReturnListItem &b) { return b.code; },
-             [](const ReturnListItem &b) { return QVariant(b.code); }},
+             [](const ReturnListItem &b) { return QVariant(b.code); }, Qt::AlignLeft | Qt::AlignVCenter,
+             longestCodeSample()},
             {QStringLiteral("Název"), 254, [](const ReturnListItem &b) { return b.title; },
              [](const ReturnListItem &b) { return QVariant(b.title); }},
             {QStringLiteral("Autor"), 96, [](const ReturnListItem &b) { return b.author; },

@@ -33,14 +33,16 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     m_list = new CPreparedList<PreparedBook>(
         {
             {QStringLiteral("Kód"), 60, [](const PreparedBook &b) { return b.code; },
-             [](const PreparedBook &b) { return QVariant(b.code); }},
+             [](const PreparedBook &b) { return QVariant(b.code); }, Qt::AlignLeft | Qt::AlignVCenter,
+             longestCodeSample()},
             {QStringLiteral("Název"), 254, [](const PreparedBook &b) { return b.title; },
              [](const PreparedBook &b) { return QVariant(b.title); }},
             {QStringLiteral("Autor"), 96, [](const PreparedBook &b) { return b.author; },
              [](const PreparedBook &b) { return QVariant(b.author); }},
             {QStringLiteral("Vrátit do"), 70,
              [](const PreparedBook &b) { return b.due == NoDate ? QString() : dateText(b.due); },
-             [](const PreparedBook &b) { return QVariant(b.due); }},
+             [](const PreparedBook &b) { return QVariant(b.due); }, Qt::AlignLeft | Qt::AlignVCenter,
+             widestDateSample()},
         },
         this);
 
@@ -48,6 +50,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     BookLookupBox book = makeBookLookupBox(this);
     QGroupBox *bookBox = book.box;
     m_bookCode = book.code;
+    m_bookCode->setObjectName(QStringLiteral("bookCode"));
     QPushButton *bookOk = book.ok;
     QPushButton *bookPick = book.pick;
     m_title = book.title;
@@ -88,6 +91,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     auto *clientOk = pageButton(QStringLiteral("OK"), clientBox);
     auto *clientPick = pageButton(QStringLiteral("Nalistovat..."), clientBox);
     auto *newClient = pageButton(QStringLiteral("Nový klient"), clientBox);
+    newClient->setObjectName(QStringLiteral("newClient"));
     m_clientName = readOnlyField(clientBox);
     m_clientName->setObjectName(QStringLiteral("clientName"));
     auto *nameLabel = new QLabel(QStringLiteral("Jméno"), clientBox);
@@ -145,7 +149,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     connect(m_bookCode, &CRvEdit::enterPressed, this, &CPageVypujcky::lookUpBook);
     connect(bookOk, &QPushButton::clicked, this, &CPageVypujcky::lookUpBook);
     connect(bookPick, &QPushButton::clicked, this, &CPageVypujcky::pickBook);
-    connect(m_limit, &QCheckBox::clicked, this, &CPageVypujcky::limitToggled);
+    connect(m_limit, &QCheckBox::toggled, this, &CPageVypujcky::limitToggled);
     connect(m_add, &QPushButton::clicked, this, &CPageVypujcky::addBook);
     connect(remove, &QPushButton::clicked, this, &CPageVypujcky::removeSelected);
     connect(m_view, &QTableView::activated, this, &CPageVypujcky::showDetails);

@@ -19,7 +19,8 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
     m_list = new CPreparedList<DiscardListItem>(
         {
             {QStringLiteral("Kód"), 60, [](const DiscardListItem &b) { return b.code; },
-             [](const DiscardListItem &b) { return QVariant(b.code); }},
+             [](const DiscardListItem &b) { return QVariant(b.code); }, Qt::AlignLeft | Qt::AlignVCenter,
+             longestCodeSample()},
             {QStringLiteral("Název"), 300, [](const DiscardListItem &b) { return b.title; },
              [](const DiscardListItem &b) { return QVariant(b.title); }},
             {QStringLiteral("Autor"), 120, [](const DiscardListItem &b) { return b.author; },

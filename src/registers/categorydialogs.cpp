@@ -66,7 +66,7 @@ CDlgNovaKategorie::CDlgNovaKategorie(QWidget *parent) : QDialog(parent)
 {
     setWindowTitle(QStringLiteral("Zadejte název nové kategorie knih"));
     auto *layout = new QVBoxLayout(this);
-    auto *label = new QLabel(QStringLiteral("&Název nové kategorie:"), this);
+    auto *label = new QLabel(QStringLiteral("&Název nové kategorie"), this);
     m_name = new QLineEdit(this);
     m_name->setMaxLength(128);
     m_name->setMinimumWidth(m_name->fontMetrics().averageCharWidth() * 48);
@@ -116,8 +116,8 @@ CDlgPrejmenovaniKategorie::CDlgPrejmenovaniKategorie(QWidget *parent) : QDialog(
     m_name = new QLineEdit(this);
     m_name->setMaxLength(128);
     m_name->setMinimumWidth(m_name->fontMetrics().averageCharWidth() * 40);
-    form->addRow(QStringLiteral("&Kategorie:"), m_combo);
-    form->addRow(QStringLiteral("&Nový název:"), m_name);
+    form->addRow(QStringLiteral("&Kategorie"), m_combo);
+    form->addRow(QStringLiteral("&Nový název"), m_name);
     layout->addLayout(form);
     layout->addStretch(1);
     okAndCancel(this, layout, QStringLiteral("OK"));

@@ -73,14 +73,14 @@ CClientForm::CClientForm(QWidget *parent) : QWidget(parent)
 
     auto *form = new QFormLayout(this);
     form->setContentsMargins(0, 0, 0, 0);
-    form->addRow(QStringLiteral("&Kód:"), m_code);
-    form->addRow(QStringLiteral("&Jméno:"), m_first);
-    form->addRow(QStringLiteral("&Příjmení:"), m_surname);
+    form->addRow(QStringLiteral("&Kód"), m_code);
+    form->addRow(QStringLiteral("&Jméno"), m_first);
+    form->addRow(QStringLiteral("&Příjmení"), m_surname);
     form->addRow(m_extended);
-    form->addRow(QStringLiteral("&Doklad č.:"), m_document);
-    form->addRow(QStringLiteral("&Narození:"), m_birth);
-    form->addRow(QStringLiteral("&Adresa:"), m_address);
-    form->addRow(QStringLiteral("&Funkce:"), m_function);
+    form->addRow(QStringLiteral("&Doklad č."), m_document);
+    form->addRow(QStringLiteral("&Narození"), m_birth);
+    form->addRow(QStringLiteral("&Adresa"), m_address);
+    form->addRow(QStringLiteral("&Funkce"), m_function);
     connect(m_extended, &QCheckBox::toggled, this, &CClientForm::extendedToggled);
     extendedToggled(false);
 }
@@ -418,9 +418,9 @@ CDlgDetailyKlienta::CDlgDetailyKlienta(qint32 clientId, QWidget *parent) : QDial
         if (label == QStringLiteral("&Funkce")) {
             m_address = addressEdit(this);
             m_address->setReadOnly(true);
-            form->addRow(QStringLiteral("&Adresa:"), m_address);
+            form->addRow(QStringLiteral("&Adresa"), m_address);
         }
-        form->addRow(label + QLatin1Char(':'), e);
+        form->addRow(label, e);
     }
     layout->addLayout(form);
     QPushButton *ok = makeAcceptButton(QStringLiteral("OK"), this);

@@ -34,14 +34,16 @@ QWidget *dialogParent(CViewZadavani *view)
     return view ? static_cast<QWidget *>(view) : QApplication::activeWindow();
 }
 
-// The focus goes back where it was before the command's dialog.
+// The focus goes back where it was before the command's dialog, unless the page moved it on
+// purpose after the write (the loans page serves a new client from the loan date, the book pages
+// go on with the publisher after a new category).
 class FocusKeeper final
 {
 public:
     FocusKeeper() : m_focus(QApplication::focusWidget()) {}
     ~FocusKeeper()
     {
-        if (m_focus)
+        if (m_focus && m_focus->window()->focusWidget() == m_focus)
             m_focus->setFocus();
     }
     Q_DISABLE_COPY_MOVE(FocusKeeper)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDate>
+#include <QFont>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -20,6 +21,9 @@ struct PrintedTable
         QString header;
         int weight = 1; // share of the table's width
         bool alignRight = false;
+        // The longest value the column normally holds: the column is never narrower than it (nor
+        // than its header), so that such a value stays on one line.
+        QString sample = {};
     };
 
     QString title;
@@ -53,3 +57,13 @@ using PrintProgress = std::function<bool(int done, int total)>;
 // page counter. Returns the number of pages painted; cancelled is set when progress stopped it.
 int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs,
                 const PrintProgress &progress = {}, bool *cancelled = nullptr);
+// How the table's columns come out on the device: their widths, the font of the rows, and the
+// blank left on each side of a cell's text.
+struct PrintedColumns
+{
+    QList<double> widths;
+    QFont font;
+    double padding = 0;
+};
+PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc);
+double printedCellPadding(QPagedPaintDevice *device);
