@@ -5,7 +5,7 @@
 #include "app/rvedit.h"
 #include "catalogue/bookmodels.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
 
 #include <QApplication>
 #include <QComboBox>

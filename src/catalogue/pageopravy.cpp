@@ -1,16 +1,15 @@
 #include "catalogue/pageopravy.h"
 
-#include "data/recordsets.h"
-
 #include "app/appstate.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
 #include "catalogue/bookform.h"
+#include "catalogue/booklookup.h"
 #include "catalogue/bookmodels.h"
+#include "data/categories.h"
 #include "data/checks.h"
-#include "data/database.h"
-#include "data/statements.h"
+#include "data/dberror.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -173,7 +172,7 @@ void CPageOpravy::pick()
 {
     const std::optional<PickedBook> chosen =
         pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné opravovat."),
-                 QString::fromLatin1(Stmt::PickNotDiscarded));
+                 bookListStatement(BookList::NotDiscarded));
     if (!chosen)
         return;
     m_form->code->setText(chosen->code);
@@ -296,8 +295,8 @@ void CPageOpravy::categoriesChanged()
 
 bool CPageOpravy::categoryAdded(const QString &name)
 {
-    const qint32 id = CSetKategorie::findByName(name);
-    return id >= 0 && categoryAdded(id, name);
+    const std::optional<qint32> id = visibleCategoryId(name);
+    return id && categoryAdded(*id, name);
 }
 
 bool CPageOpravy::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)

@@ -6,7 +6,7 @@
 #include "catalogue/bookdialogs.h"
 #include "catalogue/bookform.h"
 #include "catalogue/booklookup.h"
-#include "data/database.h"
+#include "data/dberror.h"
 
 #include <QGridLayout>
 #include <QLabel>

@@ -5,11 +5,11 @@
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
+#include "catalogue/booklookup.h"
 #include "circulation/circulationcore.h"
 #include "data/checks.h"
 #include "data/dates.h"
-#include "data/recordsets.h"
-#include "data/statements.h"
+#include "data/dberror.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -147,19 +147,18 @@ void CUndoDiscardDialog::lookUp()
     }
     QApplication::setOverrideCursor(Qt::WaitCursor);
     try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyDiscardedByKod, qUtf8Printable(code)));
+        const std::optional<BookRow> book = discardedBookByCode(code);
         QApplication::restoreOverrideCursor();
-        if (book.isEOF()) {
+        if (!book) {
             showMessage(122);
             m_code->setFocus();
             return;
         }
-        m_title->setText(book.m_NAZEV);
-        m_author->setText(book.m_AUTOR);
-        m_acquired->setText(dateText(book.m_DATUM_PORIZENI));
-        m_discarded->setText(dateText(book.m_DATUM_VYRAZENI));
-        m_bookId = book.m_ID_KNIHY_KNIHY;
+        m_title->setText(book->title);
+        m_author->setText(book->author);
+        m_acquired->setText(dateText(book->acquired));
+        m_discarded->setText(dateText(book->discardedOn));
+        m_bookId = book->id;
     } catch (const DbError &) {
         QApplication::restoreOverrideCursor();
         showMessage(123);
@@ -177,7 +176,7 @@ void CUndoDiscardDialog::lookUp()
 void CUndoDiscardDialog::pickBook()
 {
     const auto picked = ::pickBook(this, QStringLiteral("Vyberte knihu ze seznamu vyřazených knih."),
-                                   QString::fromUtf8(Stmt::PickDiscarded));
+                                   bookListStatement(BookList::Discarded));
     if (!picked)
         return;
     m_code->setText(picked->code);

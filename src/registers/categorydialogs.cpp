@@ -2,7 +2,7 @@
 
 #include "app/messages.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
 #include "registers/registercore.h"
 #include "registers/registerwidgets.h"
 

@@ -3,7 +3,7 @@
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
 #include "registers/registerwidgets.h"
 
 #include <QApplication>
