@@ -61,6 +61,11 @@ private:
 // Shorthand: MessageCode(n).show().
 int showMessage(int number);
 
+class DbError;
+// The one answer of a page or dialog to a failed database action: logs the engine's text and the
+// statement (category folivo.db) and shows the page's catalogue message.
+int showDbError(int number, const DbError &error);
+
 // While a catalogue message is being shown: its number (several numbers share one text, so a
 // handler cannot tell them apart by the text). 0 for any other box.
 int catalogueNumberBeingShown();

@@ -111,8 +111,8 @@ bool CGoToBookDialog::tryAccept()
     try {
         WaitCursor wait;
         id = bookInUseId(code);
-    } catch (const DbError &) {
-        showMessage(79);
+    } catch (const DbError &e) {
+        showDbError(79, e);
         return false;
     }
     if (id == -1) {
@@ -164,8 +164,8 @@ CBookPickerDialog::CBookPickerDialog(const QString &heading, const QString &jetS
     try {
         WaitCursor wait;
         rows = pickerRows(jetSql);
-    } catch (const DbError &) {
-        showMessage(34);
+    } catch (const DbError &e) {
+        showDbError(34, e);
         return;
     } catch (const std::bad_alloc &) {
         showMessage(49);
@@ -281,7 +281,8 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     try {
         WaitCursor wait;
         d = readBookDetails(bookId);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         d.message = 34;
     }
     if (d.message != 0) {

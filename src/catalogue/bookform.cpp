@@ -316,7 +316,8 @@ bool BookForm::fillCategories()
     bool ok = true;
     try {
         items = visibleCategories();
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         ok = false;
     }
     QApplication::restoreOverrideCursor();

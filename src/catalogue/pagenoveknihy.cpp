@@ -121,8 +121,8 @@ void CPageNoveknihy::proposeAccession()
 {
     try {
         m_form->accession->setText(QString::asprintf("%d", suggestedAccession()));
-    } catch (const DbError &) {
-        showMessage(31);
+    } catch (const DbError &e) {
+        showDbError(31, e);
     }
 }
 
@@ -149,7 +149,8 @@ bool CPageNoveknihy::save()
     QApplication::setOverrideCursor(Qt::WaitCursor);
     try {
         addBook(e);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         QApplication::restoreOverrideCursor();
         showMessage(34);
         m_form->code->setFocus();

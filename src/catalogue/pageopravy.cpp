@@ -139,8 +139,8 @@ bool CPageOpravy::load()
         row = findBookInUse(code);
         if (row)
             category = categoryName(row->category);
-    } catch (const DbError &) {
-        showMessage(42);
+    } catch (const DbError &e) {
+        showDbError(42, e);
         clearPage(false);
         return false;
     }
@@ -207,7 +207,8 @@ bool CPageOpravy::correct()
             clearPage(false);
             return false;
         }
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         // Rolled back: the page keeps the book and what was typed.
         showMessage(42);
         return false;
@@ -254,8 +255,8 @@ bool CPageOpravy::remove()
             clearPage(false);
             return false;
         }
-    } catch (const DbError &) {
-        showMessage(42);
+    } catch (const DbError &e) {
+        showDbError(42, e);
         return false;
     }
     clearPage(false);
@@ -278,8 +279,8 @@ void CPageOpravy::categoriesChanged()
         row = findBookById(m_bookId);
         if (row)
             name = categoryName(row->category);
-    } catch (const DbError &) {
-        showMessage(42);
+    } catch (const DbError &e) {
+        showDbError(42, e);
         return;
     }
     const int index = name ? m_form->category->findText(*name, Qt::MatchStartsWith) : -1;

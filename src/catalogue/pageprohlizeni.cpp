@@ -48,7 +48,8 @@ void CPageProhlizeni::onActivate()
     try {
         m_order = browseOrder();
         m_open = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_open = false;
         showMessage(79);
         return;
@@ -83,8 +84,8 @@ void CPageProhlizeni::showRow(int row)
             if (book->client != -1)
                 client = clientLabel(book->client);
         }
-    } catch (const DbError &) {
-        showMessage(79);
+    } catch (const DbError &e) {
+        showDbError(79, e);
         return;
     }
     if (!book || !category || (book->client != -1 && !client)) {

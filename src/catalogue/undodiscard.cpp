@@ -104,8 +104,8 @@ bool CUndoDiscardDialog::prepare()
     try {
         for (const CategoryItem &c : visibleCategories())
             m_categories->addItem(c.name, c.id);
-    } catch (const DbError &) {
-        showMessage(123);
+    } catch (const DbError &e) {
+        showDbError(123, e);
         return false;
     }
     reset();
@@ -159,7 +159,8 @@ void CUndoDiscardDialog::lookUp()
         m_acquired->setText(dateText(book->acquired));
         m_discarded->setText(dateText(book->discardedOn));
         m_bookId = book->id;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         QApplication::restoreOverrideCursor();
         showMessage(123);
         return;
@@ -196,8 +197,8 @@ void CUndoDiscardDialog::restore()
     }
     try {
         restoreBook(m_bookId, m_categories->currentData().toInt());
-    } catch (const DbError &) {
-        showMessage(123);
+    } catch (const DbError &e) {
+        showDbError(123, e);
         reject();
         return;
     }

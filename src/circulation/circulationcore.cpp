@@ -11,7 +11,7 @@ template <typename Set> void openExisting(Set &set, const QString &sql, const ch
 {
     set.open(sql);
     if (set.isEOF())
-        throw DbError(QStringLiteral("%1 not found: %2").arg(QLatin1String(what), sql));
+        throw DbError(QStringLiteral("%1 not found").arg(QLatin1String(what)), sql);
 }
 
 } // namespace

@@ -260,7 +260,8 @@ void lookUpBookCode(CRvEdit *codeEdit, const BookCodeMessages &messages, Refuse 
         if (!book->category)
             return refuse(messages.noCategory);
         found(code, *book);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         refuse(messages.dbError);
     }
 }
@@ -286,7 +287,8 @@ inline void refreshBookCategory(qint32 bookId, qint32 *categoryId, QLineEdit *sh
             *categoryId = category->id;
             shown->setText(category->name);
         }
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
     }
 }
 

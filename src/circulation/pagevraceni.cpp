@@ -297,8 +297,8 @@ void CPageVraceni::giveBack()
     qint32 number = -1;
     try {
         number = returnBooks(m_returnDate, books, [this](int row) { m_list->removeAt(row); });
-    } catch (const DbError &) {
-        showMessage(72);
+    } catch (const DbError &e) {
+        showDbError(72, e);
         partialClear();
         m_bookCode->setFocus();
         return;

@@ -275,7 +275,8 @@ void CPageVypujcky::addBook()
         item.author = book->author;
         item.bookId = book->id;
         item.acquired = book->acquired;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         return refuse(59);
     }
     if (m_limit->isChecked()) {
@@ -325,8 +326,8 @@ void CPageVypujcky::lookUpClient()
         m_clientName->setText(client->fullName());
         m_clientId = client->id;
         m_loanDate->setFocus();
-    } catch (const DbError &) {
-        showMessage(59);
+    } catch (const DbError &e) {
+        showDbError(59, e);
     }
 }
 
@@ -353,8 +354,8 @@ void CPageVypujcky::clientChosen(const QString &code)
         m_clientName->setText(client->fullName());
         m_clientId = client->id;
         m_loanDate->setFocus();
-    } catch (const DbError &) {
-        showMessage(59);
+    } catch (const DbError &e) {
+        showDbError(59, e);
     }
 }
 
@@ -445,8 +446,8 @@ void CPageVypujcky::lend()
         for (const PreparedBook &b : items)
             books << LoanBook{b.bookId, b.due};
         loanNumber = lendBooks(m_clientId, loanDate, books, [this](int row) { m_list->removeAt(row); });
-    } catch (const DbError &) {
-        showMessage(59);
+    } catch (const DbError &e) {
+        showDbError(59, e);
         partialClear();
         m_bookCode->setFocus();
         return;

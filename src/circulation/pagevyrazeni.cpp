@@ -191,7 +191,8 @@ void CPageVyrazeni::addBook()
         item.author = book->author;
         item.bookId = book->id;
         item.acquired = book->acquired;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         return refuse(47);
     }
     m_list->insertTop(item);
@@ -253,7 +254,8 @@ void CPageVyrazeni::discard()
         bool done = false;
         try {
             done = discardBook(m_list->at(row).bookId, discardDate);
-        } catch (const DbError &) {
+        } catch (const DbError &e) {
+            logDbError(e);
             done = false;
         }
         if (!done) {

@@ -124,7 +124,8 @@ CDlgPrejmenovaniKategorie::CDlgPrejmenovaniKategorie(QWidget *parent) : QDialog(
     try {
         fillCategoryCombo(m_combo);
         m_filled = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_filled = false;
     }
 }
@@ -195,7 +196,8 @@ CDlgOdstraneniKategorie::CDlgOdstraneniKategorie(QWidget *parent) : QDialog(pare
     try {
         fillCategoryCombo(m_combo);
         m_filled = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_filled = false;
     }
 }
@@ -224,8 +226,8 @@ bool CDlgOdstraneniKategorie::check()
             m_combo->setFocus();
             return false;
         }
-    } catch (const DbError &) {
-        showMessage(4);
+    } catch (const DbError &e) {
+        showDbError(4, e);
         return false;
     }
     const int answer = RvMessageBox(
@@ -330,7 +332,8 @@ CDlgPresunKategorie::CDlgPresunKategorie(QWidget *parent) : QDialog(parent)
         fillCategoryCombo(m_combo1);
         fillCategoryCombo(m_combo2);
         m_filled = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_filled = false;
     }
     setPending(false);
@@ -364,7 +367,8 @@ void CDlgPresunKategorie::categoryChosen(int half)
         for (const Registers::MovableBook &b : books)
             rows << CRegisterListModel::Row{{b.code, b.title}, b.id, b.category};
         m->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m->clear();
         showMessage(4);
     }
@@ -463,8 +467,8 @@ bool CDlgPresunKategorie::apply()
     try {
         WaitCursor wait;
         Registers::moveBooks(moves);
-    } catch (const DbError &) {
-        showMessage(4);
+    } catch (const DbError &e) {
+        showDbError(4, e);
         return false;
     }
     for (int r = 0; r < m_model1->rowCount(); ++r)
@@ -511,7 +515,8 @@ CDlgSeznamKategorii::CDlgSeznamKategorii(QWidget *parent) : QDialog(parent)
         for (const Registers::CategoryRow &r : visibleCategories())
             rows << CRegisterListModel::Row{{r.name}, r.id, -1};
         m_model->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_model->clear();
         showMessage(4);
     }

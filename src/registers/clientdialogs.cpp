@@ -283,7 +283,8 @@ bool CDlgOpravaKlienta::lookUp()
     try {
         WaitCursor wait;
         client = Registers::clientByCode(code);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         setFound(false);
         showMessage(13);
         return false;
@@ -389,8 +390,8 @@ bool CDlgOdstraneniKlienta::check()
             return false;
         }
         m_id = client->id;
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(13, e);
         return false;
     }
     return true;
@@ -433,8 +434,8 @@ CDlgDetailyKlienta::CDlgDetailyKlienta(qint32 clientId, QWidget *parent) : QDial
     try {
         WaitCursor wait;
         client = Registers::clientById(m_id);
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(13, e);
     }
     if (!client)
         return;
@@ -491,7 +492,8 @@ CDlgSeznamKlientu::CDlgSeznamKlientu(QWidget *parent) : QDialog(parent)
         for (const Registers::ClientRecord &c : Registers::visibleClients())
             rows << CRegisterListModel::Row{{c.data.code, c.data.first, c.data.surname}, c.id, -1};
         m_model->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_model->clear();
         showMessage(13);
     }
@@ -553,7 +555,8 @@ CDlgVyberKlienta::CDlgVyberKlienta(QWidget *parent) : QDialog(parent)
         for (const Registers::ClientRecord &c : Registers::clientsBySurname())
             rows << CRegisterListModel::Row{{c.data.surname, c.data.first, c.data.code}, c.id, -1};
         m_model->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_model->clear();
         showMessage(18);
     }

@@ -63,8 +63,8 @@ bool saveNewCategory(CEntryPage *page, const QString &name)
         }
         try {
             Registers::addCategory(name);
-        } catch (const DbError &) {
-            showMessage(4);
+        } catch (const DbError &e) {
+            showDbError(4, e);
             return false;
         }
     }
@@ -84,8 +84,8 @@ bool saveRenamedCategory(CEntryPage *page, qint32 id, const QString &oldName, co
         }
         try {
             Registers::renameCategory(oldName, newName);
-        } catch (const DbError &) {
-            showMessage(4);
+        } catch (const DbError &e) {
+            showDbError(4, e);
             return false;
         }
     }
@@ -99,8 +99,8 @@ bool saveRemovedCategory(CEntryPage *page, qint32 id, const QString &name)
     try {
         WaitCursor wait;
         Registers::hideCategory(id);
-    } catch (const DbError &) {
-        showMessage(4);
+    } catch (const DbError &e) {
+        showDbError(4, e);
         return false;
     }
     if (page && !page->categoryRemoved(name))
@@ -176,8 +176,8 @@ bool saveNewClient(CEntryPage *page, const Registers::ClientData &data)
         }
         try {
             id = Registers::addClient(data);
-        } catch (const DbError &) {
-            showMessage(13);
+        } catch (const DbError &e) {
+            showDbError(13, e);
             return false;
         }
     }
@@ -192,8 +192,8 @@ bool saveChangedClient(CEntryPage *page, qint32 id, const Registers::ClientData 
     try {
         WaitCursor wait;
         changed = Registers::changeClient(id, data);
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(13, e);
         return false;
     }
     if (changed && page)
@@ -206,8 +206,8 @@ bool saveRemovedClient(CEntryPage *page, qint32 id)
     try {
         WaitCursor wait;
         Registers::hideClient(id);
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(13, e);
         return false;
     }
     if (page)

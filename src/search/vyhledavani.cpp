@@ -290,7 +290,8 @@ bool CVyhledavani::PrepareSearchForm()
     try {
         for (const CategoryItem &c : visibleCategories())
             m_category->addItem(c.name, c.id);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         ok = false;
     }
     m_category->setCurrentIndex(-1);
