@@ -37,7 +37,7 @@ CMainFrame *startProgram(const StartupOptions &options, int *exitCode)
     *exitCode = 1;
     QDir().mkpath(options.dataDir);
     if (!QDir::setCurrent(options.dataDir)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         return nullptr;
     }
     app.dataDir = QDir::currentPath();
@@ -57,7 +57,7 @@ CMainFrame *startProgram(const StartupOptions &options, int *exitCode)
 
     QString detail;
     if (Database::open(QString::fromLatin1(Database::FileName), &detail) != Database::OpenResult::Ok) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         return nullptr;
     }
     auto *frame = new CMainFrame;

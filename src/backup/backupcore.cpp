@@ -259,7 +259,7 @@ CopyResult WriteBackupVolume(QFile &volume, QIODevice &source, const BackupHeade
 {
     const QByteArray head = header.toBytes();
     if (!writeAll(volume, head.constData(), head.size())) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     }
     const qint64 length = header.dataLength;
@@ -268,11 +268,11 @@ CopyResult WriteBackupVolume(QFile &volume, QIODevice &source, const BackupHeade
     while (*copied < length && inVolume < maxData) {
         const qint64 want = std::min({Backup::BlockSize, length - *copied, maxData - inVolume});
         if (readFully(source, block.data(), want) != want) {
-            showMessage(2);
+            showMessage(Message::FatalError);
             return CopyResult::Failed;
         }
         if (!writeAll(volume, block.constData(), want) || !volume.flush()) {
-            showMessage(101);
+            showMessage(Message::BackupNotWritten);
             return CopyResult::Failed;
         }
         *copied += want;
@@ -284,7 +284,7 @@ CopyResult WriteBackupVolume(QFile &volume, QIODevice &source, const BackupHeade
             return CopyResult::Quit;
     }
     if (!writeEndMark(volume)) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     }
     return CopyResult::Done;
@@ -295,7 +295,7 @@ CopyResult exportToFile(const QString &databasePath, QFile &backup, const Backup
 {
     QFile database(databasePath);
     if (!database.open(QIODevice::ReadOnly) || database.size() > qint64(0xFFFFFFFFu)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         backup.close();
         return CopyResult::Failed;
     }
@@ -311,11 +311,11 @@ CopyResult exportToFile(const QString &databasePath, QFile &backup, const Backup
         WriteBackupVolume(backup, database, header, qint64(header.dataLength), &copied, callbacks);
     database.close();
     if (result == CopyResult::Done && !(writeEndMark(backup) && syncFile(backup))) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         result = CopyResult::Failed;
     }
     if (!closeVolume(backup) && result == CopyResult::Done) {
-        showMessage(100);
+        showMessage(Message::BackupProblem);
         result = CopyResult::Failed;
     }
     return result;
@@ -326,7 +326,7 @@ CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDi
 {
     QFile database(databasePath);
     if (!database.open(QIODevice::ReadOnly) || database.size() > qint64(0xFFFFFFFFu)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         firstVolume.close();
         return CopyResult::Failed;
     }
@@ -349,12 +349,12 @@ CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDi
         WriteBackupVolume(firstVolume, database, header, Backup::VolumeDataSize, &copied, callbacks);
     for (quint32 k = 2; result == CopyResult::Done && k <= header.volumeCount; ++k) {
         if (!syncFile(*current)) {
-            showMessage(101);
+            showMessage(Message::BackupNotWritten);
             result = CopyResult::Failed;
             break;
         }
         if (!closeVolume(*current)) {
-            showMessage(100);
+            showMessage(Message::BackupProblem);
             result = CopyResult::Failed;
             break;
         }
@@ -364,7 +364,7 @@ CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDi
             MessageKind::Information, ButtonsOk);
         auto volume = std::make_unique<QFile>(floppyVolumePath(floppyDir, int(k)));
         if (!volume->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-            showMessage(99);
+            showMessage(Message::BackupNotOpened);
             result = CopyResult::Failed;
             break;
         }
@@ -375,11 +375,11 @@ CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDi
     }
     database.close();
     if (result == CopyResult::Done && !(writeEndMark(*current) && syncFile(*current))) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         result = CopyResult::Failed;
     }
     if (!closeVolume(*current) && result == CopyResult::Done) {
-        showMessage(100);
+        showMessage(Message::BackupProblem);
         result = CopyResult::Failed;
     }
     firstVolume.close();
@@ -391,12 +391,12 @@ CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupC
 {
     QFile first(sourceName);
     if (!first.open(QIODevice::ReadOnly)) {
-        showMessage(99);
+        showMessage(Message::BackupNotOpened);
         return CopyResult::Failed;
     }
     BackupHeader header;
     if (!readHeader(first, &header) || header.volumeIndex != 0 || header.formatMark != Backup::FormatMark) {
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         return CopyResult::Failed;
     }
     const qint64 length = header.dataLength;
@@ -411,17 +411,17 @@ CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupC
     case VolumeRead::Done:
         break;
     case VolumeRead::Short:
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         return CopyResult::Failed;
     case VolumeRead::WriteFailed:
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     case VolumeRead::Quit:
         return CopyResult::Quit;
     }
     // The second end mark of a last volume is never read.
     if (!endMarkFollows(first)) {
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         return CopyResult::Failed;
     }
     first.close();
@@ -438,32 +438,32 @@ CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupC
             }
             QFile volume(name);
             if (!volume.open(QIODevice::ReadOnly)) {
-                showMessage(99);
+                showMessage(Message::BackupNotOpened);
                 continue;
             }
             BackupHeader next;
             if (!readHeader(volume, &next) || next.volumeIndex != k - 1 || next.tag != tag) {
-                showMessage(102);
+                showMessage(Message::BackupNotFolivo);
                 continue;
             }
             // A volume that breaks off or ends wrongly is asked for again; what it already gave
             // stays in the temporary file, which is not rewound.
             const VolumeRead read = copyVolumeData(volume, temporary, amount, before, length, callbacks);
             if (read == VolumeRead::WriteFailed) {
-                showMessage(101);
+                showMessage(Message::BackupNotWritten);
                 return CopyResult::Failed;
             }
             if (read == VolumeRead::Quit)
                 return CopyResult::Quit;
             if (read == VolumeRead::Short || !endMarkFollows(volume)) {
-                showMessage(102);
+                showMessage(Message::BackupNotFolivo);
                 continue;
             }
             break;
         }
     }
     if (!syncFile(temporary) || !closeVolume(temporary)) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     }
     return CopyResult::Done;

@@ -67,7 +67,7 @@ BackupOutcome finishExport(CopyResult result, const QString &dataDir, const Back
         callbacks.progress(0, QString());
     setBusy(callbacks, false);
     if (!reopen(dataDir)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     switch (result) {
@@ -89,17 +89,17 @@ BackupOutcome swapDatabase(const QString &dataDir)
     QFile::remove(previous);
     Database::close();
     if (!QFile::rename(live, previous)) {
-        showMessage(104);
+        showMessage(Message::BackupNotReplaced);
         if (reopen(dataDir))
             return BackupOutcome::Failed;
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     if (!QFile::rename(restored, live)) {
-        showMessage(104);
+        showMessage(Message::BackupNotReplaced);
         // Put the previous database back, so that the next start finds it where it belongs.
         QFile::rename(previous, live);
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     syncDirectory(dataDir);
@@ -107,7 +107,7 @@ BackupOutcome swapDatabase(const QString &dataDir)
     QFile::remove(restored);
     if (!reopen(dataDir)) {
         // The previous database stays in Temp/Tmp_old.dat.
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     QFile::remove(previous);
@@ -134,7 +134,7 @@ BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &cal
     if (request.toFloppies) {
         QFile first(floppyVolumePath(request.floppyDir, 1));
         if (!first.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-            showMessage(99);
+            showMessage(Message::BackupNotOpened);
             return BackupOutcome::Stayed;
         }
         Database::close();
@@ -146,7 +146,7 @@ BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &cal
 
     const QString name = request.fileName.trimmed();
     if (name.isEmpty()) {
-        showMessage(98);
+        showMessage(Message::BackupNameMissing);
         return BackupOutcome::Stayed;
     }
     if (QFileInfo::exists(name) &&
@@ -156,12 +156,12 @@ BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &cal
         return BackupOutcome::Stayed;
     QDir(request.dataDir).mkdir(QStringLiteral("Export"));
     if (sameFile(name, database)) {
-        showMessage(99);
+        showMessage(Message::BackupNotOpened);
         return BackupOutcome::Stayed;
     }
     QFile backup(name);
     if (!backup.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        showMessage(99);
+        showMessage(Message::BackupNotOpened);
         return BackupOutcome::Stayed;
     }
     Database::close();
@@ -174,7 +174,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
 {
     const QString name = request.fileName.trimmed();
     if (name.isEmpty()) {
-        showMessage(98);
+        showMessage(Message::BackupNameMissing);
         return BackupOutcome::Stayed;
     }
     if (RvMessageBox(QString(),
@@ -186,14 +186,14 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     const QString restored = restoredImagePath(request.dataDir);
     QFile temporary(restored);
     if (!temporary.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return BackupOutcome::Stayed;
     }
     setBusy(callbacks, true);
     // The database stays open while the backup is read; it is never read as a backup itself,
     // since closing a second handle on it would drop the program's lock.
     if (sameFile(name, databasePath(request.dataDir))) {
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         setBusy(callbacks, false);
         return BackupOutcome::Failed;
     }
@@ -207,7 +207,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     QString why;
     if (!isSoundDatabaseImage(restored, length, &why)) {
         qWarning("backup import: %s", qUtf8Printable(why));
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         setBusy(callbacks, false);
         return BackupOutcome::Failed;
     }

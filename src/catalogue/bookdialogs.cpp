@@ -97,13 +97,13 @@ bool CGoToBookDialog::tryAccept()
 {
     const QString code = m_code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(82);
+        showMessage(Message::BrowseCodeMissing);
         m_code->clear();
         m_code->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_code->setFocus();
         return false;
     }
@@ -112,11 +112,11 @@ bool CGoToBookDialog::tryAccept()
         WaitCursor wait;
         id = bookInUseId(code);
     } catch (const DbError &e) {
-        showDbError(79, e);
+        showDbError(Message::BrowseDbError, e);
         return false;
     }
     if (id == -1) {
-        showMessage(81);
+        showMessage(Message::BrowseBookNotFound);
         m_code->clear();
         m_code->setFocus();
         return false;
@@ -165,10 +165,10 @@ CBookPickerDialog::CBookPickerDialog(const QString &heading, const QString &jetS
         WaitCursor wait;
         rows = pickerRows(jetSql);
     } catch (const DbError &e) {
-        showDbError(34, e);
+        showDbError(Message::BookDbError, e);
         return;
     } catch (const std::bad_alloc &) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return;
     }
     m_model = new BookPickerModel(std::move(rows), this);

@@ -323,7 +323,7 @@ bool BookForm::fillCategories()
     QApplication::restoreOverrideCursor();
     category->clear();
     if (!ok) {
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
         return false;
     }
     std::stable_sort(items.begin(), items.end(), [](const CategoryItem &a, const CategoryItem &b) {
@@ -376,7 +376,7 @@ void BookForm::removeKeywords()
     for (const QModelIndex &i : keywordView->selectionModel()->selectedRows())
         rows << i.row();
     if (rows.isEmpty()) {
-        showMessage(30);
+        showMessage(Message::KeywordNotChosen);
         return;
     }
     keywordModel->removeRows(rows);

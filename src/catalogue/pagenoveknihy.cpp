@@ -122,7 +122,7 @@ void CPageNoveknihy::proposeAccession()
     try {
         m_form->accession->setText(QString::asprintf("%d", suggestedAccession()));
     } catch (const DbError &e) {
-        showDbError(31, e);
+        showDbError(Message::AccessionNotGenerated, e);
     }
 }
 
@@ -152,7 +152,7 @@ bool CPageNoveknihy::save()
     } catch (const DbError &e) {
         logDbError(e);
         QApplication::restoreOverrideCursor();
-        showMessage(34);
+        showMessage(Message::BookDbError);
         m_form->code->setFocus();
         return false;
     }

@@ -123,12 +123,12 @@ bool CPageOpravy::load()
 {
     const QString code = m_form->code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(40);
+        showMessage(Message::BookCodeMissing);
         m_form->code->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_form->code->setFocus();
         return false;
     }
@@ -140,18 +140,18 @@ bool CPageOpravy::load()
         if (row)
             category = categoryName(row->category);
     } catch (const DbError &e) {
-        showDbError(42, e);
+        showDbError(Message::BookCorrectionDbError, e);
         clearPage(false);
         return false;
     }
     if (!row) {
-        showMessage(41);
+        showMessage(Message::BookNotFound);
         m_form->code->setFocus();
         return false;
     }
     const int comboIndex = category ? m_form->category->findText(*category, Qt::MatchStartsWith) : -1;
     if (comboIndex < 0) {
-        showMessage(43);
+        showMessage(Message::BookCorrectionIntegrity);
         clearPage(false);
         return false;
     }
@@ -203,14 +203,14 @@ bool CPageOpravy::correct()
     try {
         WaitCursor wait;
         if (!correctBook(m_bookId, e)) {
-            showMessage(42);
+            showMessage(Message::BookCorrectionDbError);
             clearPage(false);
             return false;
         }
     } catch (const DbError &e) {
         logDbError(e);
         // Rolled back: the page keeps the book and what was typed.
-        showMessage(42);
+        showMessage(Message::BookCorrectionDbError);
         return false;
     }
     InputHistory &h = AppState::instance().history;
@@ -251,12 +251,12 @@ bool CPageOpravy::remove()
     try {
         WaitCursor wait;
         if (!deleteBook(m_bookId)) {
-            showMessage(42);
+            showMessage(Message::BookCorrectionDbError);
             clearPage(false);
             return false;
         }
     } catch (const DbError &e) {
-        showDbError(42, e);
+        showDbError(Message::BookCorrectionDbError, e);
         return false;
     }
     clearPage(false);
@@ -280,12 +280,12 @@ void CPageOpravy::categoriesChanged()
         if (row)
             name = categoryName(row->category);
     } catch (const DbError &e) {
-        showDbError(42, e);
+        showDbError(Message::BookCorrectionDbError, e);
         return;
     }
     const int index = name ? m_form->category->findText(*name, Qt::MatchStartsWith) : -1;
     if (!row || index < 0) {
-        showMessage(43);
+        showMessage(Message::BookCorrectionIntegrity);
         clearPage(false);
         return;
     }

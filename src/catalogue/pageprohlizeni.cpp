@@ -51,7 +51,7 @@ void CPageProhlizeni::onActivate()
     } catch (const DbError &e) {
         logDbError(e);
         m_open = false;
-        showMessage(79);
+        showMessage(Message::BrowseDbError);
         return;
     }
     if (m_order.empty()) {
@@ -85,11 +85,11 @@ void CPageProhlizeni::showRow(int row)
                 client = clientLabel(book->client);
         }
     } catch (const DbError &e) {
-        showDbError(79, e);
+        showDbError(Message::BrowseDbError, e);
         return;
     }
     if (!book || !category || (book->client != -1 && !client)) {
-        showMessage(80);
+        showMessage(Message::BrowseIntegrity);
         clearPage();
         m_form->code->setFocus();
         return;
@@ -177,7 +177,7 @@ bool CPageProhlizeni::showBook(qint32 bookId)
 {
     const auto it = std::find(m_order.begin(), m_order.end(), bookId);
     if (!m_open || it == m_order.end()) {
-        showMessage(79);
+        showMessage(Message::BrowseDbError);
         return false;
     }
     showRow(int(it - m_order.begin()));

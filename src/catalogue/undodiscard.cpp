@@ -105,7 +105,7 @@ bool CUndoDiscardDialog::prepare()
         for (const CategoryItem &c : visibleCategories())
             m_categories->addItem(c.name, c.id);
     } catch (const DbError &e) {
-        showDbError(123, e);
+        showDbError(Message::RestoreDbError, e);
         return false;
     }
     reset();
@@ -136,12 +136,12 @@ void CUndoDiscardDialog::lookUp()
         return; // the search is locked while a book is shown
     const QString code = m_code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(121);
+        showMessage(Message::RestoreCodeMissing);
         m_code->setFocus();
         return;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_code->setFocus();
         return;
     }
@@ -150,7 +150,7 @@ void CUndoDiscardDialog::lookUp()
         const std::optional<BookRow> book = discardedBookByCode(code);
         QApplication::restoreOverrideCursor();
         if (!book) {
-            showMessage(122);
+            showMessage(Message::DiscardedBookNotFound);
             m_code->setFocus();
             return;
         }
@@ -162,7 +162,7 @@ void CUndoDiscardDialog::lookUp()
     } catch (const DbError &e) {
         logDbError(e);
         QApplication::restoreOverrideCursor();
-        showMessage(123);
+        showMessage(Message::RestoreDbError);
         return;
     }
     // The former category is not proposed: the librarian chooses where the book goes.
@@ -187,18 +187,18 @@ void CUndoDiscardDialog::pickBook()
 void CUndoDiscardDialog::restore()
 {
     if (m_bookId == -1) {
-        showMessage(121);
+        showMessage(Message::RestoreCodeMissing);
         m_code->setFocus();
         return;
     }
     if (m_categories->currentIndex() < 0) {
-        showMessage(124);
+        showMessage(Message::BookCategoryNotChosen);
         return;
     }
     try {
         restoreBook(m_bookId, m_categories->currentData().toInt());
     } catch (const DbError &e) {
-        showDbError(123, e);
+        showDbError(Message::RestoreDbError, e);
         reject();
         return;
     }

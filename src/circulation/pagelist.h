@@ -248,7 +248,7 @@ void lookUpBookCode(CRvEdit *codeEdit, const BookCodeMessages &messages, Refuse 
     if (code.isEmpty())
         return refuse(messages.empty);
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         codeEdit->setFocus();
         return;
     }

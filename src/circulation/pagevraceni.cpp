@@ -285,7 +285,7 @@ bool CPageVraceni::categoryRenamed(qint32 id, const QString &oldName, const QStr
 void CPageVraceni::giveBack()
 {
     if (m_list->isEmpty()) {
-        showMessage(78);
+        showMessage(Message::ReturnListEmpty);
         partialClear();
         m_bookCode->setFocus();
         return;
@@ -298,7 +298,7 @@ void CPageVraceni::giveBack()
     try {
         number = returnBooks(m_returnDate, books, [this](int row) { m_list->removeAt(row); });
     } catch (const DbError &e) {
-        showDbError(72, e);
+        showDbError(Message::ReturnDbError, e);
         partialClear();
         m_bookCode->setFocus();
         return;

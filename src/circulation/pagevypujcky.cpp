@@ -282,7 +282,7 @@ void CPageVypujcky::addBook()
     if (m_limit->isChecked()) {
         QDate due;
         if (!m_due->GetAsOleDate(due)) {
-            showMessage(66);
+            showMessage(Message::LoanDueDateInvalid);
             m_due->setFocus();
             return;
         }
@@ -314,7 +314,7 @@ void CPageVypujcky::lookUpClient()
     if (code.isEmpty())
         return refuse(63);
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_clientCode->setFocus();
         return;
     }
@@ -327,7 +327,7 @@ void CPageVypujcky::lookUpClient()
         m_clientId = client->id;
         m_loanDate->setFocus();
     } catch (const DbError &e) {
-        showDbError(59, e);
+        showDbError(Message::LoanDbError, e);
     }
 }
 
@@ -355,7 +355,7 @@ void CPageVypujcky::clientChosen(const QString &code)
         m_clientId = client->id;
         m_loanDate->setFocus();
     } catch (const DbError &e) {
-        showDbError(59, e);
+        showDbError(Message::LoanDbError, e);
     }
 }
 
@@ -401,13 +401,13 @@ void CPageVypujcky::categoriesChanged()
 void CPageVypujcky::lend()
 {
     if (m_list->isEmpty()) {
-        showMessage(67);
+        showMessage(Message::LoanListEmpty);
         m_bookCode->setFocus();
         return;
     }
     QDate date;
     if (!m_loanDate->GetAsOleDate(date)) {
-        showMessage(68);
+        showMessage(Message::LoanDateInvalid);
         m_loanDate->setFocus();
         return;
     }
@@ -427,7 +427,7 @@ void CPageVypujcky::lend()
         return;
     }
     if (m_clientId == -1) {
-        showMessage(63);
+        showMessage(Message::LoanClientCodeMissing);
         m_clientCode->setFocus();
         return;
     }
@@ -436,7 +436,7 @@ void CPageVypujcky::lend()
     try {
         if (!clientStillInUse(m_clientId)) {
             // Hidden since it was chosen; the id stays, the texts go.
-            showMessage(64);
+            showMessage(Message::LoanClientNotFound);
             m_clientCode->clear();
             m_clientName->clear();
             m_clientCode->setFocus();
@@ -447,7 +447,7 @@ void CPageVypujcky::lend()
             books << LoanBook{b.bookId, b.due};
         loanNumber = lendBooks(m_clientId, loanDate, books, [this](int row) { m_list->removeAt(row); });
     } catch (const DbError &e) {
-        showDbError(59, e);
+        showDbError(Message::LoanDbError, e);
         partialClear();
         m_bookCode->setFocus();
         return;

@@ -168,7 +168,7 @@ void CPageVyrazeni::addBook()
         m_bookCode->setFocus();
     };
     if (m_bookId == -1) {
-        showMessage(50);
+        showMessage(Message::DiscardNoBook);
         m_bookCode->setFocus();
         return;
     }
@@ -182,7 +182,7 @@ void CPageVyrazeni::addBook()
             return refuse(47);
         if (book->lent) {
             // A lent book has to come back before it can be discarded.
-            showMessage(53);
+            showMessage(Message::DiscardBookLent);
             m_bookCode->setFocus();
             return;
         }
@@ -226,20 +226,20 @@ bool CPageVyrazeni::categoryRenamed(qint32 id, const QString &oldName, const QSt
 void CPageVyrazeni::discard()
 {
     if (m_list->isEmpty()) {
-        showMessage(54);
+        showMessage(Message::DiscardListEmpty);
         m_bookCode->setFocus();
         return;
     }
     QDate date;
     if (!m_discardDate->GetAsOleDate(date)) {
-        showMessage(55);
+        showMessage(Message::DiscardDateInvalid);
         m_discardDate->setFocus();
         return;
     }
     const DateNumber discardDate = dateNumberFromDate(date);
     for (int i = int(m_list->size()) - 1; i >= 0; --i) {
         if (m_list->at(i).acquired > discardDate) {
-            showMessage(86);
+            showMessage(Message::DiscardBeforeAcquisition);
             m_discardDate->setFocus();
             return;
         }
@@ -259,7 +259,7 @@ void CPageVyrazeni::discard()
             done = false;
         }
         if (!done) {
-            showMessage(47);
+            showMessage(Message::DiscardDbError);
             partialClear();
             m_bookCode->setFocus();
             return;

@@ -133,7 +133,7 @@ CDlgPrejmenovaniKategorie::CDlgPrejmenovaniKategorie(QWidget *parent) : QDialog(
 int CDlgPrejmenovaniKategorie::exec()
 {
     if (!m_filled) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return Rejected;
     }
     return QDialog::exec();
@@ -153,17 +153,17 @@ bool CDlgPrejmenovaniKategorie::check()
 {
     const QString name = newName();
     if (m_combo->currentIndex() < 0 || oldName().isEmpty()) {
-        showMessage(8);
+        showMessage(Message::CategoryNotChosen);
         m_combo->setFocus();
         return false;
     }
     if (name.isEmpty()) {
-        showMessage(3);
+        showMessage(Message::CategoryNameMissing);
         m_name->setFocus();
         return false;
     }
     if (hasForbiddenChars(name)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_name->setFocus();
         return false;
     }
@@ -205,7 +205,7 @@ CDlgOdstraneniKategorie::CDlgOdstraneniKategorie(QWidget *parent) : QDialog(pare
 int CDlgOdstraneniKategorie::exec()
 {
     if (!m_filled) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return Rejected;
     }
     return QDialog::exec();
@@ -214,7 +214,7 @@ int CDlgOdstraneniKategorie::exec()
 bool CDlgOdstraneniKategorie::check()
 {
     if (m_combo->currentIndex() < 0) {
-        showMessage(8);
+        showMessage(Message::CategoryNotChosen);
         m_combo->setFocus();
         return false;
     }
@@ -222,12 +222,12 @@ bool CDlgOdstraneniKategorie::check()
     try {
         WaitCursor wait;
         if (Registers::categoryHasBooksInStock(id)) {
-            showMessage(90);
+            showMessage(Message::CategoryHoldsBooks);
             m_combo->setFocus();
             return false;
         }
     } catch (const DbError &e) {
-        showDbError(4, e);
+        showDbError(Message::CategoryDbError, e);
         return false;
     }
     const int answer = RvMessageBox(
@@ -343,7 +343,7 @@ CDlgPresunKategorie::CDlgPresunKategorie(QWidget *parent) : QDialog(parent)
 int CDlgPresunKategorie::exec()
 {
     if (!m_filled) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return Rejected;
     }
     return QDialog::exec();
@@ -370,7 +370,7 @@ void CDlgPresunKategorie::categoryChosen(int half)
     } catch (const DbError &e) {
         logDbError(e);
         m->clear();
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
     }
     updateArrows();
 }
@@ -422,15 +422,15 @@ void CDlgPresunKategorie::invertSelection(int half)
 bool CDlgPresunKategorie::moveSelected(int fromHalf)
 {
     if (m_combo1->currentIndex() < 0) {
-        showMessage(91);
+        showMessage(Message::LeftCategoryNotChosen);
         return false;
     }
     if (m_combo2->currentIndex() < 0) {
-        showMessage(92);
+        showMessage(Message::RightCategoryNotChosen);
         return false;
     }
     if (m_combo1->currentData().toInt() == m_combo2->currentData().toInt()) {
-        showMessage(93);
+        showMessage(Message::SameCategories);
         return false;
     }
     QList<int> rows;
@@ -444,7 +444,7 @@ bool CDlgPresunKategorie::moveSelected(int fromHalf)
         for (auto it = taken.crbegin(); it != taken.crend(); ++it)
             target->insertAtTop(*it);
     } catch (const std::bad_alloc &) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         dropAll();
         return false;
     }
@@ -468,7 +468,7 @@ bool CDlgPresunKategorie::apply()
         WaitCursor wait;
         Registers::moveBooks(moves);
     } catch (const DbError &e) {
-        showDbError(4, e);
+        showDbError(Message::CategoryDbError, e);
         return false;
     }
     for (int r = 0; r < m_model1->rowCount(); ++r)
@@ -518,6 +518,6 @@ CDlgSeznamKategorii::CDlgSeznamKategorii(QWidget *parent) : QDialog(parent)
     } catch (const DbError &e) {
         logDbError(e);
         m_model->clear();
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
     }
 }

@@ -270,12 +270,12 @@ bool CDlgOpravaKlienta::lookUp()
 {
     const QString code = m_lookup->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(14);
+        showMessage(Message::ClientCodeMissingForEdit);
         m_lookup->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_lookup->setFocus();
         return false;
     }
@@ -286,7 +286,7 @@ bool CDlgOpravaKlienta::lookUp()
     } catch (const DbError &e) {
         logDbError(e);
         setFound(false);
-        showMessage(13);
+        showMessage(Message::ClientDbError);
         return false;
     }
     if (!client || !client->visible) {
@@ -367,12 +367,12 @@ bool CDlgOdstraneniKlienta::check()
 {
     const QString code = m_code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(88);
+        showMessage(Message::ClientCodeMissing);
         m_code->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_code->setFocus();
         return false;
     }
@@ -380,18 +380,18 @@ bool CDlgOdstraneniKlienta::check()
         WaitCursor wait;
         const std::optional<Registers::ClientRecord> client = Registers::clientByCode(code);
         if (!client) {
-            showMessage(15);
+            showMessage(Message::ClientNotFound);
             m_code->setFocus();
             return false;
         }
         if (Registers::clientHoldsBook(client->id)) {
-            showMessage(89);
+            showMessage(Message::ClientHoldsBook);
             m_code->setFocus();
             return false;
         }
         m_id = client->id;
     } catch (const DbError &e) {
-        showDbError(13, e);
+        showDbError(Message::ClientDbError, e);
         return false;
     }
     return true;
@@ -435,7 +435,7 @@ CDlgDetailyKlienta::CDlgDetailyKlienta(qint32 clientId, QWidget *parent) : QDial
         WaitCursor wait;
         client = Registers::clientById(m_id);
     } catch (const DbError &e) {
-        showDbError(13, e);
+        showDbError(Message::ClientDbError, e);
     }
     if (!client)
         return;
@@ -495,7 +495,7 @@ CDlgSeznamKlientu::CDlgSeznamKlientu(QWidget *parent) : QDialog(parent)
     } catch (const DbError &e) {
         logDbError(e);
         m_model->clear();
-        showMessage(13);
+        showMessage(Message::ClientDbError);
     }
     if (m_model->rowCount() > 0)
         m_list->setCurrentIndex(m_model->index(0, 0));
@@ -558,7 +558,7 @@ CDlgVyberKlienta::CDlgVyberKlienta(QWidget *parent) : QDialog(parent)
     } catch (const DbError &e) {
         logDbError(e);
         m_model->clear();
-        showMessage(18);
+        showMessage(Message::ClientListDbError);
     }
     if (m_model->rowCount() > 0)
         m_list->setCurrentIndex(m_model->index(0, 0));

@@ -64,13 +64,13 @@ bool saveNewCategory(CEntryPage *page, const QString &name)
         try {
             Registers::addCategory(name);
         } catch (const DbError &e) {
-            showDbError(4, e);
+            showDbError(Message::CategoryDbError, e);
             return false;
         }
     }
     AppState::instance().history.remember(name, 8);
     if (page && !page->categoryAdded(name))
-        showMessage(7);
+        showMessage(Message::CategoryAddedListFailed);
     return true;
 }
 
@@ -85,12 +85,12 @@ bool saveRenamedCategory(CEntryPage *page, qint32 id, const QString &oldName, co
         try {
             Registers::renameCategory(oldName, newName);
         } catch (const DbError &e) {
-            showDbError(4, e);
+            showDbError(Message::CategoryDbError, e);
             return false;
         }
     }
     if (page && !page->categoryRenamed(id, oldName, newName))
-        showMessage(7);
+        showMessage(Message::CategoryAddedListFailed);
     return true;
 }
 
@@ -100,11 +100,11 @@ bool saveRemovedCategory(CEntryPage *page, qint32 id, const QString &name)
         WaitCursor wait;
         Registers::hideCategory(id);
     } catch (const DbError &e) {
-        showDbError(4, e);
+        showDbError(Message::CategoryDbError, e);
         return false;
     }
     if (page && !page->categoryRemoved(name))
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
     return true;
 }
 
@@ -177,7 +177,7 @@ bool saveNewClient(CEntryPage *page, const Registers::ClientData &data)
         try {
             id = Registers::addClient(data);
         } catch (const DbError &e) {
-            showDbError(13, e);
+            showDbError(Message::ClientDbError, e);
             return false;
         }
     }
@@ -193,7 +193,7 @@ bool saveChangedClient(CEntryPage *page, qint32 id, const Registers::ClientData 
         WaitCursor wait;
         changed = Registers::changeClient(id, data);
     } catch (const DbError &e) {
-        showDbError(13, e);
+        showDbError(Message::ClientDbError, e);
         return false;
     }
     if (changed && page)
@@ -207,7 +207,7 @@ bool saveRemovedClient(CEntryPage *page, qint32 id)
         WaitCursor wait;
         Registers::hideClient(id);
     } catch (const DbError &e) {
-        showDbError(13, e);
+        showDbError(Message::ClientDbError, e);
         return false;
     }
     if (page)
