@@ -436,7 +436,7 @@ int CDlgProgramSettings::applyOk()
     m_choices->storeInto(r, days);
     AppState &app = AppState::instance();
     if (!r.write(app.iniPath)) {
-        showMessage(27);
+        showMessage(Message::SettingsNotSaved);
         QDialog::reject();
         return 27;
     }

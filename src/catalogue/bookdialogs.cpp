@@ -6,7 +6,7 @@
 #include "catalogue/bookform.h"
 #include "catalogue/bookmodels.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
 #include "data/labels.h"
 
 #include <QApplication>
@@ -99,13 +99,13 @@ bool CGoToBookDialog::tryAccept()
 {
     const QString code = m_code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(82);
+        showMessage(Message::BrowseCodeMissing);
         m_code->clear();
         m_code->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_code->setFocus();
         return false;
     }
@@ -113,12 +113,12 @@ bool CGoToBookDialog::tryAccept()
     try {
         WaitCursor wait;
         id = bookInUseId(code);
-    } catch (const DbError &) {
-        showMessage(79);
+    } catch (const DbError &e) {
+        showDbError(Message::BrowseDbError, e);
         return false;
     }
     if (id == -1) {
-        showMessage(81);
+        showMessage(Message::BrowseBookNotFound);
         m_code->clear();
         m_code->setFocus();
         return false;
@@ -166,11 +166,11 @@ CBookPickerDialog::CBookPickerDialog(const QString &heading, const QString &jetS
     try {
         WaitCursor wait;
         rows = pickerRows(jetSql);
-    } catch (const DbError &) {
-        showMessage(34);
+    } catch (const DbError &e) {
+        showDbError(Message::BookDbError, e);
         return;
     } catch (const std::bad_alloc &) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return;
     }
     m_model = new BookPickerModel(std::move(rows), this);
@@ -287,7 +287,8 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     try {
         WaitCursor wait;
         d = readBookDetails(bookId);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         d.message = 34;
     }
     if (d.message != 0) {

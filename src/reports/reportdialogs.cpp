@@ -30,7 +30,7 @@ bool readDate(CRvEdit *field, ReportDate *out)
 {
     QDate date;
     if (!field->GetAsOleDate(date)) {
-        showMessage(95);
+        showMessage(Message::DateInvalid);
         field->setFocus();
         return false;
     }
@@ -84,7 +84,7 @@ bool CReportCategoryDialog::fill()
 bool CReportCategoryDialog::checkOk()
 {
     if (m_list->currentIndex() < 0) {
-        showMessage(8);
+        showMessage(Message::CategoryNotChosen);
         m_list->setFocus();
         return false;
     }

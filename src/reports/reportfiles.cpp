@@ -61,7 +61,7 @@ bool exportReportHtml(QWidget *parent, const QString &title, const QList<ReportR
     if (path.isEmpty())
         return false;
     if (!writeReportHtml(path, title, rows, summary)) {
-        showMessage(120);
+        showMessage(Message::HtmlNotWritten);
         return false;
     }
     return true;
