@@ -31,6 +31,12 @@ QString resolveDataDir(const CliArgs &args);
 // about box, when the directory has none. False with a message when it cannot be written.
 bool installShippedFiles(const QString &dir, QString *error);
 
+// Makes the data directory the working directory, as the program does at start-up, so that an
+// output is checked against this library's own files. Returns the output path made absolute
+// first (a relative one is meant from where the command was started); empty when the directory
+// cannot be entered.
+QString enterDataDir(const QString &dir, const QString &output);
+
 int cliFail(const QString &message); // prints "folivo-cli: message" and returns 1
 void cliPrint(const QString &message);
 

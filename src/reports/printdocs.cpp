@@ -1,6 +1,5 @@
 #include "reports/printdocs.h"
 
-#include <QFile>
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
@@ -63,16 +62,35 @@ PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, 
     return doc;
 }
 
-bool writePdf(const PrintedTable &doc, const QString &path, int *pages)
+QPageLayout programPageLayout()
 {
-    QPdfWriter writer(path);
-    writer.setCreator(QStringLiteral("FOLIVO 2.0"));
-    writer.setTitle(doc.title);
-    writer.setResolution(300);
-    writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
-                                     QMarginsF(15, 15, 15, 12), QPageLayout::Millimeter));
-    const int n = printTable(&writer, doc);
-    if (pages)
-        *pages = n;
-    return n > 0 && QFile::exists(path);
+    return QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, QMarginsF(15, 15, 15, 12),
+                       QPageLayout::Millimeter);
+}
+
+PdfResult writePdf(const PrintedTable &doc, const QString &path, const PageProgress &progress,
+                   const QPageLayout &layout, int resolution)
+{
+    PdfResult result;
+    SafeFile::Writer file(path);
+    result.file = file.open();
+    if (!result.file.ok())
+        return result;
+    {
+        QPdfWriter writer(file.device());
+        writer.setCreator(QStringLiteral("FOLIVO 2.0"));
+        writer.setTitle(doc.title);
+        writer.setResolution(resolution);
+        writer.setPageLayout(layout);
+        result.print = printTable(&writer, doc, progress);
+    }
+    if (!result.print.finished) {
+        file.cancel();
+        result.file = {SafeFile::Status::WriteFailed, path,
+                       result.print.cancelled ? QStringLiteral("stopped by the user")
+                                              : QStringLiteral("the pages could not be painted")};
+        return result;
+    }
+    result.file = file.commit();
+    return result;
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "data/safefile.h"
 #include "reports/printlayout.h"
 #include "reports/protocolcore.h"
 #include "reports/reportcore.h"
+
+#include <QPageLayout>
 
 // The printed forms of the reports and protocols.
 PrintedTable loanProtocolDocument(const LoanProtocol &protocol, const QDate &printedOn);
@@ -10,5 +13,20 @@ PrintedTable returnProtocolDocument(const ReturnProtocol &protocol, const QDate 
 PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, const QString &summary,
                             const QDate &printedOn);
 
-// Writes the document as an A4 PDF file. False when the file cannot be written.
-bool writePdf(const PrintedTable &doc, const QString &path, int *pages = nullptr);
+// The program's page: A4 portrait with its margins.
+QPageLayout programPageLayout();
+
+// What writing a PDF file came to: the print job and the file.
+struct PdfResult
+{
+    PrintOutcome print;
+    SafeFile::Result file;
+    bool ok() const { return print.finished && file.ok(); }
+};
+
+// Writes the document as a PDF file (the program's page at 300 dpi unless told otherwise) through
+// the safe writer: a target that is one of the program's own files is refused, and a failed
+// write, a painter that cannot finish or a job stopped by progress leave the previous file as it
+// was and no partial one.
+PdfResult writePdf(const PrintedTable &doc, const QString &path, const PageProgress &progress = {},
+                   const QPageLayout &layout = programPageLayout(), int resolution = 300);

@@ -5,6 +5,7 @@
 #include <QPagedPaintDevice>
 #include <QPainter>
 
+#include <array>
 #include <numeric>
 
 QString printFooterText(const QDate &date)
@@ -20,15 +21,50 @@ QString printPageCounterText(int page, int pages)
 
 namespace {
 
-// Sizes in points; the painter turns them into device units.
+// Sizes in points; the fonts are sized in the layout device's pixels, so that a page paints the
+// same on the printer, into a PDF file and scaled into the preview.
 constexpr double TitlePt = 15;
 constexpr double BodyPt = 10;
 constexpr double FooterPt = 8;
 
-class Layout
+// Advances of the characters of one font, for a quick answer whether a cell's text fits on one
+// line. Measuring every cell exactly costs a text layout each; a report of 100,000 books would
+// spend seconds on it before its first page.
+class AdvanceTable
 {
 public:
-    Layout(QPagedPaintDevice *device, const PrintedTable &doc) : m_device(device), m_doc(doc)
+    AdvanceTable(const QFont &font, const QPaintDevice *device) : m_metrics(font, device)
+    {
+        m_advances.fill(-1);
+    }
+    // The width of the text as the sum of its characters; negative when a character is outside
+    // the table or breaks the line.
+    double estimate(const QString &text)
+    {
+        double w = 0;
+        for (const QChar c : text) {
+            const char16_t u = c.unicode();
+            if (u >= m_advances.size() || u < 0x20)
+                return -1;
+            double &a = m_advances[u];
+            if (a < 0)
+                a = m_metrics.horizontalAdvance(c);
+            w += a;
+        }
+        return w;
+    }
+
+private:
+    QFontMetricsF m_metrics;
+    std::array<double, 0x300> m_advances; // Latin letters with the Czech accents and the common signs
+};
+
+} // namespace
+
+class PrintedPages::Layout
+{
+public:
+    Layout(const QPaintDevice *device, const PrintedTable &doc) : m_device(device), m_doc(doc)
     {
         m_dpi = device->logicalDpiY();
         m_titleFont = font(TitlePt, true);
@@ -54,21 +90,20 @@ public:
     }
 
     int pages() const { return int(m_pageStarts.size()); }
+    QSizeF pageSize() const { return m_page.size(); }
 
-    void paint(QPainter &p)
+    void paintPage(QPainter &p, int page) const
     {
-        for (int page = 0; page < pages(); ++page) {
-            if (page > 0)
-                m_device->newPage();
-            double y = page == 0 ? paintHead(p) : m_page.top();
-            y = paintColumnHeaders(p, y);
-            const int end = page + 1 < pages() ? m_pageStarts.at(page + 1) : int(m_doc.rows.size());
-            for (int r = m_pageStarts.at(page); r < end; ++r)
-                y = paintRow(p, r, y);
-            if (page + 1 == pages())
-                paintClosing(p, y);
-            paintFooter(p, page + 1);
-        }
+        if (page < 0 || page >= pages())
+            return;
+        double y = page == 0 ? paintHead(p) : m_page.top();
+        y = paintColumnHeaders(p, y);
+        const int end = page + 1 < pages() ? m_pageStarts.at(page + 1) : int(m_doc.rows.size());
+        for (int r = m_pageStarts.at(page); r < end; ++r)
+            y = paintRow(p, r, y);
+        if (page + 1 == pages())
+            paintClosing(p, y);
+        paintFooter(p, page + 1);
     }
 
 private:
@@ -78,7 +113,7 @@ private:
     {
         QFont f(QStringLiteral("DejaVu Sans"));
         f.setStyleHint(QFont::SansSerif);
-        f.setPointSizeF(pt);
+        f.setPixelSize(std::max(1, qRound(pt * m_dpi / 72.0)));
         f.setBold(bold);
         return f;
     }
@@ -106,6 +141,18 @@ private:
         return h + 2 * m_pad;
     }
 
+    // A body row: cells that clearly fit on one line are one line high without measuring them.
+    double bodyRowHeight(const QStringList &cells, AdvanceTable &advances, double oneLine) const
+    {
+        double h = m_line;
+        for (int c = 0; c < m_columnW.size() && c < cells.size(); ++c) {
+            const double w = advances.estimate(cells.at(c));
+            const double room = m_columnW.at(c) - 2 * m_pad;
+            h = std::max(h, w >= 0 && w < room * 0.95 ? oneLine : cellHeight(cells.at(c), c, m_bodyFont));
+        }
+        return h + 2 * m_pad;
+    }
+
     double columnHeaderHeight() const
     {
         QStringList headers;
@@ -126,15 +173,21 @@ private:
     {
         m_pageStarts = {0};
         m_rowHeights.clear();
-        const double headers = columnHeaderHeight();
-        double y = m_page.top() + headHeight() + headers;
+        m_rowHeights.reserve(m_doc.rows.size());
+        m_columnHeaderHeight = columnHeaderHeight();
+        AdvanceTable advances(m_bodyFont, m_device);
+        const double oneLine =
+            QFontMetricsF(m_bodyFont, m_device)
+                .boundingRect(QRectF(0, 0, 1e6, 1e6), Qt::TextWordWrap, QStringLiteral("X"))
+                .height();
+        double y = m_page.top() + headHeight() + m_columnHeaderHeight;
         for (int r = 0; r < m_doc.rows.size(); ++r) {
-            const double h = rowHeight(m_doc.rows.at(r), m_bodyFont);
+            const double h = bodyRowHeight(m_doc.rows.at(r), advances, oneLine);
             m_rowHeights << h;
             // A page takes at least one row, even one taller than the page.
             if (y + h > m_bodyBottom && r > m_pageStarts.last()) {
                 m_pageStarts << r;
-                y = m_page.top() + headers;
+                y = m_page.top() + m_columnHeaderHeight;
             }
             y += h;
         }
@@ -142,7 +195,7 @@ private:
             m_pageStarts << int(m_doc.rows.size()); // the closing lines go on a page of their own
     }
 
-    double paintHead(QPainter &p)
+    double paintHead(QPainter &p) const
     {
         double y = m_page.top();
         p.setFont(m_titleFont);
@@ -165,7 +218,7 @@ private:
         return y + mm(4);
     }
 
-    double paintCells(QPainter &p, const QStringList &cells, double y, double h, bool header)
+    double paintCells(QPainter &p, const QStringList &cells, double y, double h, bool header) const
     {
         const QRectF band(m_page.left(), y, m_page.width(), h);
         if (header)
@@ -183,22 +236,22 @@ private:
         return y + h;
     }
 
-    double paintColumnHeaders(QPainter &p, double y)
+    double paintColumnHeaders(QPainter &p, double y) const
     {
         QStringList headers;
         for (const PrintedTable::Column &c : m_doc.columns)
             headers << c.header;
         p.setFont(m_headFont);
-        return paintCells(p, headers, y, columnHeaderHeight(), true);
+        return paintCells(p, headers, y, m_columnHeaderHeight, true);
     }
 
-    double paintRow(QPainter &p, int r, double y)
+    double paintRow(QPainter &p, int r, double y) const
     {
         p.setFont(m_bodyFont);
         return paintCells(p, m_doc.rows.at(r), y, m_rowHeights.at(r), false);
     }
 
-    void paintClosing(QPainter &p, double y)
+    void paintClosing(QPainter &p, double y) const
     {
         y += mm(4);
         p.setFont(m_bodyFont);
@@ -221,7 +274,7 @@ private:
         }
     }
 
-    void paintFooter(QPainter &p, int page)
+    void paintFooter(QPainter &p, int page) const
     {
         p.setFont(m_footerFont);
         const QFontMetricsF fm(m_footerFont, m_device);
@@ -235,30 +288,58 @@ private:
                    Qt::AlignRight | Qt::AlignVCenter, printPageCounterText(page, pages()));
     }
 
-    QPagedPaintDevice *m_device;
+    const QPaintDevice *m_device;
     const PrintedTable &m_doc;
     int m_dpi = 72;
     QFont m_titleFont, m_bodyFont, m_headFont, m_footerFont;
     QRectF m_page;
-    double m_pad = 0, m_line = 0, m_footerHeight = 0, m_bodyBottom = 0;
+    double m_pad = 0, m_line = 0, m_footerHeight = 0, m_bodyBottom = 0, m_columnHeaderHeight = 0;
     QList<double> m_columnX, m_columnW, m_rowHeights;
     QList<int> m_pageStarts;
 };
 
-} // namespace
+PrintedPages::PrintedPages(const QPaintDevice *device, const PrintedTable &doc)
+    : m_layout(std::make_unique<Layout>(device, doc))
+{}
 
-int countPrintedPages(QPagedPaintDevice *device, const PrintedTable &doc)
+PrintedPages::~PrintedPages() = default;
+
+int PrintedPages::pages() const
 {
-    return Layout(device, doc).pages();
+    return m_layout->pages();
 }
 
-int printTable(QPagedPaintDevice *device, const PrintedTable &doc)
+QSizeF PrintedPages::pageSize() const
 {
+    return m_layout->pageSize();
+}
+
+void PrintedPages::paintPage(QPainter &painter, int page) const
+{
+    m_layout->paintPage(painter, page);
+}
+
+PrintOutcome printTable(QPagedPaintDevice *device, const PrintedTable &doc, const PageProgress &progress)
+{
+    PrintOutcome outcome;
+    const PrintedPages layout(device, doc);
+    outcome.pages = layout.pages();
     QPainter painter;
     if (!painter.begin(device))
-        return 0;
-    Layout layout(device, doc);
-    layout.paint(painter);
-    painter.end();
-    return layout.pages();
+        return outcome;
+    for (int page = 0; page < outcome.pages; ++page) {
+        if (progress && !progress(page + 1, outcome.pages)) {
+            outcome.cancelled = true;
+            break;
+        }
+        if (page > 0 && !device->newPage())
+            break;
+        layout.paintPage(painter, page);
+        if (page + 1 == outcome.pages)
+            outcome.finished = true;
+    }
+    // The painter's end writes the rest of the document; its failure is the job's failure.
+    if (!painter.end())
+        outcome.finished = false;
+    return outcome;
 }
