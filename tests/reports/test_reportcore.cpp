@@ -1,5 +1,6 @@
 // The report queries and rows, the HTML page and the protocol preparation, without a window.
 #include "data/database.h"
+#include "data/directquery.h"
 #include "data/statements.h"
 #include "reports/htmlcore.h"
 #include "reports/protocolcore.h"
@@ -43,6 +44,7 @@ class TestReportCore : public QObject
 
 private Q_SLOTS:
     void statementsAndTitles();
+    void narrowedStatements();
     void reportsOnARealLibrary();
     void missingCategoryStopsTheReport();
     void summaryAddsSinglePricesInDouble();
@@ -55,6 +57,24 @@ private Q_SLOTS:
     void protocolChoosers();
     void commandLine();
 };
+
+void TestReportCore::narrowedStatements()
+{
+    const QStringList columns = {QStringLiteral("KOD"), QStringLiteral("ID_KNIHY_KNIHY")};
+    const QString knihy = QStringLiteral("KNIHY");
+    QCOMPARE(
+        selectOnly(fixedReport(ReportKind::Present).sql, knihy, columns),
+        QStringLiteral("SELECT KNIHY.KOD, KNIHY.ID_KNIHY_KNIHY FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND NOT "
+                       "KNIHY.VYPUJCENO ORDER BY KNIHY.KOD DESC"));
+    // Only a leading "SELECT * FROM KNIHY" is narrowed; anything else stays as it is.
+    for (const char *other : {"SELECT * FROM KNIHYX WHERE 1", " SELECT * FROM KNIHY WHERE 1",
+                              "SELECT COUNT(*) FROM KNIHY WHERE 1", "SELECT * FROM KATEGORIE WHERE 1"}) {
+        const QString sql = QString::fromLatin1(other);
+        QCOMPARE(selectOnly(sql, knihy, columns), sql);
+    }
+    QCOMPARE(selectOnly(QStringLiteral("SELECT * FROM KNIHY WHERE 1"), knihy, {}),
+             QStringLiteral("SELECT * FROM KNIHY WHERE 1"));
+}
 
 void TestReportCore::statementsAndTitles()
 {
