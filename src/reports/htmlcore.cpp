@@ -1,8 +1,8 @@
 #include "reports/htmlcore.h"
 
-#include <QStringEncoder>
-
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -17,23 +17,67 @@ bool HtmlTableWriter::open(const QString &path)
     m_path = path;
     m_file = std::make_unique<SafeFile::Writer>(path);
     m_page.clear();
+    m_used = 0;
     m_result = m_file->open();
     if (!m_result.ok()) {
         m_file.reset();
         return false;
     }
-    m_page.append("\xEF\xBB\xBF", 3);
+    append("\xEF\xBB\xBF", 3);
     return true;
+}
+
+void HtmlTableWriter::reserve(qsizetype bytes)
+{
+    if (bytes > m_page.size())
+        m_page.resize(bytes);
+}
+
+char *HtmlTableWriter::room(qsizetype bytes)
+{
+    // The page grows by doubling and is written into directly: a report of the whole catalogue is
+    // some twenty megabytes of small pieces.
+    if (m_used + bytes > m_page.size())
+        m_page.resize(std::max(m_page.size() * 2, m_used + bytes + 4096));
+    return m_page.data() + m_used;
+}
+
+void HtmlTableWriter::append(const char *bytes, qsizetype size)
+{
+    std::memcpy(room(size), bytes, size_t(size));
+    m_used += size;
 }
 
 void HtmlTableWriter::append(QStringView text)
 {
-    // Encodes straight into the page, without a temporary array per piece.
-    const qsizetype start = m_page.size();
-    m_page.resize(start + text.size() * 3);
-    QStringEncoder encoder(QStringEncoder::Utf8);
-    char *end = encoder.appendToBuffer(m_page.data() + start, text);
-    m_page.resize(end - m_page.constData());
+    // Encoded straight into the page: a report of the whole catalogue has half a million cells,
+    // and an encoder object or a temporary array per cell would cost more than the encoding.
+    char *out = room(text.size() * 3);
+    const char16_t *p = text.utf16();
+    const char16_t *end = p + text.size();
+    char *const start = out;
+    while (p < end) {
+        const char32_t c = *p++;
+        if (c < 0x80) {
+            *out++ = char(c);
+        } else if (c < 0x800) {
+            *out++ = char(0xC0 | (c >> 6));
+            *out++ = char(0x80 | (c & 0x3F));
+        } else if (QChar::isHighSurrogate(c) && p < end && QChar::isLowSurrogate(*p)) {
+            const char32_t u = QChar::surrogateToUcs4(char16_t(c), *p++);
+            *out++ = char(0xF0 | (u >> 18));
+            *out++ = char(0x80 | ((u >> 12) & 0x3F));
+            *out++ = char(0x80 | ((u >> 6) & 0x3F));
+            *out++ = char(0x80 | (u & 0x3F));
+        } else if (QChar::isSurrogate(c)) {
+            *out++ = '?'; // a lone surrogate cannot be encoded; Qt writes a question mark
+        } else {
+            *out++ = char(0xE0 | (c >> 12));
+            *out++ = char(0x80 | ((c >> 6) & 0x3F));
+            *out++ = char(0x80 | (c & 0x3F));
+        }
+    }
+    m_used += out - start;
 }
 
 bool HtmlTableWriter::setCellTexts(const QString &attributes, const QString &before, const QString &after)
@@ -64,37 +108,55 @@ bool HtmlTableWriter::writeTableEnd()
 
 void HtmlTableWriter::appendCell(QStringView content)
 {
-    m_page.append(m_cellStart);
+    append(m_cellStart);
     append(content);
-    m_page.append(m_cellEnd);
+    append(m_cellEnd);
 }
 
 bool HtmlTableWriter::writeRow(const QStringList &cells)
 {
     if (!m_file)
         return false;
-    m_page.append("<TR>\n");
+    append("<TR>\n", 5);
     for (const QString &cell : cells)
         appendCell(cell);
-    m_page.append("</TR>\n");
+    append("</TR>\n", 6);
     return true;
 }
+
+namespace {
+
+// The price as the list shows it ("%.02f" as Qt formats it, halves away from zero). A float
+// times 100 is exact in a double, so rounding that product gives the same two decimals without
+// the general formatting path; anything unusual goes through it.
+int formatPrice(char *out, size_t size, float price)
+{
+    const double cents = double(price) * 100;
+    if (!std::isfinite(cents) || std::fabs(cents) > 1e15) {
+        const QByteArray text = QString::asprintf("%.02f", double(price)).toLatin1();
+        return std::snprintf(out, size, "%s", text.constData());
+    }
+    const long long n = std::llround(std::fabs(cents));
+    return std::snprintf(out, size, "%s%lld.%02lld", std::signbit(price) ? "-" : "", n / 100, n % 100);
+}
+
+} // namespace
 
 bool HtmlTableWriter::writeReportRow(const ReportRow &row)
 {
     if (!m_file)
         return false;
-    m_page.append("<TR>\n");
+    append("<TR>\n", 5);
     appendCell(row.code);
     appendCell(row.title);
     appendCell(row.author);
     appendCell(row.category);
     char price[64];
-    const int n = std::snprintf(price, sizeof price, "%.02f", double(row.price));
-    m_page.append(m_cellStart);
-    m_page.append(price, n);
-    m_page.append(m_cellEnd);
-    m_page.append("</TR>\n");
+    const int n = formatPrice(price, sizeof price, row.price);
+    append(m_cellStart);
+    append(price, std::clamp<qsizetype>(n, 0, qsizetype(sizeof price) - 1));
+    append(m_cellEnd);
+    append("</TR>\n", 6);
     return true;
 }
 
@@ -103,15 +165,17 @@ bool HtmlTableWriter::close()
     if (!m_file)
         return false;
     errno = 0;
-    if (m_file->device()->write(m_page) != m_page.size()) {
+    if (m_file->device()->write(m_page.constData(), m_used) != m_used) {
         // Qt does not always keep the system's reason (a full disk, a file too large).
         const QString reason =
             errno != 0 ? QString::fromLocal8Bit(std::strerror(errno)) : m_file->device()->errorString();
         m_result = {SafeFile::Status::WriteFailed, m_path, reason};
-    } else
+    } else {
         m_result = m_file->commit();
+    }
     m_file.reset();
     m_page.clear();
+    m_used = 0;
     return m_result.ok();
 }
 

@@ -30,19 +30,23 @@ public:
     // One data row of a report, its price written with two decimals.
     bool writeReportRow(const ReportRow &row);
     bool close();
-    void reserve(qsizetype bytes) { m_page.reserve(bytes); }
+    void reserve(qsizetype bytes);
 
     // Why the last open() or close() failed (the system's reason), for the command line and the log.
     const SafeFile::Result &result() const { return m_result; }
 
 private:
     Q_DISABLE_COPY_MOVE(HtmlTableWriter)
+    char *room(qsizetype bytes); // where the next bytes go, with room for them
+    void append(const char *bytes, qsizetype size);
+    void append(const QByteArray &bytes) { append(bytes.constData(), bytes.size()); }
     void append(QStringView text);
     void appendCell(QStringView content);
     std::unique_ptr<SafeFile::Writer> m_file;
     QString m_path;
     SafeFile::Result m_result;
-    QByteArray m_page;
+    QByteArray m_page; // its first m_used bytes are the page so far
+    qsizetype m_used = 0;
     QByteArray m_cellStart; // "<TD attributes> before " in UTF-8
     QByteArray m_cellEnd;   // " after </TD>\n"
 };

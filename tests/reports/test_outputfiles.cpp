@@ -109,6 +109,7 @@ private Q_SLOTS:
     void protectedTargets();
     void failedWritesKeepThePreviousFile();
     void commandLineReportsTheFile();
+    void pageTextsInUtf8();
 
 private:
     std::unique_ptr<TestLibrary> m_lib;
@@ -285,6 +286,44 @@ void TestOutputFiles::commandLineReportsTheFile()
                  RLIM_INFINITY, &err),
              0);
     QVERIFY(readAll(out).contains("<TD ALIGN=\"LEFT\">  A1  </TD>"));
+}
+
+void TestOutputFiles::pageTextsInUtf8()
+{
+    // The page encodes its texts itself: every kind of character comes out as Qt's UTF-8.
+    const QString texts[] = {QStringLiteral("Kytice"),
+                             QStringLiteral("Žluťoučký kůň úpěl ďábelské ódy"),
+                             QStringLiteral("€ ← ∑"),
+                             QString::fromUcs4(U"\U0001F4DA knihy"),
+                             QString(QChar(0xD800)) + QStringLiteral("x"),
+                             QString()};
+    for (const QString &text : texts) {
+        ReportRow row{text, text, text, text, 1.5f, 1};
+        QVERIFY(writeReportHtml(QStringLiteral("Export/utf8.html"), text, {row}, text).ok());
+        const QByteArray page = readAll(QStringLiteral("Export/utf8.html"));
+        QVERIFY2(page.contains("<U>" + text.toUtf8() + "</U>"), qPrintable(text));
+        QVERIFY2(page.contains("<TD ALIGN=\"LEFT\">  " + text.toUtf8() + "  </TD>"), qPrintable(text));
+    }
+    // Prices with two decimals, rounded as the list shows them.
+    const struct
+    {
+        float price;
+        const char *text;
+    } prices[] = {{12.5f, "12.50"},
+                  {0.125f, "0.13"},
+                  {0.625f, "0.63"},
+                  {0.375f, "0.38"},
+                  {-0.001f, "-0.00"},
+                  {1e12f, "999999995904.00"},
+                  {3e20f, "300000006012263202816.00"}};
+    for (const auto &p : prices) {
+        ReportRow row{QStringLiteral("A"), QString(), QString(), QString(), p.price, 1};
+        QVERIFY(writeReportHtml(QStringLiteral("Export/price.html"), QString(), {row}, QString()).ok());
+        QVERIFY2(readAll(QStringLiteral("Export/price.html"))
+                     .contains(QByteArray("  ") + p.text + "  </TD>\n</TR>"),
+                 p.text);
+        QCOMPARE(QString::asprintf("%.02f", double(p.price)), QString::fromLatin1(p.text));
+    }
 }
 
 QTEST_MAIN(TestOutputFiles)

@@ -87,7 +87,8 @@ void TestPrintJobs::stornoStopsThePrintJob()
     QPrinter &printer = programPrinter();
     printer.setOutputFormat(QPrinter::PdfFormat);
     printer.setOutputFileName(pdf);
-    const PrintedTable doc = longReport(3000);
+    // Long enough to outlast the moment the progress shows itself on any machine.
+    const PrintedTable doc = longReport(40000);
 
     // "Storno" pressed once the progress shows the page count.
     QString label;
@@ -111,7 +112,7 @@ void TestPrintJobs::stornoStopsThePrintJob()
     QVERIFY2(label.startsWith(QStringLiteral("Tisk strany ")) &&
                  label.endsWith(QStringLiteral(" z %1").arg(maximum)),
              qPrintable(label));
-    QVERIFY(maximum > 60);
+    QVERIFY(maximum > 600);
     QCOMPARE(readAll(pdf), QByteArray("yesterday's report"));
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
              QStringList{QStringLiteral("sestava.pdf")});
