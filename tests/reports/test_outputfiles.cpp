@@ -17,12 +17,6 @@
 
 namespace {
 
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 void writeFile(const QString &path, const QByteArray &bytes)
 {
     QFile f(path);
@@ -38,34 +32,24 @@ QMap<QString, QByteArray> snapshot(const QString &dir)
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString path = it.next();
-        files.insert(QDir(dir).relativeFilePath(path), QFileInfo(path).isSymLink() ? "->" : readAll(path));
+        files.insert(QDir(dir).relativeFilePath(path), QFileInfo(path).isSymLink() ? "->" : fileBytes(path));
     }
     return files;
-}
-
-QList<ReportRow> manyRows(int count)
-{
-    QList<ReportRow> rows;
-    for (int i = 0; i < count; ++i)
-        rows.append({QStringLiteral("K%1").arg(i, 6, 10, QLatin1Char('0')),
-                     QStringLiteral("Název knihy %1").arg(i), QStringLiteral("Poezie"),
-                     QStringLiteral("Jan Neruda"), float(i % 300), i});
-    return rows;
 }
 
 // The two writers of the core, answering whether the file was written.
 bool html(const QString &target, int rows = 3)
 {
-    return writeReportHtml(target, QStringLiteral("Knihy vyřazené"), manyRows(rows),
+    return writeReportHtml(target, QStringLiteral("Knihy vyřazené"), madeUpReportRows(rows),
                            QStringLiteral("Nalezeno"))
         .ok();
 }
 
 bool pdf(const QString &target, int rows = 3, const PageProgress &progress = {})
 {
-    return writePdf(
-               reportDocument(QStringLiteral("Knihy vyřazené"), manyRows(rows), QStringLiteral("S"), today()),
-               target, progress)
+    return writePdf(reportDocument(QStringLiteral("Knihy vyřazené"), madeUpReportRows(rows),
+                                   QStringLiteral("S"), today()),
+                    target, progress)
         .ok();
 }
 
@@ -227,11 +211,12 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
 
     // A job stopped at its second page leaves the previous file and no partial one.
     int asked = 0;
-    const PdfResult stopped = writePdf(reportDocument(QStringLiteral("T"), manyRows(200), QString(), today()),
-                                       QStringLiteral("Export/old.pdf"), [&](int page, int pages) {
-                                           ++asked;
-                                           return page < 2 && pages > 2;
-                                       });
+    const PdfResult stopped =
+        writePdf(reportDocument(QStringLiteral("T"), madeUpReportRows(200), QString(), today()),
+                 QStringLiteral("Export/old.pdf"), [&](int page, int pages) {
+                     ++asked;
+                     return page < 2 && pages > 2;
+                 });
     QVERIFY(stopped.print.cancelled);
     QVERIFY(!stopped.ok());
     QCOMPARE(asked, 2);
@@ -240,8 +225,8 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
     // With room on the disk the same writes replace the files.
     QVERIFY(html(QStringLiteral("Export/old.html"), 2000));
     QVERIFY(pdf(QStringLiteral("Export/old.pdf"), 2000));
-    QVERIFY(readAll(QStringLiteral("Export/old.html")).startsWith("\xEF\xBB\xBF<H2"));
-    QVERIFY(readAll(QStringLiteral("Export/old.pdf")).startsWith("%PDF"));
+    QVERIFY(fileBytes(QStringLiteral("Export/old.html")).startsWith("\xEF\xBB\xBF<H2"));
+    QVERIFY(fileBytes(QStringLiteral("Export/old.pdf")).startsWith("%PDF"));
     QCOMPARE(snapshot(dir).size(), before.size());
 }
 
@@ -285,7 +270,7 @@ void TestOutputFiles::commandLineReportsTheFile()
     QCOMPARE(run({QStringLiteral("report"), QStringLiteral("8"), QStringLiteral("--html"), out},
                  RLIM_INFINITY, &err),
              0);
-    QVERIFY(readAll(out).contains("<TD ALIGN=\"LEFT\">  A1  </TD>"));
+    QVERIFY(fileBytes(out).contains("<TD ALIGN=\"LEFT\">  A1  </TD>"));
 }
 
 void TestOutputFiles::pageTextsInUtf8()
@@ -300,7 +285,7 @@ void TestOutputFiles::pageTextsInUtf8()
     for (const QString &text : texts) {
         ReportRow row{text, text, text, text, 1.5f, 1};
         QVERIFY(writeReportHtml(QStringLiteral("Export/utf8.html"), text, {row}, text).ok());
-        const QByteArray page = readAll(QStringLiteral("Export/utf8.html"));
+        const QByteArray page = fileBytes(QStringLiteral("Export/utf8.html"));
         QVERIFY2(page.contains("<U>" + text.toUtf8() + "</U>"), qPrintable(text));
         QVERIFY2(page.contains("<TD ALIGN=\"LEFT\">  " + text.toUtf8() + "  </TD>"), qPrintable(text));
     }
@@ -319,7 +304,7 @@ void TestOutputFiles::pageTextsInUtf8()
     for (const auto &p : prices) {
         ReportRow row{QStringLiteral("A"), QString(), QString(), QString(), p.price, 1};
         QVERIFY(writeReportHtml(QStringLiteral("Export/price.html"), QString(), {row}, QString()).ok());
-        QVERIFY2(readAll(QStringLiteral("Export/price.html"))
+        QVERIFY2(fileBytes(QStringLiteral("Export/price.html"))
                      .contains(QByteArray("  ") + p.text + "  </TD>\n</TR>"),
                  p.text);
         QCOMPARE(QString::asprintf("%.02f", double(p.price)), QString::fromLatin1(p.text));

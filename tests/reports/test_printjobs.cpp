@@ -19,13 +19,8 @@ namespace {
 
 PrintedTable longReport(int rows)
 {
-    QList<ReportRow> list;
-    for (int i = 0; i < rows; ++i)
-        list.append({QStringLiteral("K%1").arg(i, 6, 10, QLatin1Char('0')),
-                     QStringLiteral("Název knihy %1").arg(i), QStringLiteral("Poezie"),
-                     QStringLiteral("Jan Neruda"), float(i % 300), i});
-    return reportDocument(QStringLiteral("Knihy právě přítomné v knihovně"), list, reportSummary(rows, 0),
-                          today());
+    return reportDocument(QStringLiteral("Knihy právě přítomné v knihovně"), madeUpReportRows(rows),
+                          reportSummary(rows, 0), today());
 }
 
 QProgressDialog *shownProgress()
@@ -34,12 +29,6 @@ QProgressDialog *shownProgress()
         if (auto *p = qobject_cast<QProgressDialog *>(w); p && p->isVisible())
             return p;
     return nullptr;
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 } // namespace
@@ -113,14 +102,14 @@ void TestPrintJobs::stornoStopsThePrintJob()
                  label.endsWith(QStringLiteral(" z %1").arg(maximum)),
              qPrintable(label));
     QVERIFY(maximum > 600);
-    QCOMPARE(readAll(pdf), QByteArray("yesterday's report"));
+    QCOMPARE(fileBytes(pdf), QByteArray("yesterday's report"));
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
              QStringList{QStringLiteral("sestava.pdf")});
     QVERIFY(messages.numbers().isEmpty());
 
     // Left alone, the job replaces the file; into a folder that is gone it shows why it failed.
     QVERIFY(runPrintJob(nullptr, printer, longReport(50)));
-    QVERIFY(readAll(pdf).startsWith("%PDF"));
+    QVERIFY(fileBytes(pdf).startsWith("%PDF"));
     printer.setOutputFileName(dir.filePath(QStringLiteral("gone/sestava.pdf")));
     QVERIFY(!runPrintJob(nullptr, printer, longReport(50)));
     QCOMPARE(messages.shown().size(), 1);
