@@ -249,7 +249,7 @@ struct Case
             return QStringLiteral("≤ %1 ms").arg(limit, 0, 'f', 0);
         return QStringLiteral("%1 %2")
             .arg(atLeast ? QStringLiteral("≥") : QStringLiteral("≤"))
-            .arg(limit, 0, 'f', 1);
+            .arg(QString::number(limit, 'g', 3));
     }
 };
 
@@ -997,8 +997,9 @@ struct Bench
                     die(QStringLiteral("import failed"));
             },
             [&] {
-                // What a restore must do at the least: copy the image and check it.
-                copyLoop(file, copy);
+                // What a restore must do at the least: copy the library's image (the backup holds
+                // it in the program's own format) and check it.
+                copyLoop(baseDb(), copy);
                 Raw raw(copy);
                 Stmt3 check(raw.db(), "PRAGMA integrity_check");
                 if (!check.step() || check.text(0) != "ok")

@@ -41,11 +41,14 @@ status=0
 
 # The README's table is made from latest.json, between its two markers.
 if [[ ${#only[@]} -eq 0 && -f bench/results/latest.json ]]; then
-    table="$work/table.md"
+    # (folivo-bench removes its work directory when it ends)
+    table="$(mktemp)"
+    readme="$(mktemp)"
     "$build/bench/folivo-bench" --table bench/results/latest.json >"$table"
     awk -v table="$table" '
         /<!-- bench-table -->/ { print; while ((getline line < table) > 0) print line; skip = 1; next }
         /<!-- \/bench-table -->/ { skip = 0 }
-        !skip { print }' README.md >"$work/README.md" && cp "$work/README.md" README.md
+        !skip { print }' README.md >"$readme" && cp "$readme" README.md
+    rm -f "$table" "$readme"
 fi
 exit "$status"
