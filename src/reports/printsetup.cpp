@@ -38,6 +38,8 @@ void printDocument(QWidget *parent, const PrintedTable &doc, bool preview)
 
 bool runPrintJob(QWidget *parent, QPrinter &printer, const PrintedTable &doc)
 {
+    if (printer.outputFormat() == QPrinter::PdfFormat && printer.outputFileName().isEmpty())
+        return false; // a PDF printer without a file has nowhere to print
     QProgressDialog progress(parent);
     progress.setWindowTitle(QStringLiteral("Tisk"));
     progress.setCancelButtonText(QStringLiteral("Storno"));

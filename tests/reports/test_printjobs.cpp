@@ -88,6 +88,8 @@ void TestPrintJobs::stornoStopsThePrintJob()
         if (!progress || progress->value() < 2)
             return;
         label = progress->labelText();
+        if (!qEnvironmentVariableIsEmpty("FOLIVO_GRAB_PROGRESS"))
+            progress->grab().save(qEnvironmentVariable("FOLIVO_GRAB_PROGRESS"));
         maximum = progress->maximum();
         const auto buttons = progress->findChildren<QPushButton *>();
         QCOMPARE(buttons.size(), 1);
