@@ -17,6 +17,7 @@
 #include "circulation/circulationcore.h"
 #include "data/consistency.h"
 #include "data/czechlike.h"
+#include "data/czechorder.h"
 #include "data/database.h"
 #include "data/dates.h"
 #include "data/directquery.h"
@@ -25,9 +26,11 @@
 #include "reports/printdocs.h"
 #include "reports/printpreview.h"
 #include "reports/printsetup.h"
+#include "reports/reminderscore.h"
 #include "reports/reportcore.h"
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
+#include "reports/statisticscore.h"
 #include "search/searchcore.h"
 
 #include <QApplication>
@@ -142,7 +145,10 @@ public:
             die(QStringLiteral("cannot open %1").arg(path));
         exec("PRAGMA locking_mode=EXCLUSIVE");
         exec("PRAGMA journal_mode=DELETE");
-        // The program's own LIKE and collation, so that a search compares the same way on both sides.
+        // The translated statements sort their texts in Czech order through this collation, and a
+        // search compares with the program's own LIKE, as on the program's side.
+        if (!registerCzechCollation(m_db))
+            die(QStringLiteral("cannot register the Czech collation"));
         if (!registerCzechLike(m_db))
             die(QStringLiteral("cannot register the Czech LIKE"));
     }
@@ -359,6 +365,151 @@ private:
     std::unordered_map<int, Text> m_names;
 };
 
+// ---------------------------------------------------------------------------------------------
+// Reminder letters and the annual statistics: the same statements stepped on the C API into
+// plain structures, with the same grouping and the same Czech ordering.
+
+struct PlainBook
+{
+    std::string code, title, author;
+    int id = 0, loan = 0, due = 0, late = 0;
+};
+struct PlainLetter
+{
+    int client = 0;
+    std::string code, first, last, address;
+    std::vector<PlainBook> books;
+};
+
+size_t plainReminders(sqlite3 *db, DateNumber day)
+{
+    Stmt3 books(db, ReminderSql::OverdueBooks);
+    sqlite3_bind_int(*books, 1, day);
+    std::vector<PlainLetter> letters;
+    std::unordered_map<int, size_t> index;
+    const QDate on = dateFromNumber(day);
+    while (books.step()) {
+        const int client = books.integer(0);
+        auto it = index.find(client);
+        if (it == index.end()) {
+            letters.push_back(PlainLetter{client, {}, {}, {}, {}, {}});
+            it = index.emplace(client, letters.size() - 1).first;
+        }
+        PlainBook b{books.text(2),
+                    books.text(3),
+                    books.text(4),
+                    books.integer(1),
+                    books.integer(5),
+                    books.integer(6),
+                    0};
+        b.late = int(dateFromNumber(b.due).daysTo(on));
+        letters[it->second].books.push_back(std::move(b));
+    }
+    Stmt3 client(db, ReminderSql::Client);
+    for (PlainLetter &l : letters) {
+        sqlite3_bind_int(*client, 1, l.client);
+        if (!client.step())
+            die(QStringLiteral("client missing"));
+        l.code = client.text(0);
+        l.first = client.text(1);
+        l.last = client.text(2);
+        if (client.integer(3))
+            l.address = client.text(4);
+        client.reset();
+        std::sort(l.books.begin(), l.books.end(), [](const PlainBook &a, const PlainBook &b) {
+            return a.due != b.due ? a.due < b.due : a.code < b.code;
+        });
+    }
+    std::sort(letters.begin(), letters.end(), [](const PlainLetter &a, const PlainLetter &b) {
+        if (const int c = czechCompare(QString::fromStdString(a.last), QString::fromStdString(b.last),
+                                       Qt::CaseInsensitive))
+            return c < 0;
+        return czechCompare(QString::fromStdString(a.first), QString::fromStdString(b.first),
+                            Qt::CaseInsensitive) < 0;
+    });
+    return letters.size();
+}
+
+int plainStatistics(sqlite3 *db, int year)
+{
+    const int first = year * 10000 + 101, last = year * 10000 + 1231;
+    auto run = [&](const char *sql, const std::function<void(Stmt3 &)> &row) {
+        Stmt3 q(db, sql);
+        sqlite3_bind_int(*q, 1, first);
+        sqlite3_bind_int(*q, 2, last);
+        while (q.step())
+            row(q);
+    };
+    int figures[8] = {};
+    double price = 0;
+    int months[2][12] = {};
+    run(StatisticsSql::Acquired, [&](Stmt3 &q) {
+        figures[0] = q.integer(0);
+        price = sqlite3_column_double(*q, 1);
+    });
+    run(StatisticsSql::Discarded, [&](Stmt3 &q) { figures[1] = q.integer(0); });
+    run(StatisticsSql::Holdings, [&](Stmt3 &q) { figures[2] = q.integer(0); });
+    run(StatisticsSql::LoansByMonth, [&](Stmt3 &q) { months[0][(q.integer(0) + 11) % 12] += q.integer(1); });
+    run(StatisticsSql::ReturnsByMonth,
+        [&](Stmt3 &q) { months[1][(q.integer(0) + 11) % 12] += q.integer(1); });
+    run(StatisticsSql::ActiveClients, [&](Stmt3 &q) { figures[3] = q.integer(0); });
+    run(StatisticsSql::NewClients, [&](Stmt3 &q) { figures[4] = q.integer(0); });
+    run(StatisticsSql::LentAtEnd, [&](Stmt3 &q) {
+        figures[5] = q.integer(0);
+        figures[6] = q.integer(1);
+    });
+    struct Ranked
+    {
+        int id, loans;
+        QString key;
+    };
+    const auto byLoans = [](const Ranked &a, const Ranked &b) {
+        if (a.loans != b.loans)
+            return a.loans > b.loans;
+        return czechCompare(a.key, b.key, Qt::CaseInsensitive) < 0;
+    };
+    std::vector<Ranked> top;
+    {
+        Stmt3 q(db, StatisticsSql::BookLoans);
+        sqlite3_bind_int(*q, 1, first);
+        sqlite3_bind_int(*q, 2, last);
+        while (q.step()) {
+            const int loans = q.integer(1);
+            if (top.size() >= size_t(StatisticsTopBooks) && loans < top[StatisticsTopBooks - 1].loans)
+                break;
+            top.push_back({q.integer(0), loans, {}});
+        }
+    }
+    Stmt3 book(db, StatisticsSql::Book);
+    std::vector<PlainBook> topBooks;
+    for (Ranked &r : top) {
+        sqlite3_bind_int(*book, 1, r.id);
+        if (!book.step())
+            die(QStringLiteral("book missing"));
+        topBooks.push_back({book.text(0), book.text(1), book.text(2), r.id, 0, 0, r.loans});
+        r.key = QString::fromStdString(topBooks.back().code);
+        book.reset();
+    }
+    std::sort(top.begin(), top.end(), byLoans);
+    std::vector<Ranked> categories;
+    run(StatisticsSql::CategoryLoans, [&](Stmt3 &q) {
+        categories.push_back({q.integer(0), q.integer(1), {}});
+    });
+    Stmt3 category(db, StatisticsSql::Category);
+    for (Ranked &c : categories) {
+        sqlite3_bind_int(*category, 1, c.id);
+        if (!category.step())
+            die(QStringLiteral("category missing"));
+        c.key = QString::fromStdString(category.text(0));
+        category.reset();
+    }
+    std::sort(categories.begin(), categories.end(), byLoans);
+    int loans = 0;
+    for (int m : months[0])
+        loans += m;
+    return loans + (price < 0 ? 1 : 0);
+}
+
 struct ReportCase
 {
     QString name;
@@ -403,22 +554,6 @@ struct Bench
         if (!settings.write(bigDir + QStringLiteral("/Folivo.ini")) ||
             !settings.write(emptyDir + QStringLiteral("/Folivo.ini")))
             die(QStringLiteral("cannot write the settings"));
-    }
-
-    // Runs f runs times after one warm-up and returns the median in ms.
-    double timed(const std::function<void()> &f, int count = -1)
-    {
-        if (count < 0)
-            count = runs;
-        f();
-        std::vector<double> t;
-        for (int i = 0; i < count; ++i) {
-            QElapsedTimer timer;
-            timer.start();
-            f();
-            t.push_back(msSince(timer));
-        }
-        return median(t);
     }
 
     qint32 scalar(sqlite3 *db, const std::string &sql)
@@ -968,6 +1103,42 @@ struct Bench
         ::close(out);
     }
 
+    // Reminders for every client with an overdue book today, and the statistics of last year.
+    void annualReports()
+    {
+        const DateNumber day = dateNumberFromDate(today());
+        const int year = today().year() - 1;
+        size_t letters = 0;
+        int loans = 0;
+        Raw raw(baseDb());
+        openOurs(bigDb());
+        QList<ReminderLetter> ours;
+        const auto reminders = paired(
+            [&] {
+                if (collectReminders(day, -1, &ours) != 0)
+                    die(QStringLiteral("reminders failed"));
+            },
+            [&] { letters = plainReminders(raw.db(), day); }, runs);
+        AnnualStatistics stats;
+        const auto statistics = paired(
+            [&] {
+                if (computeAnnualStatistics(year, &stats) != 0)
+                    die(QStringLiteral("statistics failed"));
+            },
+            [&] { loans = plainStatistics(raw.db(), year); }, runs);
+        Database::close();
+        if (size_t(ours.size()) != letters || stats.loans() != loans)
+            die(QStringLiteral("reminders %1 / %2 letters, statistics %3 / %4 loans")
+                    .arg(ours.size())
+                    .arg(letters)
+                    .arg(stats.loans())
+                    .arg(loans));
+        addCase(timedCase(QStringLiteral("reminders (%1 letters)").arg(letters), reminders,
+                          QStringLiteral("same statements, C API"), 1.2));
+        addCase(timedCase(QStringLiteral("statistics of %1 (%2 loans)").arg(year).arg(loans), statistics,
+                          QStringLiteral("same statements, C API"), 1.2));
+    }
+
     void backup()
     {
         const QString db = bigDb();
@@ -1315,7 +1486,7 @@ int main(int argc, char **argv)
     installUnattendedMessages();
     Bench bench;
     QString json;
-    QStringList only; // groups to run: reports, circulation, browse, startup, memory, backup
+    QStringList only; // groups to run: reports, annual, circulation, browse, startup, memory, backup
     const QStringList args = QCoreApplication::arguments();
     for (int i = 1; i < args.size(); ++i) {
         const QString &a = args.at(i);
@@ -1342,6 +1513,8 @@ int main(int argc, char **argv)
     std::printf("Folivo benchmarks, %d runs each (median)\n", bench.runs);
     if (only.isEmpty() || only.contains(QLatin1String("reports")))
         bench.reportsAndSearch();
+    if (only.isEmpty() || only.contains(QLatin1String("annual")))
+        bench.annualReports();
     if (only.isEmpty() || only.contains(QLatin1String("circulation")))
         bench.circulation();
     if (only.isEmpty() || only.contains(QLatin1String("browse")))

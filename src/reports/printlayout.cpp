@@ -118,11 +118,29 @@ private:
         return f;
     }
 
+    static int lineCount(const QString &text) { return int(text.count(QLatin1Char('\n'))) + 1; }
+
+    double paragraphHeight(const QString &text) const
+    {
+        return QFontMetricsF(m_bodyFont, m_device)
+            .boundingRect(QRectF(0, 0, m_page.width(), 1e6), Qt::TextWordWrap, text)
+            .height();
+    }
+
+    double paragraphsHeight(const QStringList &paragraphs) const
+    {
+        double h = 0;
+        for (const QString &text : paragraphs)
+            h += paragraphHeight(text) + mm(2.5);
+        return h;
+    }
+
     double headHeight() const
     {
         double h = QFontMetricsF(m_titleFont, m_device).height() + mm(5);
-        h += m_doc.headerLines.size() * (m_line + mm(0.8));
-        return h + mm(4);
+        for (const auto &line : m_doc.headerLines)
+            h += lineCount(line.second) * m_line + mm(0.8);
+        return h + mm(4) + paragraphsHeight(m_doc.introParagraphs);
     }
 
     double cellHeight(const QString &text, int column, const QFont &f) const
@@ -163,7 +181,8 @@ private:
 
     double closingHeight() const
     {
-        double h = mm(4) + m_doc.closingLines.size() * (m_line + mm(1));
+        double h =
+            mm(4) + m_doc.closingLines.size() * (m_line + mm(1)) + paragraphsHeight(m_doc.closingParagraphs);
         if (!m_doc.signatureLabel.isEmpty())
             h += mm(14) + m_line;
         return h;
@@ -211,11 +230,25 @@ private:
             p.drawText(QRectF(m_page.left(), y, labelW, m_line), Qt::AlignLeft | Qt::AlignVCenter,
                        label + QLatin1Char(':'));
             p.setFont(m_bodyFont);
-            p.drawText(QRectF(m_page.left() + labelW + mm(2), y, m_page.width() - labelW, m_line),
-                       Qt::AlignLeft | Qt::AlignVCenter, value);
-            y += m_line + mm(0.8);
+            const double h = lineCount(value) * m_line;
+            p.drawText(QRectF(m_page.left() + labelW + mm(2), y, m_page.width() - labelW, h),
+                       Qt::AlignLeft | Qt::AlignTop, value);
+            y += h + mm(0.8);
         }
-        return y + mm(4);
+        y += mm(4);
+        return paintParagraphs(p, m_doc.introParagraphs, y);
+    }
+
+    double paintParagraphs(QPainter &p, const QStringList &paragraphs, double y) const
+    {
+        p.setFont(m_bodyFont);
+        for (const QString &text : paragraphs) {
+            const double h = paragraphHeight(text);
+            p.drawText(QRectF(m_page.left(), y, m_page.width(), h),
+                       Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, text);
+            y += h + mm(2.5);
+        }
+        return y;
     }
 
     double paintCells(QPainter &p, const QStringList &cells, double y, double h, bool header) const
@@ -260,6 +293,7 @@ private:
                        line);
             y += m_line + mm(1);
         }
+        y = paintParagraphs(p, m_doc.closingParagraphs, y);
         if (!m_doc.signatureLabel.isEmpty()) {
             y += mm(14);
             const QFontMetricsF fm(m_bodyFont, m_device);
@@ -319,6 +353,11 @@ void PrintedPages::paintPage(QPainter &painter, int page) const
     m_layout->paintPage(painter, page);
 }
 
+int countPrintedPages(const QPaintDevice *device, const PrintedTable &doc)
+{
+    return PrintedPages(device, doc).pages();
+}
+
 PrintOutcome printTable(QPagedPaintDevice *device, const PrintedTable &doc, const PageProgress &progress)
 {
     PrintOutcome outcome;
@@ -342,4 +381,31 @@ PrintOutcome printTable(QPagedPaintDevice *device, const PrintedTable &doc, cons
     if (!painter.end())
         outcome.finished = false;
     return outcome;
+}
+
+int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs, const PrintProgress &progress,
+                bool *cancelled)
+{
+    if (cancelled)
+        *cancelled = false;
+    QPainter painter;
+    if (docs.isEmpty() || !painter.begin(device))
+        return 0;
+    int pages = 0;
+    for (int i = 0; i < docs.size(); ++i) {
+        const PrintedPages layout(device, docs.at(i));
+        for (int page = 0; page < layout.pages(); ++page) {
+            if (i > 0 || page > 0)
+                device->newPage();
+            layout.paintPage(painter, page);
+        }
+        pages += layout.pages();
+        if (progress && !progress(i + 1, int(docs.size()))) {
+            if (cancelled)
+                *cancelled = i + 1 < docs.size();
+            break;
+        }
+    }
+    painter.end();
+    return pages;
 }

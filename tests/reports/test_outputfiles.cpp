@@ -114,7 +114,7 @@ void TestOutputFiles::init()
     QDir().mkpath(QStringLiteral("Export"));
     writeFile(QStringLiteral("Folivo.ini"), QByteArray(164, 'i'));
     writeFile(QStringLiteral("rvmsgbit.dat"), "picture");
-    writeFile(QStringLiteral("Temp/Tmp_new.dat"), "backup being restored");
+    writeFile(QStringLiteral("Temp/zaloha.dat"), "a backup being read");
 }
 
 void TestOutputFiles::cleanup()
@@ -138,7 +138,7 @@ void TestOutputFiles::protectedTargets()
         QStringLiteral("Folivo.db-journal"),
         QStringLiteral("Folivo.ini"),
         QStringLiteral("rvmsgbit.dat"),
-        QStringLiteral("Temp/Tmp_new.dat"),
+        QStringLiteral("Temp/zaloha.dat"),
         QStringLiteral("Temp/new.html"),
         QStringLiteral("Export/link.html"),
         QStringLiteral("Export/link.pdf"),
