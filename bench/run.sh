@@ -5,7 +5,14 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 runs=5
-if [[ "${1:-}" == "--runs" ]]; then runs="$2"; fi
+only=()
+while [[ $# -gt 0 ]]; do
+    case "$1" in
+        --runs) runs="$2"; shift 2 ;;
+        --only) only=(--only "$2"); shift 2 ;;   # a comma-separated list of groups
+        *) echo "usage: bench/run.sh [--runs N] [--only GROUPS]" >&2; exit 2 ;;
+    esac
+done
 build="${FOLIVO_BENCH_BUILD_DIR:-build-release}"
 jobs="${FOLIVO_BENCH_JOBS:-2}"
 
@@ -28,5 +35,20 @@ fi
 mkdir -p bench/results
 work="$(mktemp -d "${TMPDIR:-/tmp}/folivo-bench.XXXXXX")"
 trap 'rm -rf "$work"' EXIT
-"$build/bench/folivo-bench" --library "$cache/Folivo.db" --work "$work" --runs "$runs" \
-    --json bench/results/latest.json
+status=0
+"$build/bench/folivo-bench" --library "$cache/Folivo.db" --work "$work" --runs "$runs" "${only[@]}" \
+    --json bench/results/latest.json || status=$?
+
+# The README's table is made from latest.json, between its two markers.
+if [[ ${#only[@]} -eq 0 && -f bench/results/latest.json ]]; then
+    # (folivo-bench removes its work directory when it ends)
+    table="$(mktemp)"
+    readme="$(mktemp)"
+    "$build/bench/folivo-bench" --table bench/results/latest.json >"$table"
+    awk -v table="$table" '
+        /<!-- bench-table -->/ { print; while ((getline line < table) > 0) print line; skip = 1; next }
+        /<!-- \/bench-table -->/ { skip = 0 }
+        !skip { print }' README.md >"$readme" && cp "$readme" README.md
+    rm -f "$table" "$readme"
+fi
+exit "$status"

@@ -77,6 +77,12 @@ bool installShippedFiles(const QString &dir, QString *error)
     return true;
 }
 
+QString enterDataDir(const QString &dir, const QString &output)
+{
+    const QString absolute = QFileInfo(output).absoluteFilePath();
+    return QDir::setCurrent(dir) ? absolute : QString();
+}
+
 int cliFail(const QString &message)
 {
     std::fprintf(stderr, "folivo-cli: %s\n", message.toUtf8().constData());

@@ -34,6 +34,12 @@ QString resolveDataDir(const CliArgs &args);
 void recoverCutOffRestore(const QString &dir);
 bool installShippedFiles(const QString &dir, QString *error);
 
+// Makes the data directory the working directory, as the program does at start-up, so that an
+// output is checked against this library's own files. Returns the output path made absolute
+// first (a relative one is meant from where the command was started); empty when the directory
+// cannot be entered.
+QString enterDataDir(const QString &dir, const QString &output);
+
 int cliFail(const QString &message); // prints "folivo-cli: message" and returns 1
 
 // Opens the library of the data directory for a command that reads it. False with a message for

@@ -59,6 +59,11 @@ int cmdProtocol(const QStringList &argv)
         return cliFail(QStringLiteral("no library database in %1").arg(dir));
     if (Database::open(path, &error) != Database::OpenResult::Ok)
         return cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
+    const QString target = enterDataDir(dir, pdf);
+    if (target.isEmpty()) {
+        Database::close();
+        return cliFail(QStringLiteral("cannot enter the data directory %1").arg(dir));
+    }
     PrintedTable doc;
     int message = 0;
     if (kind == ProtocolRequest::Loan) {
@@ -73,9 +78,10 @@ int cmdProtocol(const QStringList &argv)
     Database::close();
     if (message != 0)
         return cliFail(QStringLiteral("%1 (message %2)").arg(messageText(message)).arg(message));
-    int pages = 0;
-    if (!writePdf(doc, pdf, &pages))
-        return cliFail(QStringLiteral("cannot write %1").arg(pdf));
+    const PdfResult written = writePdf(doc, target);
+    if (!written.ok())
+        return cliFail(written.file.describe());
+    const int pages = written.print.pages;
     cliPrint(QStringLiteral("%1: %2, %3 %4")
                  .arg(pdf, doc.title)
                  .arg(pages)

@@ -102,6 +102,11 @@ int cmdReport(const QStringList &argv)
         return cliFail(QStringLiteral("no library database in %1").arg(dir));
     if (Database::open(path, &error) != Database::OpenResult::Ok)
         return cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
+    const QString target = enterDataDir(dir, html);
+    if (target.isEmpty()) {
+        Database::close();
+        return cliFail(QStringLiteral("cannot enter the data directory %1").arg(dir));
+    }
 
     ReportQuery query;
     int message = 0;
@@ -145,8 +150,9 @@ int cmdReport(const QStringList &argv)
     Database::close();
     if (result.message != 0)
         return failWithMessage(result.message);
-    if (!writeReportHtml(html, query.title, result.rows, result.summary))
-        return failWithMessage(120);
+    const SafeFile::Result written = writeReportHtml(target, query.title, result.rows, result.summary);
+    if (!written.ok())
+        return cliFail(QStringLiteral("%1 (message 120: %2)").arg(written.describe(), messageText(120)));
     cliPrint(QStringLiteral("%1: %2").arg(html, result.summary));
     return 0;
 }

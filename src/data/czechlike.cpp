@@ -164,7 +164,11 @@ bool registerCzechLike(QSqlDatabase &db)
     const QVariant v = db.driver()->handle();
     if (!v.isValid() || qstrcmp(v.typeName(), "sqlite3*") != 0)
         return false;
-    sqlite3 *handle = *static_cast<sqlite3 *const *>(v.data());
+    return registerCzechLike(*static_cast<sqlite3 *const *>(v.data()));
+}
+
+bool registerCzechLike(sqlite3 *handle)
+{
     if (!handle)
         return false;
     const int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;

@@ -208,3 +208,15 @@ PooledQuery::~PooledQuery()
 {
     StatementPool::giveBack(m_sql, std::move(m_query), m_generation);
 }
+
+QString selectOnly(const QString &sql, const QString &table, const QStringList &columns)
+{
+    const QString star = QStringLiteral("SELECT * FROM ") + table + QLatin1Char(' ');
+    if (!sql.startsWith(star) || columns.isEmpty())
+        return sql;
+    QString narrowed = QStringLiteral("SELECT ");
+    for (const QString &c : columns)
+        narrowed += table + QLatin1Char('.') + c + QStringLiteral(", ");
+    narrowed.chop(2);
+    return narrowed + QStringLiteral(" FROM ") + table + QLatin1Char(' ') + sql.mid(star.size());
+}

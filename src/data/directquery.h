@@ -7,6 +7,7 @@
 #endif
 
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <memory>
@@ -53,6 +54,12 @@ private:
     sqlite3 *m_db = nullptr;
     sqlite3_stmt *m_stmt = nullptr;
 };
+
+// The statement with its leading "SELECT * FROM table " narrowed to the listed columns of that
+// table, so that the engine decodes only what the caller reads (a book row has some twenty
+// columns, a list shows four); any other statement is returned as it stands. The rows and their
+// order do not change.
+QString selectOnly(const QString &sql, const QString &table, const QStringList &columns);
 
 // A statement of the connection's StatementPool for the time of one use: the literal values of
 // the text are bound as parameters, so runs with other values reuse the prepared statement.

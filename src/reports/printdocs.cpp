@@ -2,7 +2,6 @@
 
 #include "data/labels.h"
 
-#include <QFile>
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
@@ -73,16 +72,38 @@ void setUpPdfWriter(QPdfWriter *writer, const QString &title)
     writer->setCreator(QStringLiteral("FOLIVO 2.0"));
     writer->setTitle(title);
     writer->setResolution(300);
-    writer->setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
-                                      QMarginsF(15, 15, 15, 12), QPageLayout::Millimeter));
+    writer->setPageLayout(programPageLayout());
 }
 
-bool writePdf(const PrintedTable &doc, const QString &path, int *pages)
+QPageLayout programPageLayout()
 {
-    QPdfWriter writer(path);
-    setUpPdfWriter(&writer, doc.title);
-    const int n = printTable(&writer, doc);
-    if (pages)
-        *pages = n;
-    return n > 0 && QFile::exists(path);
+    return QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, QMarginsF(15, 15, 15, 12),
+                       QPageLayout::Millimeter);
+}
+
+PdfResult writePdf(const PrintedTable &doc, const QString &path, const PageProgress &progress,
+                   const QPageLayout &layout, int resolution)
+{
+    PdfResult result;
+    SafeFile::Writer file(path);
+    result.file = file.open();
+    if (!result.file.ok())
+        return result;
+    {
+        QPdfWriter writer(file.device());
+        writer.setCreator(QStringLiteral("FOLIVO 2.0"));
+        writer.setTitle(doc.title);
+        writer.setResolution(resolution);
+        writer.setPageLayout(layout);
+        result.print = printTable(&writer, doc, progress);
+    }
+    if (!result.print.finished) {
+        file.cancel();
+        result.file = {SafeFile::Status::WriteFailed, path,
+                       result.print.cancelled ? QStringLiteral("stopped by the user")
+                                              : QStringLiteral("the pages could not be painted")};
+        return result;
+    }
+    result.file = file.commit();
+    return result;
 }

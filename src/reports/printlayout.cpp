@@ -5,6 +5,7 @@
 #include <QPagedPaintDevice>
 #include <QPainter>
 
+#include <array>
 #include <numeric>
 
 QString printFooterText(const QDate &date)
@@ -20,25 +21,51 @@ QString printPageCounterText(int page, int pages)
 
 namespace {
 
-// Sizes in points; the painter turns them into device units.
+// Sizes in points; the fonts are sized in the layout device's pixels, so that a page paints the
+// same on the printer, into a PDF file and scaled into the preview.
 constexpr double TitlePt = 15;
 constexpr double BodyPt = 10;
 constexpr double MinBodyPt = 7;
 constexpr double FooterPt = 8;
 
-QFont printFont(double pt, bool bold)
-{
-    QFont f(QStringLiteral("DejaVu Sans"));
-    f.setStyleHint(QFont::SansSerif);
-    f.setPointSizeF(pt);
-    f.setBold(bold);
-    return f;
-}
-
-class Layout
+// Advances of the characters of one font, for a quick answer whether a cell's text fits on one
+// line. Measuring every cell exactly costs a text layout each; a report of 100,000 books would
+// spend seconds on it before its first page.
+class AdvanceTable
 {
 public:
-    Layout(QPagedPaintDevice *device, const PrintedTable &doc) : m_device(device), m_doc(doc)
+    AdvanceTable(const QFont &font, const QPaintDevice *device) : m_metrics(font, device)
+    {
+        m_advances.fill(-1);
+    }
+    // The width of the text as the sum of its characters; negative when a character is outside
+    // the table or breaks the line.
+    double estimate(const QString &text)
+    {
+        double w = 0;
+        for (const QChar c : text) {
+            const char16_t u = c.unicode();
+            if (u >= m_advances.size() || u < 0x20)
+                return -1;
+            double &a = m_advances[u];
+            if (a < 0)
+                a = m_metrics.horizontalAdvance(c);
+            w += a;
+        }
+        return w;
+    }
+
+private:
+    QFontMetricsF m_metrics;
+    std::array<double, 0x300> m_advances; // Latin letters with the Czech accents and the common signs
+};
+
+} // namespace
+
+class PrintedPages::Layout
+{
+public:
+    Layout(const QPaintDevice *device, const PrintedTable &doc) : m_device(device), m_doc(doc)
     {
         m_dpi = device->logicalDpiY();
         m_titleFont = font(TitlePt, true);
@@ -69,26 +96,34 @@ public:
     int pages() const { return int(m_pageStarts.size()); }
     const QList<double> &widths() const { return m_columnW; }
     const QFont &bodyFont() const { return m_bodyFont; }
+    double padding() const { return m_pad; }
+    QSizeF pageSize() const { return m_page.size(); }
 
-    // startOnNewPage: the document follows another one on the same device.
-    void paint(QPainter &p, bool startOnNewPage = false)
+    void paintPage(QPainter &p, int page) const
     {
-        for (int page = 0; page < pages(); ++page) {
-            if (page > 0 || startOnNewPage)
-                m_device->newPage();
-            double y = page == 0 ? paintHead(p) : m_page.top();
-            y = paintColumnHeaders(p, y);
-            const int end = page + 1 < pages() ? m_pageStarts.at(page + 1) : int(m_doc.rows.size());
-            for (int r = m_pageStarts.at(page); r < end; ++r)
-                y = paintRow(p, r, y);
-            if (page + 1 == pages())
-                paintClosing(p, y);
-            paintFooter(p, page + 1);
-        }
+        if (page < 0 || page >= pages())
+            return;
+        double y = page == 0 ? paintHead(p) : m_page.top();
+        y = paintColumnHeaders(p, y);
+        const int end = page + 1 < pages() ? m_pageStarts.at(page + 1) : int(m_doc.rows.size());
+        for (int r = m_pageStarts.at(page); r < end; ++r)
+            y = paintRow(p, r, y);
+        if (page + 1 == pages())
+            paintClosing(p, y);
+        paintFooter(p, page + 1);
     }
 
 private:
     double mm(double v) const { return v * m_dpi / 25.4; }
+
+    QFont font(double pt, bool bold) const
+    {
+        QFont f(QStringLiteral("DejaVu Sans"));
+        f.setStyleHint(QFont::SansSerif);
+        f.setPixelSize(std::max(1, qRound(pt * m_dpi / 72.0)));
+        f.setBold(bold);
+        return f;
+    }
 
     // Each column takes its share of the page by weight, but never less than its header and its
     // sample value need; what those columns take beyond their share comes out of the others'.
@@ -103,22 +138,6 @@ private:
         return least;
     }
 
-    static int lineCount(const QString &text) { return int(text.count(QLatin1Char('\n'))) + 1; }
-
-    double paragraphHeight(const QString &text) const
-    {
-        return QFontMetricsF(m_bodyFont, m_device)
-            .boundingRect(QRectF(0, 0, m_page.width(), 1e6), Qt::TextWordWrap, text)
-            .height();
-    }
-
-    double paragraphsHeight(const QStringList &paragraphs) const
-    {
-        double h = 0;
-        for (const QString &text : paragraphs)
-            h += paragraphHeight(text) + mm(2.5);
-        return h;
-    }
     QList<double> columnWidths() const
     {
         const QList<double> least = leastWidths();
@@ -147,7 +166,22 @@ private:
         return widths;
     }
 
-    QFont font(double pt, bool bold) const { return printFont(pt, bold); }
+    static int lineCount(const QString &text) { return int(text.count(QLatin1Char('\n'))) + 1; }
+
+    double paragraphHeight(const QString &text) const
+    {
+        return QFontMetricsF(m_bodyFont, m_device)
+            .boundingRect(QRectF(0, 0, m_page.width(), 1e6), Qt::TextWordWrap, text)
+            .height();
+    }
+
+    double paragraphsHeight(const QStringList &paragraphs) const
+    {
+        double h = 0;
+        for (const QString &text : paragraphs)
+            h += paragraphHeight(text) + mm(2.5);
+        return h;
+    }
 
     double headHeight() const
     {
@@ -173,6 +207,18 @@ private:
         return h + 2 * m_pad;
     }
 
+    // A body row: cells that clearly fit on one line are one line high without measuring them.
+    double bodyRowHeight(const QStringList &cells, AdvanceTable &advances, double oneLine) const
+    {
+        double h = m_line;
+        for (int c = 0; c < m_columnW.size() && c < cells.size(); ++c) {
+            const double w = advances.estimate(cells.at(c));
+            const double room = m_columnW.at(c) - 2 * m_pad;
+            h = std::max(h, w >= 0 && w < room * 0.95 ? oneLine : cellHeight(cells.at(c), c, m_bodyFont));
+        }
+        return h + 2 * m_pad;
+    }
+
     double columnHeaderHeight() const
     {
         QStringList headers;
@@ -194,15 +240,21 @@ private:
     {
         m_pageStarts = {0};
         m_rowHeights.clear();
-        const double headers = columnHeaderHeight();
-        double y = m_page.top() + headHeight() + headers;
+        m_rowHeights.reserve(m_doc.rows.size());
+        m_columnHeaderHeight = columnHeaderHeight();
+        AdvanceTable advances(m_bodyFont, m_device);
+        const double oneLine =
+            QFontMetricsF(m_bodyFont, m_device)
+                .boundingRect(QRectF(0, 0, 1e6, 1e6), Qt::TextWordWrap, QStringLiteral("X"))
+                .height();
+        double y = m_page.top() + headHeight() + m_columnHeaderHeight;
         for (int r = 0; r < m_doc.rows.size(); ++r) {
-            const double h = rowHeight(m_doc.rows.at(r), m_bodyFont);
+            const double h = bodyRowHeight(m_doc.rows.at(r), advances, oneLine);
             m_rowHeights << h;
             // A page takes at least one row, even one taller than the page.
             if (y + h > m_bodyBottom && r > m_pageStarts.last()) {
                 m_pageStarts << r;
-                y = m_page.top() + headers;
+                y = m_page.top() + m_columnHeaderHeight;
             }
             y += h;
         }
@@ -210,7 +262,7 @@ private:
             m_pageStarts << int(m_doc.rows.size()); // the closing lines go on a page of their own
     }
 
-    double paintHead(QPainter &p)
+    double paintHead(QPainter &p) const
     {
         double y = m_page.top();
         p.setFont(m_titleFont);
@@ -235,7 +287,7 @@ private:
         return paintParagraphs(p, m_doc.introParagraphs, y);
     }
 
-    double paintParagraphs(QPainter &p, const QStringList &paragraphs, double y)
+    double paintParagraphs(QPainter &p, const QStringList &paragraphs, double y) const
     {
         p.setFont(m_bodyFont);
         for (const QString &text : paragraphs) {
@@ -247,7 +299,7 @@ private:
         return y;
     }
 
-    double paintCells(QPainter &p, const QStringList &cells, double y, double h, bool header)
+    double paintCells(QPainter &p, const QStringList &cells, double y, double h, bool header) const
     {
         const QRectF band(m_page.left(), y, m_page.width(), h);
         if (header)
@@ -265,22 +317,22 @@ private:
         return y + h;
     }
 
-    double paintColumnHeaders(QPainter &p, double y)
+    double paintColumnHeaders(QPainter &p, double y) const
     {
         QStringList headers;
         for (const PrintedTable::Column &c : m_doc.columns)
             headers << c.header;
         p.setFont(m_headFont);
-        return paintCells(p, headers, y, columnHeaderHeight(), true);
+        return paintCells(p, headers, y, m_columnHeaderHeight, true);
     }
 
-    double paintRow(QPainter &p, int r, double y)
+    double paintRow(QPainter &p, int r, double y) const
     {
         p.setFont(m_bodyFont);
         return paintCells(p, m_doc.rows.at(r), y, m_rowHeights.at(r), false);
     }
 
-    void paintClosing(QPainter &p, double y)
+    void paintClosing(QPainter &p, double y) const
     {
         y += mm(4);
         p.setFont(m_bodyFont);
@@ -304,7 +356,7 @@ private:
         }
     }
 
-    void paintFooter(QPainter &p, int page)
+    void paintFooter(QPainter &p, int page) const
     {
         p.setFont(m_footerFont);
         const QFontMetricsF fm(m_footerFont, m_device);
@@ -318,32 +370,65 @@ private:
                    Qt::AlignRight | Qt::AlignVCenter, printPageCounterText(page, pages()));
     }
 
-    QPagedPaintDevice *m_device;
+    const QPaintDevice *m_device;
     const PrintedTable &m_doc;
     int m_dpi = 72;
     QFont m_titleFont, m_bodyFont, m_headFont, m_footerFont;
     QRectF m_page;
-    double m_pad = 0, m_line = 0, m_footerHeight = 0, m_bodyBottom = 0;
+    double m_pad = 0, m_line = 0, m_footerHeight = 0, m_bodyBottom = 0, m_columnHeaderHeight = 0;
     QList<double> m_columnX, m_columnW, m_rowHeights;
     QList<int> m_pageStarts;
 };
 
-} // namespace
+PrintedPages::PrintedPages(const QPaintDevice *device, const PrintedTable &doc)
+    : m_layout(std::make_unique<Layout>(device, doc))
+{}
 
-int countPrintedPages(QPagedPaintDevice *device, const PrintedTable &doc)
+PrintedPages::~PrintedPages() = default;
+
+int PrintedPages::pages() const
 {
-    return Layout(device, doc).pages();
+    return m_layout->pages();
 }
 
-int printTable(QPagedPaintDevice *device, const PrintedTable &doc)
+QSizeF PrintedPages::pageSize() const
 {
+    return m_layout->pageSize();
+}
+
+void PrintedPages::paintPage(QPainter &painter, int page) const
+{
+    m_layout->paintPage(painter, page);
+}
+
+int countPrintedPages(const QPaintDevice *device, const PrintedTable &doc)
+{
+    return PrintedPages(device, doc).pages();
+}
+
+PrintOutcome printTable(QPagedPaintDevice *device, const PrintedTable &doc, const PageProgress &progress)
+{
+    PrintOutcome outcome;
+    const PrintedPages layout(device, doc);
+    outcome.pages = layout.pages();
     QPainter painter;
     if (!painter.begin(device))
-        return 0;
-    Layout layout(device, doc);
-    layout.paint(painter);
-    painter.end();
-    return layout.pages();
+        return outcome;
+    for (int page = 0; page < outcome.pages; ++page) {
+        if (progress && !progress(page + 1, outcome.pages)) {
+            outcome.cancelled = true;
+            break;
+        }
+        if (page > 0 && !device->newPage())
+            break;
+        layout.paintPage(painter, page);
+        if (page + 1 == outcome.pages)
+            outcome.finished = true;
+    }
+    // The painter's end writes the rest of the document; its failure is the job's failure.
+    if (!painter.end())
+        outcome.finished = false;
+    return outcome;
 }
 
 int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs, const PrintProgress &progress,
@@ -356,8 +441,12 @@ int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs, cons
         return 0;
     int pages = 0;
     for (int i = 0; i < docs.size(); ++i) {
-        Layout layout(device, docs.at(i));
-        layout.paint(painter, i > 0);
+        const PrintedPages layout(device, docs.at(i));
+        for (int page = 0; page < layout.pages(); ++page) {
+            if (i > 0 || page > 0)
+                device->newPage();
+            layout.paintPage(painter, page);
+        }
         pages += layout.pages();
         if (progress && !progress(i + 1, int(docs.size()))) {
             if (cancelled)
@@ -369,13 +458,17 @@ int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs, cons
     return pages;
 }
 
-PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc)
+PrintedColumns PrintedPages::columns() const
 {
-    const Layout layout(device, doc);
-    return {layout.widths(), layout.bodyFont(), printedCellPadding(device)};
+    return {m_layout->widths(), m_layout->bodyFont(), m_layout->padding()};
 }
 
-double printedCellPadding(QPagedPaintDevice *device)
+PrintedColumns printedColumns(const QPaintDevice *device, const PrintedTable &doc)
+{
+    return PrintedPages(device, doc).columns();
+}
+
+double printedCellPadding(const QPaintDevice *device)
 {
     return 1.2 * device->logicalDpiY() / 25.4;
 }

@@ -60,7 +60,9 @@ bool exportReportHtml(QWidget *parent, const QString &title, const QList<ReportR
     const QString path = asker()(parent, request);
     if (path.isEmpty())
         return false;
-    if (!writeReportHtml(path, title, rows, summary)) {
+    const SafeFile::Result written = writeReportHtml(path, title, rows, summary);
+    if (!written.ok()) {
+        qWarning("%s", qPrintable(written.describe()));
         showMessage(Message::HtmlNotWritten);
         return false;
     }

@@ -25,6 +25,7 @@ QString askSaveFile(QWidget *parent, const SaveFileRequest &request);
 QString exportDirectory();
 
 // "&Sestava do HTML...": creates Export, asks for the file, writes the page; message 120 when the
-// file cannot be opened. Returns true when a page was written.
+// page cannot be written whole or the file is one of the program's own. Returns true when a page
+// was written.
 bool exportReportHtml(QWidget *parent, const QString &title, const QList<ReportRow> &rows,
                       const QString &summary);

@@ -76,9 +76,9 @@ void TestPrinting::loanProtocolPdf()
     QCOMPARE(prepareLoanProtocol(loan, &protocol), 0);
     QTemporaryDir dir;
     const QString pdf = dir.filePath(QStringLiteral("loan.pdf"));
-    int pages = 0;
-    QVERIFY(writePdf(loanProtocolDocument(protocol, today()), pdf, &pages));
-    QCOMPARE(pages, 1);
+    const PdfResult written = writePdf(loanProtocolDocument(protocol, today()), pdf);
+    QVERIFY(written.ok());
+    QCOMPARE(written.print.pages, 1);
     const QString text = pdfText(pdf);
     // pdftotext may fold the double blank of the client label; FOLIVO_TODAY is 15 March 2026.
     QStringList expected = {QStringLiteral("Protokol o výpůjčce"),
@@ -116,7 +116,7 @@ void TestPrinting::returnProtocolPdf()
     QCOMPARE(prepareReturnProtocol(ret, &protocol), 0);
     QTemporaryDir dir;
     const QString pdf = dir.filePath(QStringLiteral("return.pdf"));
-    QVERIFY(writePdf(returnProtocolDocument(protocol, today()), pdf));
+    QVERIFY(writePdf(returnProtocolDocument(protocol, today()), pdf).ok());
     const QString text = pdfText(pdf);
     const QStringList expected = {QStringLiteral("Protokol o vrácení knih"),
                                   QStringLiteral("Číslo vrácení:"),
@@ -144,9 +144,9 @@ void TestPrinting::longProtocolTakesTwoPages()
     QCOMPARE(prepareLoanProtocol(loan, &protocol), 0);
     QTemporaryDir dir;
     const QString pdf = dir.filePath(QStringLiteral("long.pdf"));
-    int pages = 0;
-    QVERIFY(writePdf(loanProtocolDocument(protocol, today()), pdf, &pages));
-    QCOMPARE(pages, 2);
+    const PdfResult written = writePdf(loanProtocolDocument(protocol, today()), pdf);
+    QVERIFY(written.ok());
+    QCOMPARE(written.print.pages, 2);
     const QString first = pdfText(pdf, 1);
     const QString second = pdfText(pdf, 2);
     QVERIFY(first.contains(QStringLiteral("strana 1 / 2")));
@@ -172,9 +172,11 @@ void TestPrinting::reportPdf()
                      QStringLiteral("Autor"), float(i), i});
     QTemporaryDir dir;
     const QString pdf = dir.filePath(QStringLiteral("report.pdf"));
-    int pages = 0;
     const QString summary = reportSummary(120, 7260);
-    QVERIFY(writePdf(reportDocument(QStringLiteral("Knihy vyřazené"), rows, summary, today()), pdf, &pages));
+    PdfResult written =
+        writePdf(reportDocument(QStringLiteral("Knihy vyřazené"), rows, summary, today()), pdf);
+    QVERIFY(written.ok());
+    const int pages = written.print.pages;
     QVERIFY(pages >= 2);
     const QString first = pdfText(pdf, 1);
     const QString last = pdfText(pdf, pages);
@@ -191,14 +193,16 @@ void TestPrinting::reportPdf()
     QVERIFY(!first.contains(QStringLiteral("Nalezeno")));
 
     // An empty report still prints its title, headers and the empty-result line.
-    QVERIFY(writePdf(
+    written = writePdf(
         reportDocument(QStringLiteral("Knihy vyřazené"), {}, QString::fromUtf8(ReportEmptyText), today()),
-        pdf, &pages));
-    QCOMPARE(pages, 1);
+        pdf);
+    QVERIFY(written.ok());
+    QCOMPARE(written.print.pages, 1);
     QVERIFY(pdfText(pdf).contains(QStringLiteral("Nebyla nalezena žádná odpovídající kniha")));
     // A file that cannot be created.
     QVERIFY(!writePdf(reportDocument(QString(), {}, QString(), today()),
-                      dir.filePath(QStringLiteral("no/such/folder/x.pdf"))));
+                      dir.filePath(QStringLiteral("no/such/folder/x.pdf")))
+                 .ok());
 }
 
 void TestPrinting::footerTexts()
@@ -254,7 +258,7 @@ void TestPrinting::protocolColumnsHoldTheirValues()
                                     QLatin1Char(' ') + row.at(c)));
         }
         QVERIFY(total <= writer.width() + 1);
-        QVERIFY(writePdf(doc, pdf));
+        QVERIFY(writePdf(doc, pdf).ok());
         const QString text = pdfText(pdf);
         for (const QString &whole : {longBook, QStringLiteral("7. 3.2005"), QStringLiteral("28.12.2005")})
             QVERIFY2(text.contains(whole),

@@ -1,6 +1,7 @@
 // The report queries and rows, the HTML page and the protocol preparation, without a window.
 #include "data/czechorder.h"
 #include "data/database.h"
+#include "data/directquery.h"
 #include "data/recordsets.h"
 #include "data/statements.h"
 #include "registers/registercore.h"
@@ -49,6 +50,7 @@ class TestReportCore : public QObject
 
 private Q_SLOTS:
     void statementsAndTitles();
+    void narrowedStatements();
     void reportsOnARealLibrary();
     void czechOrderOfReportsSearchAndPickers();
     void missingCategoryStopsTheReport();
@@ -62,6 +64,24 @@ private Q_SLOTS:
     void protocolChoosers();
     void commandLine();
 };
+
+void TestReportCore::narrowedStatements()
+{
+    const QStringList columns = {QStringLiteral("KOD"), QStringLiteral("ID_KNIHY_KNIHY")};
+    const QString knihy = QStringLiteral("KNIHY");
+    QCOMPARE(
+        selectOnly(fixedReport(ReportKind::Present).sql, knihy, columns),
+        QStringLiteral("SELECT KNIHY.KOD, KNIHY.ID_KNIHY_KNIHY FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND NOT "
+                       "KNIHY.VYPUJCENO ORDER BY KNIHY.KOD DESC"));
+    // Only a leading "SELECT * FROM KNIHY" is narrowed; anything else stays as it is.
+    for (const char *other : {"SELECT * FROM KNIHYX WHERE 1", " SELECT * FROM KNIHY WHERE 1",
+                              "SELECT COUNT(*) FROM KNIHY WHERE 1", "SELECT * FROM KATEGORIE WHERE 1"}) {
+        const QString sql = QString::fromLatin1(other);
+        QCOMPARE(selectOnly(sql, knihy, columns), sql);
+    }
+    QCOMPARE(selectOnly(QStringLiteral("SELECT * FROM KNIHY WHERE 1"), knihy, {}),
+             QStringLiteral("SELECT * FROM KNIHY WHERE 1"));
+}
 
 void TestReportCore::statementsAndTitles()
 {
@@ -388,13 +408,13 @@ void TestReportCore::htmlPage()
     QFETCH(QByteArray, expected);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("sestava.html"));
-    // An existing file is truncated.
+    // An existing file is replaced whole.
     {
         QFile old(path);
         QVERIFY(old.open(QIODevice::WriteOnly));
         old.write(QByteArray(5000, 'x'));
     }
-    QVERIFY(writeReportHtml(path, QStringLiteral("Knihy v kategorii: Poezie"), rows, summary));
+    QVERIFY(writeReportHtml(path, QStringLiteral("Knihy v kategorii: Poezie"), rows, summary).ok());
     QCOMPARE(readAll(path), expected);
 }
 
@@ -402,7 +422,7 @@ void TestReportCore::htmlOpenFailure()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("no/such/folder/sestava.html"));
-    QVERIFY(!writeReportHtml(path, QStringLiteral("T"), {}, QStringLiteral("S")));
+    QVERIFY(!writeReportHtml(path, QStringLiteral("T"), {}, QStringLiteral("S")).ok());
     QVERIFY(!QFile::exists(path));
     HtmlTableWriter writer;
     QVERIFY(!writer.writeText(QStringLiteral("x"))); // nothing open
@@ -552,7 +572,7 @@ void TestReportCore::commandLine()
     const ReportQuery query = categoryReport(poezie, QStringLiteral("Poezie"));
     const ReportResult result = runReport(query.sql);
     const QString expectedPath = QDir(lib.dir()).filePath(QStringLiteral("expected.html"));
-    QVERIFY(writeReportHtml(expectedPath, query.title, result.rows, result.summary));
+    QVERIFY(writeReportHtml(expectedPath, query.title, result.rows, result.summary).ok());
     Database::close(); // the tool opens the library itself
 
     const QString dataDir = lib.dir();

@@ -349,6 +349,16 @@ void TestReportView::htmlExport()
     view.exportHtml();
     QCOMPARE(messages.numbers(), QList<int>{120});
     QVERIFY(!QFile::exists(answer));
+    // The library itself, also through a link in Export: message 120 and the library untouched.
+    const QByteArray library = readAll(lib.dbPath());
+    QVERIFY(QFile::link(lib.dbPath(), QDir(exportDir).filePath(QStringLiteral("odkaz.html"))));
+    for (const QString &own : {lib.dbPath(), QDir(exportDir).filePath(QStringLiteral("odkaz.html"))}) {
+        messages.clear();
+        answer = own;
+        view.exportHtml();
+        QCOMPARE(messages.numbers(), QList<int>{120});
+        QCOMPARE(readAll(lib.dbPath()), library);
+    }
     setSaveFileAsker(previous);
     QDir::setCurrent(oldCurrent);
 }

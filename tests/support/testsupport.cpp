@@ -4,6 +4,7 @@
 #include "data/recordsets.h"
 
 #include <QDir>
+#include <QFile>
 #include <QSqlQuery>
 
 TestLibrary::TestLibrary()
@@ -146,4 +147,21 @@ QList<int> MessageRecorder::numbers() const
     for (const Shown &s : m_shown)
         out << s.number;
     return out;
+}
+
+QByteArray fileBytes(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+QList<ReportRow> madeUpReportRows(int count)
+{
+    QList<ReportRow> rows;
+    rows.reserve(count);
+    for (int i = 0; i < count; ++i)
+        rows.append({QStringLiteral("K%1").arg(i, 6, 10, QLatin1Char('0')),
+                     QStringLiteral("Název knihy %1").arg(i), QStringLiteral("Poezie"),
+                     QStringLiteral("Jan Neruda"), float(i % 300), i});
+    return rows;
 }

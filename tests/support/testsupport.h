@@ -2,6 +2,7 @@
 
 #include "app/messages.h"
 #include "data/dates.h"
+#include "reports/reportcore.h"
 
 #include <QList>
 #include <QString>
@@ -85,3 +86,9 @@ private:
     QList<int> m_answers;
     MessageBoxHandler m_previous;
 };
+
+// The whole content of a file; empty when it cannot be read.
+QByteArray fileBytes(const QString &path);
+
+// count made-up report rows (codes K000000, K000001, ... in the category Poezie), for long pages.
+QList<ReportRow> madeUpReportRows(int count);
