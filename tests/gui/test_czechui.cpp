@@ -558,6 +558,27 @@ void TestCzechUi::viewLettersBeforeMenus()
     QCOMPARE(popup->title(), QStringLiteral("&Nápověda"));
     popup->close();
     QCOMPARE(limit->isChecked(), !wasLimited);
+
+    // On the returns page "&Vrátit dne" has the letter until its field is disabled (the batch's
+    // date is fixed); then the menu has it.
+    view->setActivePage(CViewZadavani::Vraceni);
+    QWidget *returnDate = view->activePage()->findChild<QWidget *>(QStringLiteral("returnDate"));
+    QWidget *code = view->activePage()->findChild<QWidget *>(QStringLiteral("bookCode"));
+    QVERIFY(returnDate && code);
+    code->setFocus();
+    QTRY_COMPARE(QApplication::focusWidget(), code);
+    QTest::keyClick(code, Qt::Key_V, Qt::AltModifier);
+    QTRY_COMPARE(QApplication::focusWidget(), returnDate);
+    QVERIFY(!QApplication::activePopupWidget());
+    code->setFocus();
+    returnDate->setEnabled(false);
+    QTRY_COMPARE(QApplication::focusWidget(), code);
+    QTest::keyClick(code, Qt::Key_V, Qt::AltModifier);
+    QTRY_VERIFY(QApplication::activePopupWidget());
+    popup = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    QVERIFY(popup);
+    QCOMPARE(popup->title(), QStringLiteral("Na&vigace"));
+    popup->close();
 }
 
 // The lists of the circulation pages make room for their longest normal values: a code of 20
