@@ -78,7 +78,8 @@ QStringList clashes(const QString &window, const QList<MnemonicOwner> &mnemonics
 {
     QStringList out;
     // Letters that the program's texts themselves give twice in one window.
-    const QStringList shared = {QStringLiteral("&Přírůst. čís. od"), QStringLiteral("&Pořízení od")};
+    const QStringList shared = {QStringLiteral("&Přírůst. čís. od"), QStringLiteral("&Pořízení od"),
+                                QStringLiteral("&Sestava..."), QStringLiteral("&Sestava do HTML...")};
     for (int i = 0; i < mnemonics.size(); ++i)
         for (int j = i + 1; j < mnemonics.size(); ++j)
             if (mnemonics.at(i).key == mnemonics.at(j).key &&
@@ -469,6 +470,20 @@ void TestCzechUi::mnemonicsWithoutClashes()
 
     QStringList found;
     found << clashes(QStringLiteral("menu"), menuMnemonics(m_frame->menuBar()));
+    // Each menu's own items.
+    QList<QMenu *> menus;
+    for (QAction *a : m_frame->menuBar()->actions())
+        menus << a->menu();
+    for (int i = 0; i < menus.size(); ++i) {
+        QList<MnemonicOwner> items;
+        for (QAction *a : menus.at(i)->actions()) {
+            if (a->menu())
+                menus << a->menu();
+            if (const QKeySequence key = QKeySequence::mnemonic(a->text()); !key.isEmpty())
+                items.append({nullptr, -1, a, key, a->text()});
+        }
+        found << clashes(menus.at(i)->title(), items);
+    }
     for (int i = 0; i < view->sheet()->count(); ++i) {
         view->setActivePage(i);
         found << clashes(view->sheet()->tabText(i), mnemonicOwners(m_frame->activeView()));
