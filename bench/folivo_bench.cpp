@@ -14,13 +14,16 @@
 #include "catalogue/bookcore.h"
 #include "catalogue/pageprohlizeni.h"
 #include "circulation/circulationcore.h"
+#include "data/czechorder.h"
 #include "data/database.h"
 #include "data/dates.h"
 #include "data/recordsets.h"
 #include "data/statements.h"
+#include "reports/reminderscore.h"
 #include "reports/reportcore.h"
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
+#include "reports/statisticscore.h"
 #include "search/searchcore.h"
 
 #include <QApplication>
@@ -95,6 +98,9 @@ public:
             die(QStringLiteral("cannot open %1").arg(path));
         exec("PRAGMA locking_mode=EXCLUSIVE");
         exec("PRAGMA journal_mode=DELETE");
+        // The translated statements sort their texts in Czech order through this collation.
+        if (!registerCzechCollation(m_db))
+            die(QStringLiteral("cannot register the Czech collation"));
     }
     ~Raw() { sqlite3_close_v2(m_db); }
     Raw(const Raw &) = delete;
@@ -235,6 +241,151 @@ size_t plainReport(sqlite3 *db, const std::string &sql)
     }
     std::reverse(rows.begin(), rows.end());
     return rows.size() + (total < 0 ? 1 : 0);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Reminder letters and the annual statistics: the same statements stepped on the C API into
+// plain structures, with the same grouping and the same Czech ordering.
+
+struct PlainBook
+{
+    std::string code, title, author;
+    int id = 0, loan = 0, due = 0, late = 0;
+};
+struct PlainLetter
+{
+    int client = 0;
+    std::string code, first, last, address;
+    std::vector<PlainBook> books;
+};
+
+size_t plainReminders(sqlite3 *db, DateNumber day)
+{
+    Stmt3 books(db, ReminderSql::OverdueBooks);
+    sqlite3_bind_int(*books, 1, day);
+    std::vector<PlainLetter> letters;
+    std::unordered_map<int, size_t> index;
+    const QDate on = dateFromNumber(day);
+    while (books.step()) {
+        const int client = books.integer(0);
+        auto it = index.find(client);
+        if (it == index.end()) {
+            letters.push_back(PlainLetter{client, {}, {}, {}, {}, {}});
+            it = index.emplace(client, letters.size() - 1).first;
+        }
+        PlainBook b{books.text(2),
+                    books.text(3),
+                    books.text(4),
+                    books.integer(1),
+                    books.integer(5),
+                    books.integer(6),
+                    0};
+        b.late = int(dateFromNumber(b.due).daysTo(on));
+        letters[it->second].books.push_back(std::move(b));
+    }
+    Stmt3 client(db, ReminderSql::Client);
+    for (PlainLetter &l : letters) {
+        sqlite3_bind_int(*client, 1, l.client);
+        if (!client.step())
+            die(QStringLiteral("client missing"));
+        l.code = client.text(0);
+        l.first = client.text(1);
+        l.last = client.text(2);
+        if (client.integer(3))
+            l.address = client.text(4);
+        client.reset();
+        std::sort(l.books.begin(), l.books.end(), [](const PlainBook &a, const PlainBook &b) {
+            return a.due != b.due ? a.due < b.due : a.code < b.code;
+        });
+    }
+    std::sort(letters.begin(), letters.end(), [](const PlainLetter &a, const PlainLetter &b) {
+        if (const int c = czechCompare(QString::fromStdString(a.last), QString::fromStdString(b.last),
+                                       Qt::CaseInsensitive))
+            return c < 0;
+        return czechCompare(QString::fromStdString(a.first), QString::fromStdString(b.first),
+                            Qt::CaseInsensitive) < 0;
+    });
+    return letters.size();
+}
+
+int plainStatistics(sqlite3 *db, int year)
+{
+    const int first = year * 10000 + 101, last = year * 10000 + 1231;
+    auto run = [&](const char *sql, const std::function<void(Stmt3 &)> &row) {
+        Stmt3 q(db, sql);
+        sqlite3_bind_int(*q, 1, first);
+        sqlite3_bind_int(*q, 2, last);
+        while (q.step())
+            row(q);
+    };
+    int figures[8] = {};
+    double price = 0;
+    int months[2][12] = {};
+    run(StatisticsSql::Acquired, [&](Stmt3 &q) {
+        figures[0] = q.integer(0);
+        price = sqlite3_column_double(*q, 1);
+    });
+    run(StatisticsSql::Discarded, [&](Stmt3 &q) { figures[1] = q.integer(0); });
+    run(StatisticsSql::Holdings, [&](Stmt3 &q) { figures[2] = q.integer(0); });
+    run(StatisticsSql::LoansByMonth, [&](Stmt3 &q) { months[0][(q.integer(0) + 11) % 12] += q.integer(1); });
+    run(StatisticsSql::ReturnsByMonth,
+        [&](Stmt3 &q) { months[1][(q.integer(0) + 11) % 12] += q.integer(1); });
+    run(StatisticsSql::ActiveClients, [&](Stmt3 &q) { figures[3] = q.integer(0); });
+    run(StatisticsSql::NewClients, [&](Stmt3 &q) { figures[4] = q.integer(0); });
+    run(StatisticsSql::LentAtEnd, [&](Stmt3 &q) {
+        figures[5] = q.integer(0);
+        figures[6] = q.integer(1);
+    });
+    struct Ranked
+    {
+        int id, loans;
+        QString key;
+    };
+    const auto byLoans = [](const Ranked &a, const Ranked &b) {
+        if (a.loans != b.loans)
+            return a.loans > b.loans;
+        return czechCompare(a.key, b.key, Qt::CaseInsensitive) < 0;
+    };
+    std::vector<Ranked> top;
+    {
+        Stmt3 q(db, StatisticsSql::BookLoans);
+        sqlite3_bind_int(*q, 1, first);
+        sqlite3_bind_int(*q, 2, last);
+        while (q.step()) {
+            const int loans = q.integer(1);
+            if (top.size() >= size_t(StatisticsTopBooks) && loans < top[StatisticsTopBooks - 1].loans)
+                break;
+            top.push_back({q.integer(0), loans, {}});
+        }
+    }
+    Stmt3 book(db, StatisticsSql::Book);
+    std::vector<PlainBook> topBooks;
+    for (Ranked &r : top) {
+        sqlite3_bind_int(*book, 1, r.id);
+        if (!book.step())
+            die(QStringLiteral("book missing"));
+        topBooks.push_back({book.text(0), book.text(1), book.text(2), r.id, 0, 0, r.loans});
+        r.key = QString::fromStdString(topBooks.back().code);
+        book.reset();
+    }
+    std::sort(top.begin(), top.end(), byLoans);
+    std::vector<Ranked> categories;
+    run(StatisticsSql::CategoryLoans, [&](Stmt3 &q) {
+        categories.push_back({q.integer(0), q.integer(1), {}});
+    });
+    Stmt3 category(db, StatisticsSql::Category);
+    for (Ranked &c : categories) {
+        sqlite3_bind_int(*category, 1, c.id);
+        if (!category.step())
+            die(QStringLiteral("category missing"));
+        c.key = QString::fromStdString(category.text(0));
+        category.reset();
+    }
+    std::sort(categories.begin(), categories.end(), byLoans);
+    int loans = 0;
+    for (int m : months[0])
+        loans += m;
+    return loans + (price < 0 ? 1 : 0);
 }
 
 struct ReportCase
@@ -831,6 +982,43 @@ struct Bench
                  median(empty), QStringLiteral("empty report shown"), 3.0, false});
     }
 
+    // Reminders for every client with an overdue book today, and the statistics of last year.
+    void annualReports()
+    {
+        const DateNumber day = dateNumberFromDate(today());
+        const int year = today().year() - 1;
+        double baseReminders = 0, baseStatistics = 0;
+        size_t letters = 0;
+        int loans = 0;
+        {
+            Raw raw(bigDb());
+            baseReminders = timed([&] { letters = plainReminders(raw.db(), day); });
+            baseStatistics = timed([&] { loans = plainStatistics(raw.db(), year); });
+        }
+        openOurs(bigDb());
+        QList<ReminderLetter> ours;
+        const double oursReminders = timed([&] {
+            if (collectReminders(day, -1, &ours) != 0)
+                die(QStringLiteral("reminders failed"));
+        });
+        AnnualStatistics stats;
+        const double oursStatistics = timed([&] {
+            if (computeAnnualStatistics(year, &stats) != 0)
+                die(QStringLiteral("statistics failed"));
+        });
+        Database::close();
+        if (size_t(ours.size()) != letters || stats.loans() != loans)
+            die(QStringLiteral("reminders %1 / %2 letters, statistics %3 / %4 loans")
+                    .arg(ours.size())
+                    .arg(letters)
+                    .arg(stats.loans())
+                    .arg(loans));
+        addCase({QStringLiteral("reminders (%1 letters)").arg(letters), QStringLiteral("ms"), oursReminders,
+                 baseReminders, QStringLiteral("same statements, C API"), 1.2});
+        addCase({QStringLiteral("statistics of %1 (%2 loans)").arg(year).arg(loans), QStringLiteral("ms"),
+                 oursStatistics, baseStatistics, QStringLiteral("same statements, C API"), 1.2});
+    }
+
     void backup()
     {
         const QString db = bigDb();
@@ -958,7 +1146,7 @@ int main(int argc, char **argv)
     installUnattendedMessages();
     Bench bench;
     QString json;
-    QStringList only; // groups to run: reports, circulation, browse, startup, memory, backup
+    QStringList only; // groups to run: reports, annual, circulation, browse, startup, memory, backup
     const QStringList args = QCoreApplication::arguments();
     for (int i = 1; i < args.size(); ++i) {
         const QString &a = args.at(i);
@@ -985,6 +1173,8 @@ int main(int argc, char **argv)
     std::printf("Folivo benchmarks, %d runs each (median)\n", bench.runs);
     if (only.isEmpty() || only.contains(QLatin1String("reports")))
         bench.reportsAndSearch();
+    if (only.isEmpty() || only.contains(QLatin1String("annual")))
+        bench.annualReports();
     if (only.isEmpty() || only.contains(QLatin1String("circulation")))
         bench.circulation();
     if (only.isEmpty() || only.contains(QLatin1String("browse")))

@@ -39,6 +39,8 @@ enum : int
     ReportClientLoans = 32795,
     ReportClientOverdue = 32844,
     ReportClientHistory = 32794,
+    Reminders = 32870,
+    AnnualStatistics = 32871,
     // Zobrazení
     ViewEntry = 32787,
     ViewSearch = 32788,

@@ -204,6 +204,9 @@ void CMainFrame::buildMenus()
         "Zobrazí knihy klienta s prodlením");
     add(reports, Cmd::ReportClientHistory, "Hist&orie klienta...",
         "Zobrazí knihy, které si klient kdy vypůjčil");
+    reports->addSeparator();
+    add(reports, Cmd::Reminders, "&Upomínky...", "Vytiskne upomínky klientům, kteří mají knihy s prodlením");
+    add(reports, Cmd::AnnualStatistics, "&Roční statistika...", "Zobrazí statistiku knihovny za zvolený rok");
     view->addSeparator();
     add(view, Cmd::ViewEntry, "&Zadávání", "Přepne do zadávání (výpůjčky, vrácení, nové knihy, ...)");
     add(view, Cmd::ViewSearch, "&Vyhledávání", "Přepne do pokročilého vyhledávání");

@@ -81,8 +81,9 @@ std::optional<SettingsRecord> SettingsRecord::read(const QString &path)
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly))
         return std::nullopt;
-    // One byte more than a record, so that a longer file is not taken for one.
-    return fromBytes(f.read(Size + 1));
+    // The record is the file's first 164 bytes; whatever follows them is not read, so a longer
+    // file with sound marks is a record, and only a shorter one or one with bad marks is not.
+    return fromBytes(f.read(Size));
 }
 
 bool SettingsRecord::write(const QString &path) const

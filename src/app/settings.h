@@ -48,6 +48,8 @@ struct SettingsRecord
     QByteArray toBytes() const;
     // Anything but 164 bytes with both marks counts as no record.
     static std::optional<SettingsRecord> fromBytes(const QByteArray &bytes);
+    // The record in the file's first 164 bytes; none when the file is missing, shorter or its
+    // marks are wrong. Bytes after the record do not matter.
     static std::optional<SettingsRecord> read(const QString &path);
     bool write(const QString &path) const;
 };

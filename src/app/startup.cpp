@@ -57,9 +57,13 @@ CMainFrame *startProgram(const StartupOptions &options, int *exitCode)
 
     QString detail;
     if (Database::open(QString::fromLatin1(Database::FileName), &detail) != Database::OpenResult::Ok) {
+        qWarning("%s", qUtf8Printable(detail));
         showMessage(2);
         return nullptr;
     }
+    // A restore that a crash cut off was finished or undone on opening: the user hears it once.
+    if (const QString notice = Database::takeRecoveryNotice(); !notice.isEmpty())
+        RvMessageBox(QString(), notice, MessageKind::Information, ButtonsOk);
     auto *frame = new CMainFrame;
     installFeatures(*frame);
     frame->switchView(ViewSwitchRequest{});

@@ -4,6 +4,7 @@
 
 #include "app/messages.h"
 #include "data/dates.h"
+#include "data/safefile.h"
 
 #include <QDir>
 #include <QFile>
@@ -47,41 +48,16 @@ qint64 readFully(QIODevice &source, char *into, qint64 n)
     return total;
 }
 
-bool writeAll(QFile &file, const char *data, qint64 n)
+bool writeAll(QFileDevice &file, const char *data, qint64 n)
 {
     return file.write(data, n) == n;
 }
 
-bool writeEndMark(QFile &file)
+bool writeEndMark(QFileDevice &file)
 {
     char mark[Backup::EndMarkSize];
     putWord(mark, Backup::EndMark);
     return writeAll(file, mark, Backup::EndMarkSize) && file.flush();
-}
-
-// Pushes the file's bytes to the medium before it is closed: a backup that only sat in the
-// system's cache is no backup. Devices that cannot be synced (a pipe, a terminal) are left be.
-bool syncFile(QFile &file)
-{
-    if (!file.flush())
-        return false;
-    const int fd = file.handle();
-    if (fd < 0)
-        return true;
-    if (::fsync(fd) == 0)
-        return true;
-    return errno == EINVAL || errno == EROFS;
-}
-
-// Closes a volume; false when closing reported an error (the last buffered bytes could not be
-// written, or the system refused to close the file).
-bool closeVolume(QFile &file)
-{
-    if (!file.isOpen())
-        return true;
-    file.unsetError();
-    file.close();
-    return file.error() == QFileDevice::NoError;
 }
 
 bool readHeader(QIODevice &source, BackupHeader *header)
@@ -115,8 +91,8 @@ enum class VolumeRead
 
 // Appends amount bytes of one volume to the temporary file. before: bytes of the whole backup
 // that precede this volume, for the progress.
-VolumeRead copyVolumeData(QIODevice &volume, QFile &temporary, qint64 amount, qint64 before, qint64 length,
-                          const BackupCallbacks &callbacks)
+VolumeRead copyVolumeData(QIODevice &volume, QFileDevice &temporary, qint64 amount, qint64 before,
+                          qint64 length, const BackupCallbacks &callbacks)
 {
     QByteArray block(Backup::BlockSize, Qt::Uninitialized);
     qint64 copied = 0;
@@ -254,8 +230,8 @@ int importPercent(qint64 remaining, qint64 dataLength)
     return int((dataLength * 100 - remaining * 100) / dataLength);
 }
 
-CopyResult WriteBackupVolume(QFile &volume, QIODevice &source, const BackupHeader &header, qint64 maxData,
-                             qint64 *copied, const BackupCallbacks &callbacks)
+CopyResult WriteBackupVolume(QFileDevice &volume, QIODevice &source, const BackupHeader &header,
+                             qint64 maxData, qint64 *copied, const BackupCallbacks &callbacks)
 {
     const QByteArray head = header.toBytes();
     if (!writeAll(volume, head.constData(), head.size())) {
@@ -290,80 +266,91 @@ CopyResult WriteBackupVolume(QFile &volume, QIODevice &source, const BackupHeade
     return CopyResult::Done;
 }
 
-CopyResult exportToFile(const QString &databasePath, QFile &backup, const BackupStamp &stamp,
+namespace {
+
+// The header of a backup of the whole source, stamped when the export started; false (after
+// message 2) when the source is larger than the format can describe.
+bool headerFor(QIODevice &database, const BackupStamp &stamp, quint32 volumeCount, BackupHeader *header)
+{
+    if (!database.isOpen() || database.size() > qint64(0xFFFFFFFFu) || !database.seek(0)) {
+        showMessage(2);
+        return false;
+    }
+    header->dataLength = quint32(database.size());
+    header->volumeCount = volumeCount;
+    header->volumeIndex = 0;
+    header->date = stamp.date;
+    header->tag = stamp.tag;
+    return true;
+}
+
+// Closes a finished volume: flushed, pushed to the disk and renamed over its name. A failure to
+// write the last bytes is message 101, a failure to put the file in place message 100.
+CopyResult commitVolume(SafeFile::Writer &volume)
+{
+    const SafeFile::Result r = volume.commit();
+    if (r.ok())
+        return CopyResult::Done;
+    qWarning("backup: %s", qUtf8Printable(r.describe()));
+    showMessage(r.status == SafeFile::Status::CommitFailed ? 100 : 101);
+    return CopyResult::Failed;
+}
+
+} // namespace
+
+CopyResult exportToFile(QIODevice &database, SafeFile::Writer &backup, const BackupStamp &stamp,
                         const BackupCallbacks &callbacks)
 {
-    QFile database(databasePath);
-    if (!database.open(QIODevice::ReadOnly) || database.size() > qint64(0xFFFFFFFFu)) {
-        showMessage(2);
-        backup.close();
+    BackupHeader header;
+    if (!headerFor(database, stamp, 1, &header)) {
+        backup.cancel();
         return CopyResult::Failed;
     }
-    BackupHeader header;
-    header.dataLength = quint32(database.size());
-    header.volumeCount = 1;
-    header.volumeIndex = 0;
-    header.date = stamp.date;
-    header.tag = stamp.tag;
-    database.seek(0);
     qint64 copied = 0;
     CopyResult result =
-        WriteBackupVolume(backup, database, header, qint64(header.dataLength), &copied, callbacks);
-    database.close();
-    if (result == CopyResult::Done && !(writeEndMark(backup) && syncFile(backup))) {
+        WriteBackupVolume(*backup.device(), database, header, qint64(header.dataLength), &copied, callbacks);
+    if (result == CopyResult::Done && !writeEndMark(*backup.device())) {
         showMessage(101);
         result = CopyResult::Failed;
     }
-    if (!closeVolume(backup) && result == CopyResult::Done) {
-        showMessage(100);
-        result = CopyResult::Failed;
-    }
+    if (result == CopyResult::Done)
+        return commitVolume(backup);
+    // A backup that was not finished is no backup: the one the name held before stays.
+    backup.cancel();
     return result;
 }
 
-CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDir, QFile &firstVolume,
+CopyResult exportToFloppies(QIODevice &database, const QString &floppyDir, SafeFile::Writer &firstVolume,
                             const BackupStamp &stamp, const BackupCallbacks &callbacks)
 {
-    QFile database(databasePath);
-    if (!database.open(QIODevice::ReadOnly) || database.size() > qint64(0xFFFFFFFFu)) {
-        showMessage(2);
-        firstVolume.close();
+    BackupHeader header;
+    if (!headerFor(database, stamp, 0, &header)) {
+        firstVolume.cancel();
         return CopyResult::Failed;
     }
-    BackupHeader header;
-    header.dataLength = quint32(database.size());
     header.volumeCount = floppyVolumeCount(header.dataLength);
-    header.volumeIndex = 0;
-    header.date = stamp.date;
-    header.tag = stamp.tag;
     RvMessageBox(QString(),
                  QString::asprintf("Počet disket, potřebných pro zálohu: %d\n\nDiskety musí být prázdné!",
                                    int(header.volumeCount)),
                  MessageKind::Information, ButtonsOk);
 
-    database.seek(0);
     qint64 copied = 0;
-    QFile *current = &firstVolume;
-    std::unique_ptr<QFile> next;
+    SafeFile::Writer *current = &firstVolume;
+    std::unique_ptr<SafeFile::Writer> next;
     CopyResult result =
-        WriteBackupVolume(firstVolume, database, header, Backup::VolumeDataSize, &copied, callbacks);
+        WriteBackupVolume(*current->device(), database, header, Backup::VolumeDataSize, &copied, callbacks);
     for (quint32 k = 2; result == CopyResult::Done && k <= header.volumeCount; ++k) {
-        if (!syncFile(*current)) {
-            showMessage(101);
-            result = CopyResult::Failed;
+        result = commitVolume(*current);
+        if (result != CopyResult::Done)
             break;
-        }
-        if (!closeVolume(*current)) {
-            showMessage(100);
-            result = CopyResult::Failed;
-            break;
-        }
         RvMessageBox(
             QStringLiteral("Výzva"),
             QString::asprintf("Vložte prosím další prázdnou disketu (s pořadovým číslem %d).", int(k)),
             MessageKind::Information, ButtonsOk);
-        auto volume = std::make_unique<QFile>(floppyVolumePath(floppyDir, int(k)));
-        if (!volume->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        auto volume = std::make_unique<SafeFile::Writer>(floppyVolumePath(floppyDir, int(k)),
+                                                         SafeFile::Durability::Durable);
+        if (const SafeFile::Result opened = volume->open(); !opened.ok()) {
+            qWarning("backup: %s", qUtf8Printable(opened.describe()));
             showMessage(99);
             result = CopyResult::Failed;
             break;
@@ -371,22 +358,21 @@ CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDi
         next = std::move(volume);
         current = next.get();
         header.volumeIndex = k - 1;
-        result = WriteBackupVolume(*current, database, header, Backup::VolumeDataSize, &copied, callbacks);
+        result = WriteBackupVolume(*current->device(), database, header, Backup::VolumeDataSize, &copied,
+                                   callbacks);
     }
-    database.close();
-    if (result == CopyResult::Done && !(writeEndMark(*current) && syncFile(*current))) {
+    if (result == CopyResult::Done && !writeEndMark(*current->device())) {
         showMessage(101);
         result = CopyResult::Failed;
     }
-    if (!closeVolume(*current) && result == CopyResult::Done) {
-        showMessage(100);
-        result = CopyResult::Failed;
-    }
-    firstVolume.close();
+    if (result == CopyResult::Done)
+        return commitVolume(*current);
+    current->cancel();
+    firstVolume.cancel();
     return result;
 }
 
-CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupCallbacks &callbacks,
+CopyResult ReadBackup(const QString &sourceName, QFileDevice &temporary, const BackupCallbacks &callbacks,
                       quint32 *dataLength)
 {
     QFile first(sourceName);
@@ -462,7 +448,7 @@ CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupC
             break;
         }
     }
-    if (!syncFile(temporary) || !closeVolume(temporary)) {
+    if (!temporary.flush()) {
         showMessage(101);
         return CopyResult::Failed;
     }

@@ -6,7 +6,11 @@
 
 #include <functional>
 
-class QFile;
+namespace SafeFile {
+class Writer;
+}
+
+class QFileDevice;
 class QIODevice;
 
 // The backup file: a raw copy of the database file framed by a 24-byte header and end marks.
@@ -92,22 +96,25 @@ enum class CopyResult
 // from its current position in blocks of 64000 (stopping early when the data length is reached),
 // and one end mark. *copied runs over the whole backup. Shows message 101 when writing fails
 // and message 2 when the source cannot be read.
-CopyResult WriteBackupVolume(QFile &volume, QIODevice &source, const BackupHeader &header, qint64 maxData,
-                             qint64 *copied, const BackupCallbacks &callbacks);
+CopyResult WriteBackupVolume(QFileDevice &volume, QIODevice &source, const BackupHeader &header,
+                             qint64 maxData, qint64 *copied, const BackupCallbacks &callbacks);
 
-// The disk export into the already created backup file: one volume with the whole database
-// file and two end marks. The file is closed on return.
-CopyResult exportToFile(const QString &databasePath, QFile &backup, const BackupStamp &stamp,
+// The disk export of the database image (read from its start; the live library through a
+// LiveImage) into the opened writer: one volume with the whole image and two end marks. The
+// writer is committed when the backup is complete and cancelled otherwise, so a failed or
+// stopped export leaves the file that had the name before as it was.
+CopyResult exportToFile(QIODevice &database, SafeFile::Writer &backup, const BackupStamp &stamp,
                         const BackupCallbacks &callbacks);
-// The floppy export: firstVolume (already created) is zaloha.fzl in floppyDir; the others are
-// created there as the user inserts the diskettes. Every volume is closed on return.
-CopyResult exportToFloppies(const QString &databasePath, const QString &floppyDir, QFile &firstVolume,
+// The floppy export: firstVolume (opened) is zaloha.fzl in floppyDir; the others are written
+// there as the user inserts the diskettes. Each volume is committed when it is complete.
+CopyResult exportToFloppies(QIODevice &database, const QString &floppyDir, SafeFile::Writer &firstVolume,
                             const BackupStamp &stamp, const BackupCallbacks &callbacks);
 
 // Reads the backup whose first volume is sourceName into the open temporary file, checking the
 // framing of every volume; shows 99, 101, 102 or the abort notice and fails when it must. The
-// temporary file is closed (and synced) on success. *dataLength receives the header's length.
-CopyResult ReadBackup(const QString &sourceName, QFile &temporary, const BackupCallbacks &callbacks,
+// temporary file is flushed on success; the caller commits or discards it. *dataLength receives
+// the header's length.
+CopyResult ReadBackup(const QString &sourceName, QFileDevice &temporary, const BackupCallbacks &callbacks,
                       quint32 *dataLength = nullptr);
 
 // True when the restored image at path is a sound library database: exactly dataLength bytes,

@@ -2,24 +2,21 @@
 
 #include "app/messages.h"
 #include "data/database.h"
+#include "data/libraryfiles.h"
+#include "data/librarylock.h"
+#include "data/liveimage.h"
+#include "data/safefile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
-QString databasePath(const QString &dataDir)
-{
-    return QDir(dataDir).filePath(QString::fromLatin1(Database::FileName));
-}
-
-// True when both names lead to one file (also through links): the library database must never
-// be opened as a backup file, neither to be overwritten nor to be read while it is in use.
+// True when both names lead to one file (also through links).
 bool sameFile(const QString &a, const QString &b)
 {
     struct stat sa
@@ -32,16 +29,6 @@ bool sameFile(const QString &a, const QString &b)
     return sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
 }
 
-// Makes the renames of the swap durable before the old image is let go.
-void syncDirectory(const QString &dir)
-{
-    const int fd = ::open(QFile::encodeName(dir).constData(), O_RDONLY | O_DIRECTORY);
-    if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
-    }
-}
-
 void setBusy(const BackupCallbacks &callbacks, bool busy)
 {
     if (callbacks.setBusy)
@@ -50,11 +37,15 @@ void setBusy(const BackupCallbacks &callbacks, bool busy)
 
 bool reopen(const QString &dataDir)
 {
-    return Database::open(databasePath(dataDir)) == Database::OpenResult::Ok;
+    QString detail;
+    if (Database::open(LibraryFiles::libraryPath(dataDir), &detail) == Database::OpenResult::Ok)
+        return true;
+    qWarning("backup: the library cannot be opened: %s", qUtf8Printable(detail));
+    return false;
 }
 
-// Steps after every export that closed the database: the result, the progress back at 0, the
-// buttons enabled, the database reopened.
+// Steps after every export: the result, the progress back at 0, the buttons enabled. The library
+// stayed open (and locked) through the copy; should it have gone meanwhile, it is opened again.
 BackupOutcome finishExport(CopyResult result, const QString &dataDir, const BackupCallbacks &callbacks)
 {
     if (result == CopyResult::Done)
@@ -66,7 +57,7 @@ BackupOutcome finishExport(CopyResult result, const QString &dataDir, const Back
     if (callbacks.progress)
         callbacks.progress(0, QString());
     setBusy(callbacks, false);
-    if (!reopen(dataDir)) {
+    if (!Database::isOpen() && !reopen(dataDir)) {
         showMessage(2);
         return BackupOutcome::Fatal;
     }
@@ -81,36 +72,60 @@ BackupOutcome finishExport(CopyResult result, const QString &dataDir, const Back
     return BackupOutcome::Failed;
 }
 
-BackupOutcome swapDatabase(const QString &dataDir)
+// Opens the writer of a backup file; false (after message 99) when the file cannot be made there
+// or the name is one of the program's own files.
+bool openBackupFile(SafeFile::Writer &writer)
 {
-    const QString live = databasePath(dataDir);
-    const QString restored = restoredImagePath(dataDir);
-    const QString previous = previousImagePath(dataDir);
-    QFile::remove(previous);
+    const SafeFile::Result r = writer.open();
+    if (r.ok())
+        return true;
+    qWarning("backup: %s", qUtf8Printable(r.describe()));
+    showMessage(99);
+    return false;
+}
+
+// The copy itself, from the open library through its own file handle.
+CopyResult copyLibrary(const ExportRequest &request, SafeFile::Writer &target,
+                       const BackupCallbacks &callbacks)
+{
+    LiveImage image;
+    if (!image.open(QIODevice::ReadOnly)) {
+        qWarning("backup: %s", qUtf8Printable(image.errorString()));
+        showMessage(2);
+        target.cancel();
+        return CopyResult::Failed;
+    }
+    return request.toFloppies ? exportToFloppies(image, request.floppyDir, target, request.stamp, callbacks)
+                              : exportToFile(image, target, request.stamp, callbacks);
+}
+
+// Drops the restored image of a read that failed or was refused: nothing of it is left behind.
+void discard(QSaveFile &image)
+{
+    image.cancelWriting();
+    image.commit();
+}
+
+// Puts the verified image in place of the library. The directory stays locked throughout, so no
+// other copy of the program can open the library between the close and the reopen.
+BackupOutcome swapDatabase(const QString &dataDir, const QString &image)
+{
     Database::close();
-    if (!QFile::rename(live, previous)) {
+    QString detail;
+    if (!LibraryFiles::replaceLibrary(dataDir, image, &detail)) {
+        qWarning("backup import: %s", qUtf8Printable(detail));
+        QFile::remove(image);
         showMessage(104);
         if (reopen(dataDir))
             return BackupOutcome::Failed;
         showMessage(2);
         return BackupOutcome::Fatal;
     }
-    if (!QFile::rename(restored, live)) {
-        showMessage(104);
-        // Put the previous database back, so that the next start finds it where it belongs.
-        QFile::rename(previous, live);
-        showMessage(2);
-        return BackupOutcome::Fatal;
-    }
-    syncDirectory(dataDir);
-    syncDirectory(QFileInfo(previous).path());
-    QFile::remove(restored);
+    // The reopen runs the start-up check on the new library and clears Temp/.
     if (!reopen(dataDir)) {
-        // The previous database stays in Temp/Tmp_old.dat.
         showMessage(2);
         return BackupOutcome::Fatal;
     }
-    QFile::remove(previous);
     RvMessageBox(QString(), QString::fromUtf8("Data byly úspěšně obnoveny ze zálohy!"),
                  MessageKind::Information, ButtonsOk);
     return BackupOutcome::Succeeded;
@@ -120,28 +135,25 @@ BackupOutcome swapDatabase(const QString &dataDir)
 
 QString restoredImagePath(const QString &dataDir)
 {
-    return QDir(dataDir).filePath(QStringLiteral("Temp/Tmp_new.dat"));
+    return LibraryFiles::restoredImagePath(dataDir);
 }
 
 QString previousImagePath(const QString &dataDir)
 {
-    return QDir(dataDir).filePath(QStringLiteral("Temp/Tmp_old.dat"));
+    return LibraryFiles::previousImagePath(dataDir);
 }
 
 BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &callbacks)
 {
-    const QString database = databasePath(request.dataDir);
+    // The library stays open for the whole copy: the lock on it never lapses, so no other copy
+    // of the program can start on it (or write to it) while its image is taken.
+    LibraryLockHold hold(request.dataDir);
     if (request.toFloppies) {
-        QFile first(floppyVolumePath(request.floppyDir, 1));
-        if (!first.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-            showMessage(99);
+        SafeFile::Writer first(floppyVolumePath(request.floppyDir, 1), SafeFile::Durability::Durable);
+        if (!openBackupFile(first))
             return BackupOutcome::Stayed;
-        }
-        Database::close();
         setBusy(callbacks, true);
-        const CopyResult result =
-            exportToFloppies(database, request.floppyDir, first, request.stamp, callbacks);
-        return finishExport(result, request.dataDir, callbacks);
+        return finishExport(copyLibrary(request, first, callbacks), request.dataDir, callbacks);
     }
 
     const QString name = request.fileName.trimmed();
@@ -155,19 +167,14 @@ BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &cal
                      MessageKind::Question, ButtonsYesNo) != ResultYes)
         return BackupOutcome::Stayed;
     QDir(request.dataDir).mkdir(QStringLiteral("Export"));
-    if (sameFile(name, database)) {
-        showMessage(99);
+    // The backup is written beside its name and put in place only when it is complete: the
+    // backup that had the name before stays whole until then.
+    SafeFile::Writer backup(name, SafeFile::Durability::Durable,
+                            {LibraryFiles::libraryPath(request.dataDir)});
+    if (!openBackupFile(backup))
         return BackupOutcome::Stayed;
-    }
-    QFile backup(name);
-    if (!backup.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        showMessage(99);
-        return BackupOutcome::Stayed;
-    }
-    Database::close();
     setBusy(callbacks, true);
-    const CopyResult result = exportToFile(database, backup, request.stamp, callbacks);
-    return finishExport(result, request.dataDir, callbacks);
+    return finishExport(copyLibrary(request, backup, callbacks), request.dataDir, callbacks);
 }
 
 BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &callbacks)
@@ -182,35 +189,56 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
                                        "kompletní nahrazení stávajících\ndat novými bez možnosti návratu!"),
                      MessageKind::Question, ButtonsYesNo) != ResultYes)
         return BackupOutcome::Stayed;
+    LibraryLockHold hold(request.dataDir);
+    if (!hold.locked()) {
+        qWarning("backup import: %s", qUtf8Printable(hold.error()));
+        showMessage(2);
+        return BackupOutcome::Stayed;
+    }
     QDir(request.dataDir).mkdir(QStringLiteral("Temp"));
     const QString restored = restoredImagePath(request.dataDir);
-    QFile temporary(restored);
-    if (!temporary.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    // The image is read into a save file beside Temp/Tmp_new.dat, which takes its name only once
+    // the whole backup was read: a file left there by an earlier attempt is never in the way.
+    QSaveFile temporary(restored);
+    if (!temporary.open(QIODevice::WriteOnly)) {
+        qWarning("backup import: cannot write %s: %s", qUtf8Printable(restored),
+                 qUtf8Printable(temporary.errorString()));
         showMessage(101);
         return BackupOutcome::Stayed;
     }
     setBusy(callbacks, true);
-    // The database stays open while the backup is read; it is never read as a backup itself,
-    // since closing a second handle on it would drop the program's lock.
-    if (sameFile(name, databasePath(request.dataDir))) {
+    // The library and the images of a restore are never read as a backup: they are not one, and
+    // a second handle on the open library would drop the program's lock when closed.
+    const QString live = LibraryFiles::libraryPath(request.dataDir);
+    if (sameFile(name, live) || sameFile(name, restored) ||
+        sameFile(name, previousImagePath(request.dataDir))) {
+        discard(temporary);
         showMessage(102);
         setBusy(callbacks, false);
         return BackupOutcome::Failed;
     }
     quint32 length = 0;
     const CopyResult read = ReadBackup(name, temporary, callbacks, &length);
-    temporary.close();
+    if (read == CopyResult::Done && (!SafeFile::syncFile(temporary.handle()) || !temporary.commit())) {
+        qWarning("backup import: cannot write %s: %s", qUtf8Printable(restored),
+                 qUtf8Printable(temporary.errorString()));
+        showMessage(101);
+        setBusy(callbacks, false);
+        return BackupOutcome::Failed;
+    }
     if (read != CopyResult::Done) {
+        discard(temporary);
         setBusy(callbacks, false);
         return read == CopyResult::Quit ? BackupOutcome::Quit : BackupOutcome::Failed;
     }
     QString why;
-    if (!isSoundDatabaseImage(restored, length, &why)) {
+    if (!isSoundDatabaseImage(restored, length, &why, request.acceptRecordFindings)) {
         qWarning("backup import: %s", qUtf8Printable(why));
+        QFile::remove(restored);
         showMessage(102);
         setBusy(callbacks, false);
         return BackupOutcome::Failed;
     }
     setBusy(callbacks, false);
-    return swapDatabase(request.dataDir);
+    return swapDatabase(request.dataDir, restored);
 }

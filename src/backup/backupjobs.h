@@ -5,7 +5,8 @@
 #include <QString>
 
 // The whole "Start" of the export and of the import, in their order: the checks of the entries,
-// the questions, closing the library database for the copy or the swap and reopening it. The
+// the questions, the copy, and for the import the swap of the library file and its reopening.
+// The data directory stays locked for the whole job. The
 // dialogs and folivo-cli both run these; the messages go through RvMessageBox.
 enum class BackupOutcome
 {
@@ -29,6 +30,10 @@ struct ImportRequest
 {
     QString fileName; // the backup file, or the first volume of a series
     QString dataDir;  // where Folivo.db and Temp/ are
+    // Also restores an image that breaks only rules between the records (never one that fails
+    // SQLite's integrity check or differs from the shipped schema): the librarian's last resort
+    // when the only backup there is has such a fault.
+    bool acceptRecordFindings = false;
 };
 
 BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &callbacks);

@@ -6,9 +6,6 @@
 #include "data/recordsets.h"
 #include "data/statements.h"
 
-#include <QCollator>
-#include <QLocale>
-
 BookRow BookRow::fromSet(const CSetKnihy &s)
 {
     BookRow r;
@@ -197,21 +194,6 @@ BookCheck checkBookEntry(const BookTexts &typed, const CorrectedBook *correction
     BookCheck ok;
     ok.entry = e;
     return ok;
-}
-
-int czechCompare(const QString &a, const QString &b, Qt::CaseSensitivity cs)
-{
-    static const QCollator sensitive = [] {
-        QCollator c{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
-        c.setCaseSensitivity(Qt::CaseSensitive);
-        return c;
-    }();
-    static const QCollator insensitive = [] {
-        QCollator c{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
-        c.setCaseSensitivity(Qt::CaseInsensitive);
-        return c;
-    }();
-    return (cs == Qt::CaseSensitive ? sensitive : insensitive).compare(a, b);
 }
 
 void sortKeywords(QStringList &keywords)

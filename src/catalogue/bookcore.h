@@ -1,6 +1,7 @@
 #pragma once
 
 #include "data/categories.h"
+#include "data/czechorder.h"
 #include "data/labels.h"
 
 #include "data/dates.h"
@@ -123,9 +124,6 @@ BookCheck checkBookEntry(const BookTexts &texts, const CorrectedBook *correction
 // Checks of one keyword before it is added to a list (messages 29, 119, 44, 39; 0 when it may be
 // added). The duplicate test ignores letter case.
 int checkNewKeyword(const QString &trimmedKeyword, const QStringList &present);
-
-// Lists of the catalogue sort in Czech order whatever the system's locale is.
-int czechCompare(const QString &a, const QString &b, Qt::CaseSensitivity cs = Qt::CaseSensitive);
 
 // The keyword lists of the pages keep their items in ascending order.
 void sortKeywords(QStringList &keywords);

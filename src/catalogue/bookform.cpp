@@ -326,7 +326,7 @@ bool BookForm::fillCategories()
         return false;
     }
     std::stable_sort(items.begin(), items.end(), [](const CategoryItem &a, const CategoryItem &b) {
-        return czechCompare(a.name, b.name) < 0;
+        return czechOrder(a.name, b.name) < 0;
     });
     for (const CategoryItem &i : items)
         category->addItem(i.name, i.id);
@@ -350,7 +350,7 @@ int BookForm::insertCategory(const CategoryItem &item)
     if (!category || item.name.isEmpty())
         return -1;
     int at = 0;
-    while (at < category->count() && czechCompare(category->itemText(at), item.name) <= 0)
+    while (at < category->count() && czechOrder(category->itemText(at), item.name) <= 0)
         ++at;
     category->insertItem(at, item.name, item.id);
     return at;

@@ -1,22 +1,12 @@
 #include "catalogue/bookmodels.h"
 
 #include "data/checks.h"
+#include "data/czechorder.h"
 
 #include <QCollator>
 
 #include <algorithm>
 #include <numeric>
-
-namespace {
-
-QCollator caseSensitiveCollator()
-{
-    QCollator c{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
-    c.setCaseSensitivity(Qt::CaseSensitive);
-    return c;
-}
-
-} // namespace
 
 int KeywordListModel::rowCount(const QModelIndex &parent) const
 {
@@ -133,7 +123,7 @@ void BookPickerModel::sort(int column, Qt::SortOrder)
 {
     if (column < 0 || column >= ColumnCount)
         return;
-    const QCollator collator = caseSensitiveCollator();
+    const QCollator &collator = czechCollator(Qt::CaseSensitive);
     const auto key = [column](const PickerRow &r) -> const QString & {
         return column == Code ? r.code : column == Title ? r.title : r.author;
     };
@@ -233,7 +223,7 @@ void LoanHistoryModel::sort(int column, Qt::SortOrder)
 {
     if (column < 0 || column >= ColumnCount)
         return;
-    const QCollator collator = caseSensitiveCollator();
+    const QCollator &collator = czechCollator(Qt::CaseSensitive);
     const auto less = [&](const LoanHistoryRow &a, const LoanHistoryRow &b) {
         switch (column) {
         case ClientCode:

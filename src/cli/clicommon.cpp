@@ -1,6 +1,9 @@
 #include "cli/clicommon.h"
 
+#include "app/settings.h"
 #include "data/database.h"
+#include "data/libraryfiles.h"
+#include "data/librarylock.h"
 
 #include <QDir>
 #include <QFile>
@@ -48,6 +51,18 @@ QString resolveDataDir(const CliArgs &args)
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
 }
 
+void recoverCutOffRestore(const QString &dir)
+{
+    LibraryLockHold hold(dir);
+    QString notice;
+    QString detail;
+    if (hold.locked() &&
+        LibraryFiles::recoverInterruptedRestore(dir, &notice, &detail) == LibraryFiles::Recovery::Failed)
+        cliFail(detail);
+    if (!notice.isEmpty())
+        cliFail(notice);
+}
+
 bool installShippedFiles(const QString &dir, QString *error)
 {
     const QString picture = QDir(dir).filePath(QString::fromLatin1(Database::AboutPictureFile));
@@ -72,4 +87,23 @@ void cliPrint(const QString &message)
 {
     std::fprintf(stdout, "%s\n", message.toUtf8().constData());
     std::fflush(stdout);
+}
+
+bool openCliLibrary(const CliArgs &args, QString *dir, QStringList *alsoProtected, QString *error)
+{
+    *dir = resolveDataDir(args);
+    const QString path = QDir(*dir).filePath(QString::fromLatin1(Database::FileName));
+    if (!QFileInfo::exists(path)) {
+        *error = QStringLiteral("no library database in %1").arg(*dir);
+        return false;
+    }
+    QString detail;
+    if (Database::open(path, &detail) != Database::OpenResult::Ok) {
+        *error = QStringLiteral("cannot open %1: %2").arg(path, detail);
+        return false;
+    }
+    *alsoProtected = {path, path + QStringLiteral("-journal"),
+                      QDir(*dir).filePath(QString::fromLatin1(SettingsRecord::FileName)),
+                      QDir(*dir).filePath(QString::fromLatin1(Database::AboutPictureFile))};
+    return true;
 }

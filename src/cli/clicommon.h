@@ -29,9 +29,17 @@ QString resolveDataDir(const CliArgs &args);
 
 // Installs into a data directory what the program ships beside its database: the picture of the
 // about box, when the directory has none. False with a message when it cannot be written.
+// Puts right a restore that was cut off in dir (the old library back in place of a missing
+// Folivo.db), under the directory's lock, before anything could install a new library there.
+void recoverCutOffRestore(const QString &dir);
 bool installShippedFiles(const QString &dir, QString *error);
 
 int cliFail(const QString &message); // prints "folivo-cli: message" and returns 1
+
+// Opens the library of the data directory for a command that reads it. False with a message for
+// stderr when there is none or it cannot be opened. alsoProtected gets the library's own files
+// (database, settings record), which no output of the command may overwrite.
+bool openCliLibrary(const CliArgs &args, QString *dir, QStringList *alsoProtected, QString *error);
 void cliPrint(const QString &message);
 
 using CliCommand = std::function<int(const QStringList &args)>;

@@ -2,6 +2,8 @@
 #include "backup/backupjobs.h"
 #include "cli/clicommon.h"
 #include "data/database.h"
+#include "data/librarylock.h"
+#include "data/safefile.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -9,10 +11,12 @@
 #include <QSet>
 
 // folivo-cli backup export FILE [--data-dir DIR] [--overwrite]
-// folivo-cli backup import FILE [--data-dir DIR]
+// folivo-cli backup export --floppy DIR [--data-dir DIR]
+// folivo-cli backup import FILE [--data-dir DIR] [--force]
 //
 // The nightly backup and its restore, in the format and with the checks of the program's own
-// "Export dat..." and "Import dat...". Exit codes:
+// "Export dat..." and "Import dat...". The import also replaces a library that is missing or
+// damaged; --force restores an image that breaks only rules between the records. Exit codes:
 //   0 done; 1 wrong arguments or the database cannot be opened; 3 the program has the database
 //   open; 4 the backup or restore failed and the library data are unchanged; 5 the database
 //   could not be reopened or replaced (the previous one may be in Temp/Tmp_old.dat).
@@ -73,8 +77,9 @@ int exitCodeOf(BackupOutcome outcome)
 }
 
 // Opens the library database the way the program does. Only one holder at a time: while the
-// program runs, this answers Locked.
-int openLibrary(const QString &dataDir, bool acceptBroken)
+// program runs, this answers Locked. A restore may also start on a library that is missing or
+// damaged: replacing it is what a restore is for.
+int openLibrary(const QString &dataDir, bool forRestore)
 {
     const QString path = QDir(dataDir).filePath(QString::fromLatin1(Database::FileName));
     QString detail;
@@ -82,17 +87,19 @@ int openLibrary(const QString &dataDir, bool acceptBroken)
     case Database::OpenResult::Ok:
         return ExitOk;
     case Database::OpenResult::Locked:
-        cliFail(QStringLiteral("the library database %1 is in use by the program; close the program first")
-                    .arg(path));
+        cliFail(
+            QStringLiteral("the library database %1 is in use by the program; close the program first (%2)")
+                .arg(path, detail));
         return ExitInUse;
+    case Database::OpenResult::Missing:
     case Database::OpenResult::NotDatabase:
     case Database::OpenResult::MissingTables:
-        // A damaged database is what a restore is for.
-        if (acceptBroken)
-            return ExitOk;
-        break;
-    case Database::OpenResult::Missing:
     case Database::OpenResult::Failed:
+        if (forRestore) {
+            cliFail(QStringLiteral("the library database cannot be opened (%1); it will be replaced")
+                        .arg(detail));
+            return ExitOk;
+        }
         break;
     }
     cliFail(QStringLiteral("cannot open the library database: %1").arg(detail));
@@ -102,31 +109,61 @@ int openLibrary(const QString &dataDir, bool acceptBroken)
 int backupExport(const QString &file, const CliArgs &args)
 {
     const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
-    if (QFileInfo::exists(file) && !args.has(QStringLiteral("overwrite")))
-        return cliFail(QStringLiteral("%1 exists; add --overwrite to replace it").arg(file));
+    const bool toFloppies = args.has(QStringLiteral("floppy"));
+    if (!QFileInfo(dataDir).isDir())
+        return cliFail(QStringLiteral("the data directory %1 does not exist").arg(dataDir));
+    LibraryLockHold hold(dataDir);
+    if (!hold.locked()) {
+        cliFail(QStringLiteral("the library in %1 is in use by the program; close the program first (%2)")
+                    .arg(dataDir, hold.error()));
+        return ExitInUse;
+    }
     if (const int opened = openLibrary(dataDir, false); opened != ExitOk)
         return opened;
-    UnattendedMessages messages;
     ExportRequest request;
-    request.fileName = absoluteName(file);
+    request.toFloppies = toFloppies;
     request.dataDir = dataDir;
+    request.floppyDir = toFloppies ? QDir(args.value(QStringLiteral("floppy"))).absolutePath() : QString();
+    request.fileName = toFloppies ? QString() : absoluteName(file);
+    const QString target = toFloppies ? floppyVolumePath(request.floppyDir, 1) : request.fileName;
+    if (!target.trimmed().isEmpty() && SafeFile::isProtectedTarget(target)) {
+        Database::close();
+        return cliFail(
+            QStringLiteral("%1 is one of the library's own files; choose another name").arg(target));
+    }
+    if (!toFloppies && QFileInfo::exists(request.fileName) && !args.has(QStringLiteral("overwrite"))) {
+        Database::close();
+        return cliFail(QStringLiteral("%1 exists; add --overwrite to replace it").arg(request.fileName));
+    }
+    UnattendedMessages messages;
     request.stamp = BackupStamp::at(QDateTime::currentDateTime());
     const BackupOutcome outcome = runExport(request, {});
     Database::close();
     if (outcome == BackupOutcome::Succeeded)
-        cliPrint(QStringLiteral("backup written: %1").arg(request.fileName));
+        cliPrint(QStringLiteral("backup written: %1").arg(target));
     return exitCodeOf(outcome);
 }
 
 int backupImport(const QString &file, const CliArgs &args)
 {
     const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
+    // The directory is locked before the library is looked at, so that a library that cannot be
+    // opened is still replaced with nobody else at work on it.
+    if (!QFileInfo(dataDir).isDir())
+        return cliFail(QStringLiteral("the data directory %1 does not exist").arg(dataDir));
+    LibraryLockHold hold(dataDir);
+    if (!hold.locked()) {
+        cliFail(QStringLiteral("the library in %1 is in use by the program; close the program first (%2)")
+                    .arg(dataDir, hold.error()));
+        return ExitInUse;
+    }
     if (const int opened = openLibrary(dataDir, true); opened != ExitOk)
         return opened;
     UnattendedMessages messages;
     ImportRequest request;
     request.fileName = absoluteName(file);
     request.dataDir = dataDir;
+    request.acceptRecordFindings = args.has(QStringLiteral("force"));
     BackupCallbacks callbacks;
     // The volumes of a series lie side by side: each is tried once; one that cannot be read
     // ends the restore instead of being asked for again.
@@ -150,17 +187,24 @@ int cmdBackup(const QStringList &argv)
 {
     CliArgs args;
     QString error;
-    if (!parseCliArgs(argv, {QStringLiteral("data-dir")}, {QStringLiteral("overwrite")}, &args, &error))
+    if (!parseCliArgs(argv, {QStringLiteral("data-dir"), QStringLiteral("floppy")},
+                      {QStringLiteral("overwrite"), QStringLiteral("force")}, &args, &error))
         return cliFail(error);
-    if (args.positional.size() != 2)
-        return cliFail(QStringLiteral("usage: backup export|import FILE [--data-dir DIR]"));
-    const QString action = args.positional.at(0);
-    const QString file = args.positional.at(1);
-    if (action == QLatin1String("export"))
+    const QString action = args.positional.value(0);
+    const bool floppyExport = action == QLatin1String("export") && args.has(QStringLiteral("floppy"));
+    if (args.positional.size() != (floppyExport ? 1 : 2))
+        return cliFail(
+            QStringLiteral("usage: backup export FILE|--floppy DIR [--data-dir DIR] [--overwrite]\n"
+                           "       backup import FILE [--data-dir DIR] [--force]"));
+    const QString file = args.positional.value(1);
+    if (action == QLatin1String("export")) {
+        if (args.has(QStringLiteral("force")))
+            return cliFail(QStringLiteral("--force belongs to backup import"));
         return backupExport(file, args);
+    }
     if (action == QLatin1String("import")) {
-        if (args.has(QStringLiteral("overwrite")))
-            return cliFail(QStringLiteral("--overwrite belongs to backup export"));
+        if (args.has(QStringLiteral("overwrite")) || args.has(QStringLiteral("floppy")))
+            return cliFail(QStringLiteral("--overwrite and --floppy belong to backup export"));
         return backupImport(file, args);
     }
     return cliFail(QStringLiteral("unknown backup action %1").arg(action));

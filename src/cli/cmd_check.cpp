@@ -1,6 +1,7 @@
 #include "cli/clicommon.h"
 #include "data/consistency.h"
 #include "data/database.h"
+#include "data/librarylock.h"
 
 #include <QDir>
 
@@ -31,7 +32,10 @@ int cmdCheck(const QStringList &argv)
         cliFail(QStringLiteral("check takes no arguments besides --data-dir"));
         return CheckUsage;
     }
-    const QString path = QDir(resolveDataDir(args)).filePath(QString::fromLatin1(Database::FileName));
+    const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
+    const QString path = QDir(dataDir).filePath(QString::fromLatin1(Database::FileName));
+    // The directory stays locked while the file is read through its own connection below.
+    LibraryLockHold hold(dataDir);
     // Opening the way the program does tells whether the program holds the library; a library the
     // program would refuse is checked all the same, through a read-only connection.
     switch (Database::open(path, &error)) {

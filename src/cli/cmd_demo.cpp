@@ -42,6 +42,7 @@ int cmdDemo(const QStringList &argv)
     const QString dir = resolveDataDir(args);
     if (!QDir().mkpath(dir))
         return cliFail(QStringLiteral("cannot create the data directory %1").arg(dir));
+    recoverCutOffRestore(dir);
     const QString path = QDir(dir).filePath(QString::fromLatin1(Database::FileName));
     if (!QFileInfo::exists(path) && !Database::createEmpty(path, &error))
         return cliFail(QStringLiteral("cannot install the database: %1").arg(error));

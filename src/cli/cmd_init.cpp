@@ -15,6 +15,7 @@ int cmdInit(const QStringList &argv)
     const QString dir = resolveDataDir(args);
     if (!QDir().mkpath(dir))
         return cliFail(QStringLiteral("cannot create the data directory %1").arg(dir));
+    recoverCutOffRestore(dir);
     const QString path = QDir(dir).filePath(QString::fromLatin1(Database::FileName));
     if (!Database::createEmpty(path, &error))
         return cliFail(QStringLiteral("cannot install the database: %1").arg(error));

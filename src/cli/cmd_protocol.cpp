@@ -15,9 +15,13 @@
 
 QCoreApplication *createCliApplication(int &argc, char **argv)
 {
-    // Protocols are painted with fonts and written as PDF, which needs Qt Gui; the tool never shows
-    // a window, so it paints off screen. Every other command needs only the core.
-    if (argc > 1 && std::strcmp(argv[1], "protocol") == 0) {
+    // Protocols, reminder letters and the statistics' chart are painted with fonts, which needs Qt
+    // Gui; the tool never shows a window, so it paints off screen. Every other command needs only
+    // the core.
+    const bool paints =
+        argc > 1 && (std::strcmp(argv[1], "protocol") == 0 || std::strcmp(argv[1], "reminders") == 0 ||
+                     std::strcmp(argv[1], "statistics") == 0);
+    if (paints) {
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
         return new QGuiApplication(argc, argv);

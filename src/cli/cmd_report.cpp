@@ -1,5 +1,6 @@
 #include "app/messages.h"
 #include "cli/clicommon.h"
+#include "data/czechorder.h"
 #include "data/database.h"
 #include "reports/htmlcore.h"
 #include "reports/reportcore.h"
@@ -122,8 +123,9 @@ int cmdReport(const QStringList &argv)
         message = listShownCategories(&categories);
         const QString name = args.value(QStringLiteral("category")).trimmed();
         if (message == 0) {
-            const auto it = std::find_if(categories.cbegin(), categories.cend(),
-                                         [&](const ReportCategory &c) { return c.name == name; });
+            const auto it =
+                std::find_if(categories.cbegin(), categories.cend(),
+                             [&](const ReportCategory &c) { return sameIgnoringCase(c.name, name); });
             if (it == categories.cend()) {
                 Database::close();
                 return cliFail(QStringLiteral("no shown category is named %1").arg(name));

@@ -10,6 +10,7 @@
 #include <QVector>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 
 namespace {
@@ -173,21 +174,42 @@ DemoSummary fillDemoLibrary(const DemoOptions &options)
         b.freeFrom = acquired[i];
     }
 
-    // Loan history: visits of clients in time order, each lending one to four books under one
-    // loan number; the books come back together, under one return number per return visit.
+    // Loan history: visits of clients in time order, up to today, each lending one to four books
+    // under one loan number; the books come back together, under one return number per return
+    // visit, nearly always within the 30 days of the loan. The library grows busier over the
+    // years: the visits grow denser towards today.
     QVector<LoanRow> loans;
+    struct Visit
+    {
+        QDate day;
+        bool keeps = false; // a loan of the last weeks whose books are still out today
+    };
     const int visits = options.clients > 0 ? options.books + options.books / 4 : 0;
-    QVector<QDate> visitDays(visits);
+    QVector<Visit> visitDays(visits);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
     for (int i = 0; i < visits; ++i)
-        visitDays[i] = first.addDays(uniform(rng, 30, span));
-    std::sort(visitDays.begin(), visitDays.end());
-    loans.reserve(visits * 3);
-    for (const QDate &day : visitDays) {
+        visitDays[i].day = first.addDays(30 + qint64((span - 30) * std::sqrt(unit(rng))));
+    // What a real library has out on any day: some 4 to 6 % of its books. Loans of the last
+    // weeks whose books are still out (two to three books a loan) bring the share there, with the
+    // history's own loans not yet back; a quarter of them were made more than 30 days ago and so
+    // are overdue when they have a deadline.
+    const int kept =
+        options.clients > 0 ? int((qint64(options.books) * (35 + uniform(rng, 0, 15)) + 2499) / 2500) : 0;
+    for (int i = 0; i < kept; ++i)
+        visitDays << Visit{
+            today.addDays(-(uniform(rng, 0, 3) == 0 ? uniform(rng, 31, 75) : uniform(rng, 0, 29))), true};
+    std::stable_sort(visitDays.begin(), visitDays.end(),
+                     [](const Visit &a, const Visit &b) { return a.day < b.day; });
+    loans.reserve(visitDays.size() * 3);
+    for (const Visit &visit : visitDays) {
+        const QDate day = visit.day;
         const qint32 client = clients[uniform(rng, 0, int(clients.size()) - 1)].id;
         const int wanted = uniform(rng, 1, 4);
         const bool limited = uniform(rng, 0, 9) != 0;
         const QDate due = day.addDays(30);
-        const QDate back = day.addDays(uniform(rng, 0, 9) == 0 ? uniform(rng, 31, 60) : uniform(rng, 2, 29));
+        const QDate back =
+            visit.keeps ? today.addDays(1)
+                        : day.addDays(uniform(rng, 0, 9) == 0 ? uniform(rng, 31, 60) : uniform(rng, 2, 29));
         QVector<int> chosen;
         for (int tries = 0; tries < wanted * 12 && chosen.size() < wanted; ++tries) {
             const int k = uniform(rng, 0, options.books - 1);

@@ -11,6 +11,8 @@ int cmdCheck(const QStringList &args);
 int cmdBackup(const QStringList &args);
 int cmdReport(const QStringList &args);
 int cmdProtocol(const QStringList &args);
+int cmdReminders(const QStringList &args);
+int cmdStatistics(const QStringList &args);
 QCoreApplication *createCliApplication(int &argc, char **argv);
 
 namespace {
@@ -23,6 +25,9 @@ const CliCommandEntry Commands[] = {
     {"report", "report KIND [--data-dir DIR] [--client CODE] [--category NAME] [--date D.M.YYYY] --html FILE",
      cmdReport},
     {"protocol", "protocol loan|return N [--data-dir DIR] --pdf FILE", cmdProtocol},
+    {"reminders", "reminders [--data-dir DIR] [--date D.M.YYYY] [--client CODE] (--pdf FILE | --html FILE)",
+     cmdReminders},
+    {"statistics", "statistics --year Y [--data-dir DIR] [--html FILE] [--csv FILE]", cmdStatistics},
 };
 
 int usage()

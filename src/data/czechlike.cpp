@@ -1,5 +1,7 @@
 #include "data/czechlike.h"
 
+#include "data/czechorder.h"
+
 #include <QSqlDriver>
 #include <QVariant>
 
@@ -168,6 +170,7 @@ bool registerCzechLike(QSqlDatabase &db)
     const int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
     return sqlite3_create_collation_v2(handle, "CZNOCASE", SQLITE_UTF8, nullptr, compareFolded, nullptr) ==
                SQLITE_OK &&
+           registerCzechCollation(handle) &&
            sqlite3_create_function_v2(handle, "like", 2, flags, nullptr, likeFunction, nullptr, nullptr,
                                       nullptr) == SQLITE_OK &&
            sqlite3_create_function_v2(handle, "like", 3, flags, nullptr, likeFunction, nullptr, nullptr,

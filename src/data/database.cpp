@@ -2,20 +2,29 @@
 
 #include "data/consistency.h"
 #include "data/czechlike.h"
+#include "data/czechorder.h"
 #include "data/directquery.h"
+#include "data/libraryfiles.h"
+#include "data/librarylock.h"
+#include "data/safefile.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QStringList>
 
+#include <sqlite3.h>
+
 #include <map>
+#include <utility>
 #include <vector>
 
 namespace {
 
 QString s_path;
+QString s_recoveryNotice;
 
 QString errorText(const QSqlError &e)
 {
@@ -50,6 +59,24 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
         close();
         return r;
     };
+    const QString dataDir = QFileInfo(path).absolutePath();
+    QString why;
+    if (!LibraryLock::acquire(dataDir, &why))
+        return fail(OpenResult::Locked, why);
+    SafeFile::setDataDirectory(dataDir);
+    // Nothing else may run in the directory from here on: a restore that was cut off is put
+    // right before the library is looked at.
+    switch (LibraryFiles::recoverInterruptedRestore(dataDir, &s_recoveryNotice, &why)) {
+    case LibraryFiles::Recovery::Nothing:
+        break;
+    case LibraryFiles::Recovery::Failed:
+        qWarning("%s", qUtf8Printable(why));
+        break;
+    case LibraryFiles::Recovery::PutBackPrevious:
+    case LibraryFiles::Recovery::FinishedRestore:
+        qWarning("%s", qUtf8Printable(s_recoveryNotice));
+        break;
+    }
     if (!QFileInfo::exists(path))
         return fail(OpenResult::Missing, QStringLiteral("%1 does not exist").arg(path));
     // Read the header before the connection exists: closing a file handle later would drop the
@@ -99,6 +126,7 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
     if (!registerCzechLike(db))
         return fail(OpenResult::Failed, QStringLiteral("cannot register the LIKE function"));
     s_path = path;
+    LibraryFiles::removeRestoreLeftovers(dataDir);
     return OpenResult::Ok;
 }
 
@@ -116,6 +144,12 @@ void Database::close()
         QSqlDatabase::removeDatabase(name);
     }
     s_path.clear();
+    LibraryLock::release();
+}
+
+QString Database::takeRecoveryNotice()
+{
+    return std::exchange(s_recoveryNotice, QString());
 }
 
 bool Database::isOpen()
@@ -244,6 +278,134 @@ void Transaction::commit()
     m_open = false;
 }
 
+namespace {
+
+bool identifierChar(QChar c)
+{
+    return c.isLetterOrNumber() || c == QLatin1Char('_') || c == QLatin1Char('$');
+}
+
+// The text columns of the shipped schema, as "TABLE.COLUMN" and as the bare column name, read
+// by the engine itself from schema.sql in a database in memory.
+const QSet<QString> &textColumns()
+{
+    static const QSet<QString> columns = [] {
+        QSet<QString> set;
+        sqlite3 *db = nullptr;
+        if (sqlite3_open_v2(":memory:", &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
+            sqlite3_exec(db, Database::schemaSql().toUtf8().constData(), nullptr, nullptr, nullptr) ==
+                SQLITE_OK) {
+            sqlite3_stmt *q = nullptr;
+            const char *sql = "SELECT m.name, p.name FROM sqlite_master AS m, pragma_table_info(m.name) AS p "
+                              "WHERE m.type = 'table' AND upper(p.type) = 'TEXT'";
+            if (sqlite3_prepare_v2(db, sql, -1, &q, nullptr) == SQLITE_OK) {
+                while (sqlite3_step(q) == SQLITE_ROW) {
+                    const QString table =
+                        QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(q, 0)));
+                    const QString column =
+                        QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(q, 1)));
+                    set << table.toUpper() + QLatin1Char('.') + column.toUpper() << column.toUpper();
+                }
+            }
+            sqlite3_finalize(q);
+        }
+        sqlite3_close(db);
+        return set;
+    }();
+    return columns;
+}
+
+// Gives every ORDER BY term that is a text column the Czech collation, so that every sorted
+// statement lists codes and names in Czech order, letter case aside (a500, B700, C100, c800,
+// Č200, H400, ch300, CH900) instead of by bytes. A term that names its collation stays as it is.
+QString collateTextOrder(const QString &sql)
+{
+    const qsizetype n = sql.size();
+    auto skipBlanks = [&](qsizetype at) {
+        while (at < n && sql.at(at).isSpace())
+            ++at;
+        return at;
+    };
+    auto wordEnd = [&](qsizetype at) {
+        while (at < n && identifierChar(sql.at(at)))
+            ++at;
+        return at;
+    };
+    auto isWord = [&](qsizetype from, qsizetype to, QLatin1StringView word) {
+        return QStringView(sql).mid(from, to - from).compare(word, Qt::CaseInsensitive) == 0;
+    };
+    QString out;
+    out.reserve(n + 32);
+    bool inOrder = false;
+    bool termStart = false;
+    int depth = 0;
+    qsizetype i = 0;
+    while (i < n) {
+        const QChar c = sql.at(i);
+        if (c == QLatin1Char('\'')) { // a quoted text, '' inside it stands for one quote
+            qsizetype j = i + 1;
+            while (j < n &&
+                   !(sql.at(j) == QLatin1Char('\'') && (j + 1 >= n || sql.at(j + 1) != QLatin1Char('\''))))
+                j += sql.at(j) == QLatin1Char('\'') ? 2 : 1;
+            out += QStringView(sql).mid(i, std::min(j + 1, n) - i);
+            i = j + 1;
+            termStart = false;
+            continue;
+        }
+        if (identifierChar(c)) {
+            qsizetype end = wordEnd(i);
+            if (inOrder && termStart && !c.isDigit()) {
+                // A column, perhaps with its table: TABLE.COLUMN.
+                while (end < n && sql.at(end) == QLatin1Char('.') && end + 1 < n &&
+                       identifierChar(sql.at(end + 1)))
+                    end = wordEnd(end + 1);
+                const QString column = sql.mid(i, end - i).toUpper();
+                const qsizetype next = skipBlanks(end);
+                const bool named = isWord(next, wordEnd(next), QLatin1StringView("COLLATE"));
+                out += QStringView(sql).mid(i, end - i);
+                if (!named && textColumns().contains(column))
+                    out += QLatin1String(" COLLATE ") + QLatin1String(CzechCollation);
+                termStart = false;
+                i = end;
+                continue;
+            }
+            if (isWord(i, end, QLatin1StringView("ORDER"))) {
+                const qsizetype by = skipBlanks(end);
+                if (isWord(by, wordEnd(by), QLatin1StringView("BY"))) {
+                    end = wordEnd(by);
+                    inOrder = true;
+                    termStart = true;
+                    depth = 0;
+                }
+            } else if (inOrder && isWord(i, end, QLatin1StringView("LIMIT"))) {
+                inOrder = false;
+            }
+            out += QStringView(sql).mid(i, end - i);
+            i = end;
+            continue;
+        }
+        if (inOrder) {
+            if (c == QLatin1Char('(')) {
+                ++depth;
+            } else if (c == QLatin1Char(')')) {
+                if (depth == 0)
+                    inOrder = false; // the end of a sub-select's ORDER BY
+                else
+                    --depth;
+            } else if (c == QLatin1Char(',') && depth == 0) {
+                termStart = true;
+            } else if (!c.isSpace()) {
+                termStart = false;
+            }
+        }
+        out += c;
+        ++i;
+    }
+    return out;
+}
+
+} // namespace
+
 QString jetToSqlite(const QString &jet)
 {
     QString out;
@@ -308,7 +470,7 @@ QString jetToSqlite(const QString &jet)
                 out += QLatin1String(" COLLATE ") + QLatin1String(textEqualityCollation(text));
         }
     }
-    return out;
+    return collateTextOrder(out);
 }
 
 const char *textEqualityCollation(const QString &text)
@@ -370,11 +532,6 @@ PoolState &poolState()
 
 // Enough for every statement shape the pages use; beyond it the pool starts again.
 constexpr int PoolLimit = 128;
-
-bool identifierChar(QChar c)
-{
-    return c.isLetterOrNumber() || c == QLatin1Char('_') || c == QLatin1Char('$');
-}
 
 } // namespace
 

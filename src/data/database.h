@@ -33,8 +33,15 @@ public:
         Failed
     };
 
+    // Locks the data directory (the folder of path) for this process, finishes or undoes a
+    // restore that was cut off there, then opens the library exclusively and runs the cheap part
+    // of the library check. Once it is open, what a restore left in Temp/ is removed.
     static OpenResult open(const QString &path, QString *detail = nullptr);
+    // Closes the library and lets the directory's lock go (unless a LibraryLockHold keeps it).
     static void close();
+    // What the last open put back after a cut-off restore, for the user to be told once; empty
+    // when nothing was done. Taking it clears it.
+    static QString takeRecoveryNotice();
     static bool isOpen();
     static QString path();
     static QSqlDatabase connection();

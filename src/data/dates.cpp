@@ -52,9 +52,15 @@ QDate parseDate(const QString &text)
     const QRegularExpressionMatch m = re.match(text);
     if (!m.hasMatch())
         return {};
-    const int year = m.captured(3).toInt();
+    // A year of one or two digits is read as people write it: 0 to 29 in this century, 30 to 99
+    // in the last one ("1.3.25" is 2025, "3.4.80" is 1980). A longer year is taken as typed.
+    const QString typedYear = m.captured(3);
+    int year = typedYear.toInt();
+    if (typedYear.size() <= 2)
+        year += year < 30 ? 2000 : 1900;
     if (year < 1)
         return {};
+    // QDate refuses a day that its month does not have (29.2. outside leap years).
     return QDate(year, m.captured(2).toInt(), m.captured(1).toInt());
 }
 

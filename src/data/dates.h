@@ -22,7 +22,9 @@ QString footerDateText(const QDate &date);
 int daysBetween(DateNumber from, DateNumber to);
 
 // Reads a typed date "d.m.yyyy", with or without blanks around the numbers (" 7. 3.2005"
-// too). Returns an invalid QDate when the text is not a date.
+// too); every date field and every typed date of the program is read here. A year of one or two
+// digits means 2000-2029 for 0-29 and 1930-1999 for 30-99; a longer one is the year as typed.
+// Returns an invalid QDate when the text is not a date, or names a day its month does not have.
 QDate parseDate(const QString &text);
 // Reads a whole number (optional sign, digits, blanks around) into a 32-bit integer.
 bool parseWhole(const QString &text, qint32 *value);

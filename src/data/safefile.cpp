@@ -40,7 +40,24 @@ QString canonicalTarget(const QString &path)
                          : dir + QLatin1Char('/') + info.fileName();
 }
 
+QString &dataDirectorySetting()
+{
+    static QString dir;
+    return dir;
+}
+
 } // namespace
+
+void setDataDirectory(const QString &dir)
+{
+    dataDirectorySetting() = dir;
+}
+
+QString dataDirectory()
+{
+    const QString &dir = dataDirectorySetting();
+    return dir.isEmpty() ? QDir::currentPath() : dir;
+}
 
 QString Result::describe() const
 {
@@ -50,8 +67,10 @@ QString Result::describe() const
 
 bool isProtectedTarget(const QString &target, const QStringList &alsoProtected)
 {
-    QStringList own{QStringLiteral("Folivo.db"), QStringLiteral("Folivo.db-journal"),
-                    QStringLiteral("Folivo.ini"), QStringLiteral("rvmsgbit.dat")};
+    const QDir data(dataDirectory());
+    QStringList own{
+        data.filePath(QStringLiteral("Folivo.db")), data.filePath(QStringLiteral("Folivo.db-journal")),
+        data.filePath(QStringLiteral("Folivo.ini")), data.filePath(QStringLiteral("rvmsgbit.dat"))};
     own += alsoProtected;
 
     const FileId targetId = fileId(target);
@@ -68,7 +87,7 @@ bool isProtectedTarget(const QString &target, const QStringList &alsoProtected)
     if (info.isSymLink() && isProtectedTarget(info.symLinkTarget(), alsoProtected))
         return true;
 
-    const QString temp = canonicalTarget(QStringLiteral("Temp"));
+    const QString temp = canonicalTarget(data.filePath(QStringLiteral("Temp")));
     return targetPath == temp || targetPath.startsWith(temp + QLatin1Char('/'));
 }
 
@@ -107,6 +126,10 @@ Result Writer::open()
 {
     if (isProtectedTarget(m_target, m_alsoProtected))
         return {Status::Protected, m_target, QStringLiteral("it is one of the program's own files")};
+    // A device, a pipe or a folder by that name cannot be replaced by a file (and must not be).
+    struct stat st;
+    if (::stat(QFile::encodeName(m_target).constData(), &st) == 0 && !S_ISREG(st.st_mode))
+        return {Status::OpenFailed, m_target, QStringLiteral("it is not a regular file")};
     if (!m_file.open(QIODevice::WriteOnly))
         return fail(Status::OpenFailed, m_file.errorString());
     m_open = true;

@@ -40,10 +40,15 @@ enum class Durability
     Durable
 };
 
-// True when target is one of the program's own files in the data directory (the current
-// directory): Folivo.db and its journal, Folivo.ini, rvmsgbit.dat, anything under Temp/, or one
-// of alsoProtected (the backup being read). Compared by device and inode where the file exists,
-// so symbolic and hard links count, and by canonical path otherwise.
+// The data directory whose files are the program's own: the current directory until a library
+// is opened (opening one sets its directory).
+void setDataDirectory(const QString &dir);
+QString dataDirectory();
+
+// True when target is one of the program's own files in the data directory: Folivo.db and its journal,
+// Folivo.ini, rvmsgbit.dat, anything under Temp/, or one of alsoProtected (the backup being read). Compared
+// by device and inode where the file exists, so symbolic and hard links count, and by canonical path
+// otherwise.
 bool isProtectedTarget(const QString &target, const QStringList &alsoProtected = {});
 
 // Writes bytes as the whole new content of target.

@@ -5,9 +5,6 @@
 #include "data/recordsets.h"
 #include "data/statements.h"
 
-#include <QCollator>
-#include <QLocale>
-
 #include <algorithm>
 
 namespace Registers {
@@ -250,15 +247,10 @@ QList<ClientRecord> visibleClients()
 
 QList<ClientRecord> clientsBySurname()
 {
-    // The statement gives the surnames descending; each row goes to the top of the list. The
-    // engine compares bytes, so the list is put into Czech order (Č after C, Ch after H) as well.
+    // The statement gives the surnames descending in Czech order (Č after C, Ch after H); each
+    // row goes to the top of the list, which so shows them ascending.
     QList<ClientRecord> rows = readClients(Stmt::LidePicker);
     std::reverse(rows.begin(), rows.end());
-    QCollator collator{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    std::stable_sort(rows.begin(), rows.end(), [&collator](const ClientRecord &a, const ClientRecord &b) {
-        return collator.compare(a.data.surname, b.data.surname) < 0;
-    });
     return rows;
 }
 

@@ -1,9 +1,9 @@
 #include "registers/registerwidgets.h"
 
+#include "data/czechorder.h"
 #include "registers/registercore.h"
 
 #include <QApplication>
-#include <QCollator>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QPushButton>
@@ -107,11 +107,8 @@ void setUpRegisterList(QTableView *view, const QList<int> &minimumWidths, bool m
 void fillCategoryCombo(QComboBox *combo)
 {
     QList<Registers::CategoryRow> rows = visibleCategories();
-    QCollator collator{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    std::stable_sort(rows.begin(), rows.end(), [&collator](const auto &a, const auto &b) {
-        return collator.compare(a.name, b.name) < 0;
-    });
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const auto &a, const auto &b) { return czechOrder(a.name, b.name) < 0; });
     const QSignalBlocker block(combo);
     combo->clear();
     for (const Registers::CategoryRow &r : rows)

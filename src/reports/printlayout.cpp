@@ -70,10 +70,11 @@ public:
     const QList<double> &widths() const { return m_columnW; }
     const QFont &bodyFont() const { return m_bodyFont; }
 
-    void paint(QPainter &p)
+    // startOnNewPage: the document follows another one on the same device.
+    void paint(QPainter &p, bool startOnNewPage = false)
     {
         for (int page = 0; page < pages(); ++page) {
-            if (page > 0)
+            if (page > 0 || startOnNewPage)
                 m_device->newPage();
             double y = page == 0 ? paintHead(p) : m_page.top();
             y = paintColumnHeaders(p, y);
@@ -132,11 +133,29 @@ private:
 
     QFont font(double pt, bool bold) const { return printFont(pt, bold); }
 
+    static int lineCount(const QString &text) { return int(text.count(QLatin1Char('\n'))) + 1; }
+
+    double paragraphHeight(const QString &text) const
+    {
+        return QFontMetricsF(m_bodyFont, m_device)
+            .boundingRect(QRectF(0, 0, m_page.width(), 1e6), Qt::TextWordWrap, text)
+            .height();
+    }
+
+    double paragraphsHeight(const QStringList &paragraphs) const
+    {
+        double h = 0;
+        for (const QString &text : paragraphs)
+            h += paragraphHeight(text) + mm(2.5);
+        return h;
+    }
+
     double headHeight() const
     {
         double h = QFontMetricsF(m_titleFont, m_device).height() + mm(5);
-        h += m_doc.headerLines.size() * (m_line + mm(0.8));
-        return h + mm(4);
+        for (const auto &line : m_doc.headerLines)
+            h += lineCount(line.second) * m_line + mm(0.8);
+        return h + mm(4) + paragraphsHeight(m_doc.introParagraphs);
     }
 
     double cellHeight(const QString &text, int column, const QFont &f) const
@@ -165,7 +184,8 @@ private:
 
     double closingHeight() const
     {
-        double h = mm(4) + m_doc.closingLines.size() * (m_line + mm(1));
+        double h =
+            mm(4) + m_doc.closingLines.size() * (m_line + mm(1)) + paragraphsHeight(m_doc.closingParagraphs);
         if (!m_doc.signatureLabel.isEmpty())
             h += mm(14) + m_line;
         return h;
@@ -207,11 +227,25 @@ private:
             p.drawText(QRectF(m_page.left(), y, labelW, m_line), Qt::AlignLeft | Qt::AlignVCenter,
                        label + QLatin1Char(':'));
             p.setFont(m_bodyFont);
-            p.drawText(QRectF(m_page.left() + labelW + mm(2), y, m_page.width() - labelW, m_line),
-                       Qt::AlignLeft | Qt::AlignVCenter, value);
-            y += m_line + mm(0.8);
+            const double h = lineCount(value) * m_line;
+            p.drawText(QRectF(m_page.left() + labelW + mm(2), y, m_page.width() - labelW, h),
+                       Qt::AlignLeft | Qt::AlignTop, value);
+            y += h + mm(0.8);
         }
-        return y + mm(4);
+        y += mm(4);
+        return paintParagraphs(p, m_doc.introParagraphs, y);
+    }
+
+    double paintParagraphs(QPainter &p, const QStringList &paragraphs, double y)
+    {
+        p.setFont(m_bodyFont);
+        for (const QString &text : paragraphs) {
+            const double h = paragraphHeight(text);
+            p.drawText(QRectF(m_page.left(), y, m_page.width(), h),
+                       Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, text);
+            y += h + mm(2.5);
+        }
+        return y;
     }
 
     double paintCells(QPainter &p, const QStringList &cells, double y, double h, bool header)
@@ -256,6 +290,7 @@ private:
                        line);
             y += m_line + mm(1);
         }
+        y = paintParagraphs(p, m_doc.closingParagraphs, y);
         if (!m_doc.signatureLabel.isEmpty()) {
             y += mm(14);
             const QFontMetricsF fm(m_bodyFont, m_device);
@@ -321,4 +356,27 @@ PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc
 double printedCellPadding(QPagedPaintDevice *device)
 {
     return 1.2 * device->logicalDpiY() / 25.4;
+}
+
+int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs, const PrintProgress &progress,
+                bool *cancelled)
+{
+    if (cancelled)
+        *cancelled = false;
+    QPainter painter;
+    if (docs.isEmpty() || !painter.begin(device))
+        return 0;
+    int pages = 0;
+    for (int i = 0; i < docs.size(); ++i) {
+        Layout layout(device, docs.at(i));
+        layout.paint(painter, i > 0);
+        pages += layout.pages();
+        if (progress && !progress(i + 1, int(docs.size()))) {
+            if (cancelled)
+                *cancelled = i + 1 < docs.size();
+            break;
+        }
+    }
+    painter.end();
+    return pages;
 }

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 class QPagedPaintDevice;
 
 // A printed document made of a title, a few "label: value" lines, a table whose column headers
@@ -25,13 +27,15 @@ struct PrintedTable
     };
 
     QString title;
-    QList<QPair<QString, QString>> headerLines; // label, value
+    QList<QPair<QString, QString>> headerLines; // label, value (a value may hold several lines)
     QString labelTemplate;                      // the label column is as wide as this text
+    QStringList introParagraphs; // left-aligned, wrapped text between the header lines and the table
     QList<Column> columns;
     QList<QStringList> rows;
-    QStringList closingLines; // after the table (the summary line of a report)
-    QString signatureLabel;   // a signature line after the table when not empty
-    QDate printedOn;          // the date in the footer
+    QStringList closingLines;      // after the table, centred (the summary line of a report)
+    QStringList closingParagraphs; // after the table, left-aligned and wrapped (a letter's closing)
+    QString signatureLabel;        // a signature line after the table when not empty
+    QDate printedOn;               // the date in the footer
 };
 
 // The footer's left part: "Zpracováno programem FOLIVO 2.0 dne 15.03.2026" and its blanks.
@@ -55,3 +59,11 @@ struct PrintedColumns
 };
 PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc);
 double printedCellPadding(QPagedPaintDevice *device);
+
+// Called after each document of a series with the number done; answering false stops the printing
+// (the pages already painted stay on the device).
+using PrintProgress = std::function<bool(int done, int total)>;
+// Paints a series of documents (letters) on the device, each starting on a new page with its own
+// page counter. Returns the number of pages painted; cancelled is set when progress stopped it.
+int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs,
+                const PrintProgress &progress = {}, bool *cancelled = nullptr);

@@ -5,9 +5,11 @@
 #include "app/mainframe.h"
 #include "reports/printsetup.h"
 #include "reports/protocoldialogs.h"
+#include "reports/reminderdialogs.h"
 #include "reports/reportcore.h"
 #include "reports/reportdialogs.h"
 #include "reports/sestavaview.h"
+#include "reports/statisticsview.h"
 
 #include <QPageSetupDialog>
 
@@ -67,6 +69,12 @@ void installReportCommands(CMainFrame &frame)
             requestReport(*f, clientOverdueReport(r->client.id, r->client.prijmeni, r->client.jmeno,
                                                   r->date.day, r->date.shown));
     });
+
+    frame.setHandler(Cmd::Reminders, [f] {
+        if (const auto request = askReminders(f))
+            runReminders(f, *request);
+    });
+    frame.setHandler(Cmd::AnnualStatistics, [f] { runStatistics(f); });
 
     // The shown report: printing, preview and the HTML page, while the report view is shown.
     auto reportShown = [f] { return shownReportView(*f) != nullptr; };

@@ -26,15 +26,6 @@ QDialogButtonBox *okCancel(QDialog *dialog, std::function<void()> onOk)
     return box;
 }
 
-CRvEdit *todayField(QWidget *parent)
-{
-    auto *edit = new CRvEdit(parent);
-    edit->SetResType(CRvEdit::Date);
-    edit->setMaxLength(20);
-    edit->setText(dateText(today()));
-    return edit;
-}
-
 bool readDate(CRvEdit *field, ReportDate *out)
 {
     QDate date;
@@ -49,6 +40,15 @@ bool readDate(CRvEdit *field, ReportDate *out)
 }
 
 } // namespace
+
+CRvEdit *todayField(QWidget *parent)
+{
+    auto *edit = new CRvEdit(parent);
+    edit->SetResType(CRvEdit::Date);
+    edit->setMaxLength(20);
+    edit->setText(dateText(today()));
+    return edit;
+}
 
 CReportCategoryDialog::CReportCategoryDialog(QWidget *parent) : QDialog(parent)
 {

@@ -82,6 +82,9 @@ private:
     ReportClientAndDate m_result;
 };
 
+// A date field of the report dialogs, preset to today in the display form.
+CRvEdit *todayField(QWidget *parent);
+
 std::optional<ReportCategory> askReportCategory(QWidget *parent);
 std::optional<ReportDate> askReportDate(QWidget *parent);
 std::optional<ReportClient> askReportClient(QWidget *parent);

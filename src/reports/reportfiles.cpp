@@ -35,6 +35,11 @@ SaveFileAsker setSaveFileAsker(SaveFileAsker a)
     return previous;
 }
 
+QString askSaveFile(QWidget *parent, const SaveFileRequest &request)
+{
+    return asker()(parent, request);
+}
+
 QString exportDirectory()
 {
     const QString dir = QDir::current().filePath(QStringLiteral("Export"));

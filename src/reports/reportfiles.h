@@ -18,6 +18,8 @@ struct SaveFileRequest
 };
 using SaveFileAsker = std::function<QString(QWidget *parent, const SaveFileRequest &request)>;
 SaveFileAsker setSaveFileAsker(SaveFileAsker asker); // returns the previous one
+// Asks through the current asker (the save-file dialog, or a test's answer).
+QString askSaveFile(QWidget *parent, const SaveFileRequest &request);
 
 // The Export folder in the working directory; created when missing.
 QString exportDirectory();

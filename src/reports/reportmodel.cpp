@@ -1,5 +1,7 @@
 #include "reports/reportmodel.h"
 
+#include "data/czechorder.h"
+
 #include <QCollator>
 
 #include <algorithm>
@@ -65,8 +67,9 @@ void CReportModel::sort(int column, Qt::SortOrder order)
             return comparePrices(m_rows.at(b).price, m_rows.at(a).price) > 0;
         });
     } else {
-        QCollator collator;
-        collator.setCaseSensitivity(Qt::CaseSensitive);
+        // Czech order with letter case counted, whatever the system's locale is (under LANG=C
+        // a plain collator would sort by code points and put Č after Z).
+        const QCollator &collator = czechCollator(Qt::CaseSensitive);
         // One sort key per row: a large report sorts without collating the texts again and again.
         std::vector<QCollatorSortKey> keys;
         keys.reserve(m_rows.size());

@@ -1,11 +1,9 @@
 #include "search/searchcore.h"
 
 #include "data/checks.h"
+#include "data/czechorder.h"
 #include "data/database.h"
 #include "data/statements.h"
-
-#include <QCollator>
-#include <QLocale>
 
 namespace {
 
@@ -186,10 +184,8 @@ SearchCheck checkNewKeyword(QString &keyword, const QStringList &chosen)
 qsizetype keywordInsertPosition(const QStringList &chosen, const QString &keyword)
 {
     // Czech order (Č after C, CH after H), letter case aside, whatever the system's language.
-    QCollator czech{QLocale(QLocale::Czech, QLocale::CzechRepublic)};
-    czech.setCaseSensitivity(Qt::CaseInsensitive);
     qsizetype pos = 0;
-    while (pos < chosen.size() && czech.compare(chosen.at(pos), keyword) <= 0)
+    while (pos < chosen.size() && czechCompare(chosen.at(pos), keyword, Qt::CaseInsensitive) <= 0)
         ++pos;
     return pos;
 }

@@ -110,6 +110,41 @@ void TestAppCore::settingsRecordRefusesDamage()
     QVERIFY(!SettingsRecord::fromBytes(tail));
     QTemporaryDir dir;
     QVERIFY(!SettingsRecord::read(dir.filePath(QStringLiteral("missing.ini"))));
+
+    // A file is read for its first 164 bytes: what follows them does not matter, a short file or
+    // bad marks make it no record (the first run then writes a new one).
+    SettingsRecord named;
+    named.userName = QStringLiteral("Knihovna");
+    const QByteArray record = named.toBytes();
+    QByteArray badTail = record;
+    badTail[160] = 0;
+    const struct
+    {
+        const char *name;
+        QByteArray bytes;
+        bool valid;
+    } files[] = {
+        {"exact", record, true},
+        {"one byte more", record + '\0', true},
+        {"a line appended", record + QByteArrayLiteral("[Folivo]\r\nverze=2\r\n"), true},
+        {"two records", record + record, true},
+        {"one byte short", record.left(163), false},
+        {"empty", QByteArray(), false},
+        {"bad head, longer", QByteArray(4, 'x') + record.mid(4) + "xyz", false},
+        {"bad tail, longer", badTail + record, false},
+        {"marks shifted by one", '\0' + record, false},
+    };
+    for (const auto &f : files) {
+        const QString path = dir.filePath(QString::fromLatin1(f.name));
+        QFile out(path);
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        out.write(f.bytes);
+        out.close();
+        const std::optional<SettingsRecord> read = SettingsRecord::read(path);
+        QVERIFY2(bool(read) == f.valid, f.name);
+        if (read)
+            QCOMPARE(read->userName, QStringLiteral("Knihovna"));
+    }
 }
 
 void TestAppCore::passwords()

@@ -2,11 +2,15 @@
 
 #include "backup/backupcore.h"
 #include "data/database.h"
+#include "data/safefile.h"
 
 #include <QByteArray>
 #include <QFile>
 #include <QList>
 #include <QString>
+
+#include <csignal>
+#include <sys/resource.h>
 
 // Small helpers shared by the backup tests.
 namespace BackupTest {
@@ -54,6 +58,46 @@ inline void growLibrary(qint64 minBytes)
                {qint32(5000 + i), filler + QString::number(i)});
     runSql(QStringLiteral("UPDATE IDS SET ID_KATEGORIE_FIRSTFREE = ?"), {qint32(5000 + count)});
     tx.commit();
+}
+
+// A disk that is full after `bytes`: while it lives, no file of this process can grow past that
+// size (a write that would gets EFBIG, as on a full disk it gets ENOSPC).
+class FileSizeLimit final
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_saved);
+        m_handler = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = m_saved;
+        limit.rlim_cur = bytes;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_saved);
+        std::signal(SIGXFSZ, m_handler);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    rlimit m_saved{};
+    void (*m_handler)(int) = nullptr;
+};
+
+// Exports the image file at source as a disk backup into target, through the safe writer the
+// program uses. A source that cannot be opened is handed over unopened, as a library that
+// cannot be read.
+inline CopyResult exportImage(const QString &source, const QString &target, const BackupStamp &stamp,
+                              const BackupCallbacks &callbacks)
+{
+    QFile in(source);
+    in.open(QIODevice::ReadOnly);
+    SafeFile::Writer out(target, SafeFile::Durability::Durable);
+    if (!out.open().ok())
+        return CopyResult::Failed;
+    return exportToFile(in, out, stamp, callbacks);
 }
 
 // Records what the copy reports.

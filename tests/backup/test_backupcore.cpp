@@ -19,13 +19,14 @@ QList<QByteArray> exportSeries(const QString &dir, const QByteArray &image, quin
 {
     const QString source = QDir(dir).filePath(QStringLiteral("image.bin"));
     writeFile(source, image);
-    QFile first(floppyVolumePath(dir, 1));
-    if (!first.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    QFile in(source);
+    SafeFile::Writer first(floppyVolumePath(dir, 1), SafeFile::Durability::Durable);
+    if (!in.open(QIODevice::ReadOnly) || !first.open().ok())
         return {};
     BackupStamp stamp;
     stamp.date = 20260315;
     stamp.tag = tag;
-    if (exportToFloppies(source, dir, first, stamp, {}) != CopyResult::Done)
+    if (exportToFloppies(in, dir, first, stamp, {}) != CopyResult::Done)
         return {};
     QList<QByteArray> volumes;
     for (int k = 1; QFile::exists(floppyVolumePath(dir, k)); ++k)
@@ -128,16 +129,14 @@ void TestBackupCore::diskExportLayout()
     const QByteArray image = pattern(1000000);
     const QString source = dir.filePath(QStringLiteral("Folivo.db"));
     QVERIFY(writeFile(source, image));
-    QFile backup(dir.filePath(QStringLiteral("zaloha.fzl")));
-    QVERIFY(backup.open(QIODevice::WriteOnly));
+    const QString backup = dir.filePath(QStringLiteral("zaloha.fzl"));
     ProgressLog log;
     BackupStamp stamp;
     stamp.date = 20260315;
     stamp.tag = 4242;
-    QCOMPARE(exportToFile(source, backup, stamp, log.callbacks()), CopyResult::Done);
-    QVERIFY(!backup.isOpen());
+    QCOMPARE(exportImage(source, backup, stamp, log.callbacks()), CopyResult::Done);
 
-    const QByteArray file = readFile(backup.fileName());
+    const QByteArray file = readFile(backup);
     QCOMPARE(file.size(), 1000032);
     QCOMPARE(wordAt(file, 0), 1000000u);
     QCOMPARE(wordAt(file, 4), 1u);
@@ -158,18 +157,18 @@ void TestBackupCore::diskExportLayout()
 
     // An image under 100 bytes still shows its progress.
     QVERIFY(writeFile(source, pattern(50)));
-    QVERIFY(backup.open(QIODevice::WriteOnly | QIODevice::Truncate));
     ProgressLog small;
-    QCOMPARE(exportToFile(source, backup, stamp, small.callbacks()), CopyResult::Done);
+    QCOMPARE(exportImage(source, backup, stamp, small.callbacks()), CopyResult::Done);
     QCOMPARE(small.percents, QList<int>{100});
-    QCOMPARE(readFile(backup.fileName()).size(), 82);
+    const QByteArray previous = readFile(backup);
+    QCOMPARE(previous.size(), 82);
 
-    // A database that cannot be read: message 2 and the backup file is closed.
-    QVERIFY(backup.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    // A database that cannot be read: message 2, and the backup that had the name stays whole.
     messages.clear();
-    QCOMPARE(exportToFile(dir.filePath(QStringLiteral("missing.db")), backup, stamp, {}), CopyResult::Failed);
+    QCOMPARE(exportImage(dir.filePath(QStringLiteral("missing.db")), backup, stamp, {}), CopyResult::Failed);
     QCOMPARE(messages.numbers(), QList<int>{2});
-    QVERIFY(!backup.isOpen());
+    QVERIFY(readFile(backup) == previous);
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 2); // no temporary file left
 }
 
 void TestBackupCore::floppyExportVolumes_data()
@@ -252,7 +251,7 @@ void TestBackupCore::readBackupRestoresImage()
     ProgressLog log;
     quint32 readLength = 0;
     QCOMPARE(ReadBackup(first, temp, log.callbacks(), &readLength), CopyResult::Done);
-    QVERIFY(!temp.isOpen());
+    temp.close();
     QCOMPARE(readLength, quint32(length));
     QVERIFY(readFile(temp.fileName()) == image);
     QVERIFY(!log.percents.isEmpty());
@@ -353,6 +352,7 @@ void TestBackupCore::readBackupAsksAgainForWrongVolumes()
     QFile temp(dirA.filePath(QStringLiteral("Tmp_new.dat")));
     QVERIFY(temp.open(QIODevice::WriteOnly));
     QCOMPARE(ReadBackup(floppyVolumePath(dirA.path(), 1), temp, callbacks), CopyResult::Done);
+    temp.close();
     QCOMPARE(asked, (QList<int>{2, 2, 3, 3, 3}));
     QCOMPARE(messages.numbers(), (QList<int>{102, 99, 102}));
     // The bytes of the volume with the broken end mark stay: the temporary file is not rewound.
@@ -393,22 +393,29 @@ void TestBackupCore::abortQuestion()
 
 void TestBackupCore::writeFailuresGive101()
 {
-    if (!QFile::exists(QStringLiteral("/dev/full")))
-        QSKIP("no /dev/full here");
     QTemporaryDir dir;
     MessageRecorder messages;
     const QString source = dir.filePath(QStringLiteral("Folivo.db"));
     QVERIFY(writeFile(source, pattern(300000)));
-    QFile full(QStringLiteral("/dev/full"));
-    QVERIFY(full.open(QIODevice::WriteOnly));
-    QCOMPARE(exportToFile(source, full, {}, {}), CopyResult::Failed);
+    const QString backup = dir.filePath(QStringLiteral("zaloha.fzl"));
+    const QByteArray yesterday = diskBackup(pattern(1000, 2));
+    QVERIFY(writeFile(backup, yesterday));
+    {
+        // A disk that is full after 100,000 bytes: the export fails with 101 and yesterday's
+        // backup is still there, whole, with no temporary file beside it.
+        FileSizeLimit full(100000);
+        QCOMPARE(exportImage(source, backup, {}, {}), CopyResult::Failed);
+    }
     QCOMPARE(messages.numbers(), QList<int>{101});
-    QVERIFY(!full.isOpen());
+    QVERIFY(readFile(backup) == yesterday);
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 2);
 
     // The import's temporary file on a full disk.
-    const QString backup = dir.filePath(QStringLiteral("zaloha.fzl"));
+    if (!QFile::exists(QStringLiteral("/dev/full")))
+        QSKIP("no /dev/full here");
     QVERIFY(writeFile(backup, diskBackup(pattern(300000))));
     messages.clear();
+    QFile full(QStringLiteral("/dev/full"));
     QVERIFY(full.open(QIODevice::WriteOnly));
     QCOMPARE(ReadBackup(backup, full, {}), CopyResult::Failed);
     QCOMPARE(messages.numbers(), QList<int>{101});
@@ -420,22 +427,21 @@ void TestBackupCore::quitStopsTheCopy()
     MessageRecorder messages;
     const QString source = dir.filePath(QStringLiteral("Folivo.db"));
     QVERIFY(writeFile(source, pattern(300000)));
-    QFile backup(dir.filePath(QStringLiteral("zaloha.fzl")));
-    QVERIFY(backup.open(QIODevice::WriteOnly));
+    const QString backup = dir.filePath(QStringLiteral("zaloha.fzl"));
     int blocks = 0;
     BackupCallbacks callbacks;
     callbacks.keepRunning = [&blocks] { return ++blocks < 2; };
-    QCOMPARE(exportToFile(source, backup, {}, callbacks), CopyResult::Quit);
+    QCOMPARE(exportImage(source, backup, {}, callbacks), CopyResult::Quit);
     QCOMPARE(blocks, 2);
-    QVERIFY(!backup.isOpen());
-    QCOMPARE(readFile(backup.fileName()).size(), 24 + 128000);
+    QVERIFY(!QFile::exists(backup)); // a stopped export leaves no partial backup
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 1);
     QVERIFY(messages.shown().isEmpty());
 
-    QVERIFY(writeFile(backup.fileName(), diskBackup(pattern(300000))));
+    QVERIFY(writeFile(backup, diskBackup(pattern(300000))));
     QFile temp(dir.filePath(QStringLiteral("Tmp_new.dat")));
     QVERIFY(temp.open(QIODevice::WriteOnly));
     blocks = 0;
-    QCOMPARE(ReadBackup(backup.fileName(), temp, callbacks), CopyResult::Quit);
+    QCOMPARE(ReadBackup(backup, temp, callbacks), CopyResult::Quit);
     QCOMPARE(blocks, 2);
     QVERIFY(messages.shown().isEmpty());
 }

@@ -205,7 +205,7 @@ void TestBackupDialogs::quitDuringTheCopyStopsItAndReopens()
     QVERIFY(messages.shown().isEmpty());
     QVERIFY(Database::isOpen());
     QCOMPARE(m_lib->count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE")), 200);
-    QCOMPARE(QFileInfo(dlg.defaultFileName()).size(), 24 + 64000);
+    QVERIFY(!QFileInfo::exists(dlg.defaultFileName())); // a stopped export leaves no partial backup
     QCOMPARE(dlg.result(), int(QDialog::Rejected));
     QVERIFY(!dlg.isBusy());
     QVERIFY(!QApplication::overrideCursor());

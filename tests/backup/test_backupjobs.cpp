@@ -11,6 +11,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 using namespace BackupTest;
 
 namespace {
@@ -92,7 +97,7 @@ private Q_SLOTS:
     void failedWriteReopensTheDatabase();
     void swapFailureKeepsTheOldDatabase();
     void quitDuringExportReopens();
-    void databaseThatCannotBeReopenedIsFatal();
+    void theLibraryStaysLockedThroughout();
 };
 
 void TestBackupJobs::exportChecksComeBeforeTheDatabaseIsClosed()
@@ -275,7 +280,33 @@ void TestBackupJobs::unsoundImagesAreRefused()
         QSqlDatabase::removeDatabase(QStringLiteral("drop"));
         lacksTable = readFile(path);
     }
-    const QList<QByteArray> images = {pattern(5000), corrupted, lacksTable, saved.left(saved.size() - 4096)};
+    // The library as it was, changed by one statement run behind the program's back.
+    auto alteredBy = [&saved](const QString &sql) {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("x.db"));
+        writeFile(path, saved);
+        {
+            QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("alter"));
+            db.setDatabaseName(path);
+            if (db.open())
+                QSqlQuery(db).exec(sql);
+            db.close();
+        }
+        QSqlDatabase::removeDatabase(QStringLiteral("alter"));
+        return readFile(path);
+    };
+    const QByteArray withTrigger = alteredBy(QStringLiteral(
+        "CREATE TRIGGER t AFTER INSERT ON VYPUJCKY BEGIN UPDATE KNIHY SET VYPUJCENO = 0; END"));
+    const QByteArray withView = alteredBy(QStringLiteral("CREATE VIEW v AS SELECT KOD FROM KNIHY"));
+    const QByteArray droppedColumn = alteredBy(QStringLiteral("ALTER TABLE LIDE DROP COLUMN FUNKCE"));
+    // A book marked lent that nobody holds: sound in SQLite's eyes, broken in the library's.
+    const QByteArray brokenRule =
+        alteredBy(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1 WHERE KOD = 'B003'"));
+    QVERIFY(withTrigger != saved && withView != saved && droppedColumn != saved && brokenRule != saved);
+
+    const QList<QByteArray> images = {
+        pattern(5000), corrupted, lacksTable,    saved.left(saved.size() - 4096),
+        withTrigger,   withView,  droppedColumn, brokenRule};
     for (const QByteArray &image : images) {
         QVERIFY(writeFile(name, framed(image)));
         messages.clear();
@@ -284,7 +315,23 @@ void TestBackupJobs::unsoundImagesAreRefused()
         QVERIFY(Database::isOpen());
         QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 3);
         QVERIFY(snapshot(lib) == saved);
+        QVERIFY(QDir(lib.dir()).entryList({QStringLiteral("Tmp_*")}).isEmpty());
+        QVERIFY(QDir(QDir(lib.dir()).filePath(QStringLiteral("Temp"))).entryList(QDir::Files).isEmpty());
     }
+
+    // Forced, an image that breaks only a rule between records is restored; one that fails the
+    // schema never is.
+    ImportRequest forced = importFrom(lib, name);
+    forced.acceptRecordFindings = true;
+    QVERIFY(writeFile(name, framed(withTrigger)));
+    QCOMPARE(runImport(forced, {}), BackupOutcome::Failed);
+    QVERIFY(snapshot(lib) == saved);
+    QVERIFY(writeFile(name, framed(brokenRule)));
+    QCOMPARE(runImport(forced, {}), BackupOutcome::Succeeded);
+    QVERIFY(snapshot(lib) == brokenRule);
+    QVERIFY(writeFile(name, framed(saved)));
+    QCOMPARE(runImport(importFrom(lib, name), {}), BackupOutcome::Succeeded);
+    QVERIFY(snapshot(lib) == saved);
 
     // The live database read as a backup: refused without a second handle on it.
     messages.clear();
@@ -301,36 +348,57 @@ void TestBackupJobs::unsoundImagesAreRefused()
 
 void TestBackupJobs::failedWriteReopensTheDatabase()
 {
-    if (!QFile::exists(QStringLiteral("/dev/full")))
-        QSKIP("no /dev/full here");
     TestLibrary lib;
     fillLibrary(lib);
     MessageRecorder messages;
     const QByteArray saved = snapshot(lib);
+    const ExportRequest request = diskExport(lib);
+    QVERIFY(QDir(lib.dir()).mkpath(QStringLiteral("Export")));
+    QVERIFY(writeFile(request.fileName, "včerejší záloha"));
     BusyLog busy;
-    // /dev/full exists, so the overwrite question comes first.
-    QCOMPARE(runExport(diskExport(lib, QStringLiteral("/dev/full")), busy.callbacks()),
-             BackupOutcome::Failed);
+    {
+        // The disk is full before the backup is: 101, the export failed, yesterday's backup whole.
+        FileSizeLimit full(saved.size() / 2);
+        QCOMPARE(runExport(request, busy.callbacks()), BackupOutcome::Failed);
+    }
     QCOMPARE(messages.numbers(), (QList<int>{0, 101, 0}));
     QCOMPARE(messages.shown().last().text, ExportFailed);
     QCOMPARE(messages.shown().last().kind, MessageKind::Warning);
     QCOMPARE(busy.changes, (QList<bool>{true, false}));
+    QCOMPARE(readFile(request.fileName), QByteArray("včerejší záloha"));
+    QCOMPARE(QDir(QDir(lib.dir()).filePath(QStringLiteral("Export"))).entryList(QDir::Files).size(), 1);
     QVERIFY(Database::isOpen());
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 3);
     lib.addBook(QStringLiteral("B010"));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 4);
-    Database::close();
-    QVERIFY(readFile(lib.dbPath()) != saved); // the write above went to the same file
-    QCOMPARE(Database::open(lib.dbPath()), Database::OpenResult::Ok);
+
+    // A device is never replaced by a backup file: 99.
+    if (QFile::exists(QStringLiteral("/dev/full"))) {
+        messages.clear();
+        QCOMPARE(runExport(diskExport(lib, QStringLiteral("/dev/full")), {}), BackupOutcome::Stayed);
+        QCOMPARE(messages.numbers(), (QList<int>{0, 99}));
+        QVERIFY(QFileInfo(QStringLiteral("/dev/full")).exists());
+    }
 
     // The import's temporary file cannot be created: 101 and nothing else happens.
     const QString backup = QDir(lib.dir()).filePath(QStringLiteral("z.fzl"));
     QVERIFY(writeFile(backup, framed(saved)));
     QDir(lib.dir()).mkpath(QStringLiteral("Temp/Tmp_new.dat/blocked"));
     messages.clear();
+    const QByteArray current = snapshot(lib);
     QCOMPARE(runImport(importFrom(lib, backup), {}), BackupOutcome::Stayed);
     QCOMPARE(messages.numbers(), (QList<int>{0, 101}));
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 4);
+    QVERIFY(snapshot(lib) == current);
+    QVERIFY(QDir(lib.dir()).rmpath(QStringLiteral("Temp/Tmp_new.dat/blocked")));
+
+    // A full disk while the image is read: 101, the library unchanged, nothing left in Temp.
+    messages.clear();
+    {
+        FileSizeLimit full(saved.size() / 2);
+        QCOMPARE(runImport(importFrom(lib, backup), {}), BackupOutcome::Failed);
+    }
+    QCOMPARE(messages.numbers(), (QList<int>{0, 101}));
+    QVERIFY(snapshot(lib) == current);
+    QVERIFY(QDir(QDir(lib.dir()).filePath(QStringLiteral("Temp"))).entryList(QDir::Files).isEmpty());
 }
 
 void TestBackupJobs::swapFailureKeepsTheOldDatabase()
@@ -364,7 +432,7 @@ void TestBackupJobs::quitDuringExportReopens()
     QCOMPARE(runExport(request, callbacks), BackupOutcome::Quit);
     QVERIFY(messages.shown().isEmpty());
     QVERIFY(Database::isOpen());
-    QCOMPARE(readFile(request.fileName).size(), 24 + 64000); // the partial file stays
+    QVERIFY(!QFile::exists(request.fileName)); // a stopped export leaves no partial backup
 
     // A quit during the import's read leaves the database as it was.
     lib.addBook(QStringLiteral("B1"));
@@ -375,19 +443,49 @@ void TestBackupJobs::quitDuringExportReopens()
     QVERIFY(snapshot(lib) == current);
 }
 
-void TestBackupJobs::databaseThatCannotBeReopenedIsFatal()
+void TestBackupJobs::theLibraryStaysLockedThroughout()
 {
     TestLibrary lib;
+    fillLibrary(lib);
+    growLibrary(300000);
     MessageRecorder messages;
-    const QString away = lib.dbPath() + QStringLiteral(".pryc");
+    const QByteArray saved = snapshot(lib);
+    // Another process trying to start on the library in the middle of the job: it must find the
+    // directory locked, every time.
+    QList<int> refusals;
+    auto tryFromAnotherProcess = [&lib, &refusals] {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const int fd = ::open(QFile::encodeName(lib.dir()).constData(), O_RDONLY | O_DIRECTORY);
+            ::_exit(fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) != 0 ? 0 : 1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        refusals << (WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 1 : 0);
+    };
     BackupCallbacks callbacks;
-    // While the copy runs the database file disappears (it is closed, nothing holds it).
-    callbacks.progress = [&](int, const QString &) { QFile::rename(lib.dbPath(), away); };
-    QCOMPARE(runExport(diskExport(lib), callbacks), BackupOutcome::Fatal);
-    QCOMPARE(messages.numbers(), (QList<int>{0, 2}));
-    QCOMPARE(messages.shown().first().text, ExportDone);
-    QVERIFY(!Database::isOpen());
-    QVERIFY(QFile::rename(away, lib.dbPath()));
+    callbacks.progress = [&](int, const QString &) { tryFromAnotherProcess(); };
+    callbacks.setBusy = [&](bool) { tryFromAnotherProcess(); };
+    const ExportRequest request = diskExport(lib);
+    QCOMPARE(runExport(request, callbacks), BackupOutcome::Succeeded);
+    QVERIFY(refusals.size() > 4);
+    QVERIFY(!refusals.contains(0));
+    QVERIFY(readFile(request.fileName).mid(24, saved.size()) == saved);
+
+    // The import: during the read and up to the reopened library.
+    lib.addBook(QStringLiteral("B100"));
+    refusals.clear();
+    QCOMPARE(runImport(importFrom(lib, request.fileName), callbacks), BackupOutcome::Succeeded);
+    QVERIFY(refusals.size() > 4);
+    QVERIFY(!refusals.contains(0));
+    tryFromAnotherProcess();
+    QCOMPARE(refusals.last(), 1); // the reopened library is locked again
+    QVERIFY(snapshot(lib) == saved);
+    Database::close();
+    refusals.clear();
+    tryFromAnotherProcess();
+    QCOMPARE(refusals, QList<int>{0}); // a closed library is free
+    QCOMPARE(Database::open(lib.dbPath()), Database::OpenResult::Ok);
 }
 
 QTEST_GUILESS_MAIN(TestBackupJobs)

@@ -117,9 +117,46 @@ void TestDatabase::translation_data()
                          << QStringLiteral(
                                 "SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND (KNIHY.ID_KNIHY_KNIHY IN "
                                 "(SELECT DISTINCT VYPUJCKY.ID_KNIHY_VYPUJCKY FROM VYPUJCKY WHERE "
-                                "VYPUJCKY.ID_LIDE_VYPUJCKY = %d)) ORDER BY KNIHY.KOD DESC");
+                                "VYPUJCKY.ID_LIDE_VYPUJCKY = %d)) ORDER BY KNIHY.KOD COLLATE CZECH DESC");
     QTest::newRow("booleans untouched")
-        << QString::fromLatin1(Stmt::PickLendable) << QString::fromLatin1(Stmt::PickLendable);
+        << QString::fromLatin1(Stmt::KnihyInCategory) << QString::fromLatin1(Stmt::KnihyInCategory);
+    // Every ORDER BY on a text column sorts in Czech order; numbers and dates sort as numbers.
+    QTest::newRow("order by a code")
+        << QString::fromLatin1(Stmt::ReportPresent)
+        << "SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND NOT KNIHY.VYPUJCENO "
+           "ORDER BY KNIHY.KOD COLLATE CZECH DESC";
+    QTest::newRow("order by a surname")
+        << QString::fromLatin1(Stmt::LidePicker)
+        << "SELECT * FROM LIDE WHERE LIDE.UKAZOVAT ORDER BY LIDE.PRIJMENI COLLATE CZECH DESC";
+    QTest::newRow("order by a number")
+        << QString::fromLatin1(Stmt::KnihyBrowse) << QString::fromLatin1(Stmt::KnihyBrowse);
+    QTest::newRow("order by a date")
+        << "SELECT * FROM VYPUJCKY WHERE VYPUJCKY.ID_KNIHY_VYPUJCKY = 3 ORDER BY VYPUJCKY.DATUM_PUJCKY DESC"
+        << "SELECT * FROM VYPUJCKY WHERE VYPUJCKY.ID_KNIHY_VYPUJCKY = 3 ORDER BY VYPUJCKY.DATUM_PUJCKY DESC";
+    QTest::newRow("several terms, bare names, lower case")
+        << "select * from KATEGORIE order by nazev, ID_KATEGORIE_KATEGORIE desc,UKAZOVAT, Autor asc"
+        << "select * from KATEGORIE order by nazev COLLATE CZECH, ID_KATEGORIE_KATEGORIE desc,UKAZOVAT, "
+           "Autor "
+           "COLLATE CZECH asc";
+    QTest::newRow("a named collation stays")
+        << "SELECT * FROM KNIHY ORDER BY KNIHY.NAZEV COLLATE NOCASE, KNIHY.AUTOR"
+        << "SELECT * FROM KNIHY ORDER BY KNIHY.NAZEV COLLATE NOCASE, KNIHY.AUTOR COLLATE CZECH";
+    QTest::newRow("order by inside a text is a text")
+        << "SELECT * FROM KNIHY WHERE NAZEV LIKE '*order by kod*' AND AUTOR = 'O''Neil ORDER BY NAZEV' "
+           "ORDER BY KNIHY.KOD"
+        << "SELECT * FROM KNIHY WHERE NAZEV LIKE '%order by kod%' AND AUTOR = 'O''Neil ORDER BY NAZEV' "
+           "COLLATE "
+           "NOCASE ORDER BY KNIHY.KOD COLLATE CZECH";
+    QTest::newRow("a sub-select's order ends at its bracket")
+        << "SELECT * FROM KNIHY WHERE KOD IN (SELECT KOD FROM LIDE ORDER BY KOD) AND NAZEV <> 'x' ORDER BY "
+           "CENA"
+        << "SELECT * FROM KNIHY WHERE KOD IN (SELECT KOD FROM LIDE ORDER BY KOD COLLATE CZECH) AND NAZEV <> "
+           "'x' "
+           "ORDER BY CENA";
+    QTest::newRow("limit ends the order") << "SELECT * FROM KNIHY ORDER BY KOD LIMIT 5"
+                                          << "SELECT * FROM KNIHY ORDER BY KOD COLLATE CZECH LIMIT 5";
+    QTest::newRow("unknown column untouched") << "SELECT * FROM KNIHY ORDER BY NOSUCH, KNIHY.CENA"
+                                              << "SELECT * FROM KNIHY ORDER BY NOSUCH, KNIHY.CENA";
 }
 
 void TestDatabase::translation()

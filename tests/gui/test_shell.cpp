@@ -110,6 +110,7 @@ private Q_SLOTS:
     void firstRunOnDamagedSettings();
     void firstRunCancelledOrUnwritable();
     void identityCheckAtStartup();
+    void startAfterACutOffRestoreTellsOnce();
     void missingDatabaseAndSecondCopy();
     void frameMenusAndToolBar();
     void lockCommand();
@@ -254,6 +255,32 @@ void TestShell::firstRunCancelledOrUnwritable()
         QCOMPARE(rec.numbers(), QList<int>{19});
         QVERIFY(!Database::isOpen());
     }
+}
+
+void TestShell::startAfterACutOffRestoreTellsOnce()
+{
+    TestLibrary lib;
+    writeRecord(lib.dir(), plainRecord());
+    lib.addBook(QStringLiteral("B001"));
+    Database::close();
+    // A restore of an older program was cut off between its two renames: the library is only in
+    // Temp/Tmp_old.dat.
+    QVERIFY(QDir(lib.dir()).mkpath(QStringLiteral("Temp")));
+    QVERIFY(QFile::rename(lib.dbPath(), QDir(lib.dir()).filePath(QStringLiteral("Temp/Tmp_old.dat"))));
+    {
+        MessageRecorder rec;
+        QVERIFY(start(lib));
+        QCOMPARE(rec.shown().size(), 1);
+        QVERIFY(rec.shown().first().text.startsWith(
+            QString::fromUtf8("Předchozí obnova dat ze zálohy nebyla dokončena.")));
+        QCOMPARE(rec.shown().first().kind, MessageKind::Information);
+        QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE KOD = 'B001'")), 1);
+    }
+    m_frame.reset();
+    MessageRecorder again;
+    QVERIFY(start(lib));
+    QVERIFY(again.shown().isEmpty());
+    QVERIFY(!QFile::exists(QDir(lib.dir()).filePath(QStringLiteral("Temp/Tmp_old.dat"))));
 }
 
 void TestShell::identityCheckAtStartup()

@@ -227,6 +227,8 @@ void TestRegisterCore::presenceFlags()
     d = clientDataFromEntry(e);
     QVERIFY(d.extended && d.hasBirth && !d.hasAddress);
     QCOMPARE(d.birth, 19900307);
+    e.birth = QStringLiteral("3.4.80"); // a short year is the one the librarian means
+    QCOMPARE(clientDataFromEntry(e).birth, 19800403);
 
     e.birth.clear();
     d = clientDataFromEntry(e);

@@ -1,15 +1,21 @@
 // The report queries and rows, the HTML page and the protocol preparation, without a window.
+#include "data/czechorder.h"
 #include "data/database.h"
+#include "data/recordsets.h"
 #include "data/statements.h"
+#include "registers/registercore.h"
 #include "reports/htmlcore.h"
 #include "reports/protocolcore.h"
 #include "reports/reportcore.h"
+#include "search/searchcore.h"
 #include "support/testsupport.h"
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTest>
+
+#include <random>
 
 namespace {
 
@@ -44,6 +50,7 @@ class TestReportCore : public QObject
 private Q_SLOTS:
     void statementsAndTitles();
     void reportsOnARealLibrary();
+    void czechOrderOfReportsSearchAndPickers();
     void missingCategoryStopsTheReport();
     void summaryAddsSinglePricesInDouble();
     void clientLookup();
@@ -177,6 +184,86 @@ void TestReportCore::reportsOnARealLibrary()
     QCOMPARE(broken.message, 34);
     QVERIFY(broken.rows.isEmpty());
     QVERIFY(broken.summary.isEmpty());
+}
+
+// Codes and names are listed in Czech order, letter case aside: accents after their letter, CH
+// after H, whatever the system's locale (the test programs run under C.UTF-8). Texts that differ
+// only in letter case keep one fixed order (byte order of the text), so the order is total.
+void TestReportCore::czechOrderOfReportsSearchAndPickers()
+{
+    const QStringList czech{QStringLiteral("a500"),  QStringLiteral("B700"), QStringLiteral("C100"),
+                            QStringLiteral("c800"),  QStringLiteral("Č200"), QStringLiteral("H400"),
+                            QStringLiteral("ch300"), QStringLiteral("CH900")};
+    const QStringList typedOrder{QStringLiteral("CH900"), QStringLiteral("c800"), QStringLiteral("H400"),
+                                 QStringLiteral("a500"),  QStringLiteral("Č200"), QStringLiteral("ch300"),
+                                 QStringLiteral("B700"),  QStringLiteral("C100")};
+
+    // The order itself: the collator really puts CH after H here (Qt collates through ICU, not
+    // through the system's locale), and no two different texts compare equal.
+    QStringList sorted = typedOrder;
+    std::sort(sorted.begin(), sorted.end(),
+              [](const QString &a, const QString &b) { return czechOrder(a, b) < 0; });
+    QCOMPARE(sorted, czech);
+    QVERIFY(czechCompare(QStringLiteral("H"), QStringLiteral("ch"), Qt::CaseInsensitive) < 0);
+    QVERIFY(czechCompare(QStringLiteral("Chata"), QStringLiteral("Ivan"), Qt::CaseInsensitive) < 0);
+    QVERIFY(czechCompare(QStringLiteral("Cyril"), QStringLiteral("Čech"), Qt::CaseInsensitive) < 0);
+    QVERIFY(czechCompare(QStringLiteral("Zach"), QStringLiteral("Šťastný"), Qt::CaseInsensitive) > 0);
+    QVERIFY(czechCompare(QStringLiteral("Řezník"), QStringLiteral("Rybář"), Qt::CaseInsensitive) > 0);
+    QVERIFY(czechCompare(QStringLiteral("Žák"), QStringLiteral("Zygota"), Qt::CaseInsensitive) > 0);
+    QVERIFY(czechCompare(QStringLiteral("Kos"), QStringLiteral("kos"), Qt::CaseInsensitive) == 0);
+    QCOMPARE(czechOrder(QStringLiteral("Kos"), QStringLiteral("kos")), -1); // K (0x4B) before k (0x6B)
+    QCOMPARE(czechOrder(QStringLiteral("kos"), QStringLiteral("Kos")), 1);
+    QCOMPARE(czechOrder(QStringLiteral("kos"), QStringLiteral("kos")), 0);
+    const QByteArray kos = QByteArrayLiteral("Kos"), lower = QByteArrayLiteral("kos"),
+                     cech = QStringLiteral("Čech").toUtf8();
+    QCOMPARE(czechOrderUtf8(kos.constData(), int(kos.size()), lower.constData(), int(lower.size())), -1);
+    QCOMPARE(czechOrderUtf8(cech.constData(), int(cech.size()), kos.constData(), int(kos.size())), -1);
+    // Plain ASCII texts are compared without the collator; the answer must be the collator's on
+    // every printable character, CH in any letter case, prefixes and texts equal but for case.
+    std::mt19937 random(19);
+    const QString common = QStringLiteral("cChHcchhiI09 -_.,/aAzZ");
+    auto text = [&] {
+        QString t;
+        for (int n = int(random() % 7); n > 0; --n)
+            t += random() % 2 ? common.at(int(random() % common.size())) : QChar(0x20 + int(random() % 95));
+        return t;
+    };
+    for (int i = 0; i < 20000; ++i) {
+        const QString a = text(), b = i % 5 ? text() : a.toUpper();
+        int expected = czechCompare(a, b, Qt::CaseInsensitive);
+        if (expected == 0)
+            expected = a.toUtf8() < b.toUtf8() ? -1 : a.toUtf8() == b.toUtf8() ? 0 : 1;
+        QVERIFY2(czechOrder(a, b) == expected, qPrintable(QStringLiteral("'%1' '%2'").arg(a, b)));
+    }
+
+    // Every report, the search and the book pickers order through the engine's collation.
+    TestLibrary lib;
+    const qint32 category = lib.addCategory(QStringLiteral("Poezie"));
+    for (const QString &code : typedOrder)
+        lib.addBook(book(code, 10, category));
+    QCOMPARE(codes(runReport(fixedReport(ReportKind::PresentAndLent).sql)), czech);
+    QCOMPARE(codes(runReport(fixedReport(ReportKind::Present).sql)), czech);
+    QCOMPARE(codes(runReport(categoryReport(category, QString()).sql)), czech);
+    SearchCriteria criteria;
+    criteria.title = QStringLiteral("babi");
+    criteria.exactTitle = false;
+    SearchValues values;
+    QVERIFY(ValidateCriteria(criteria, values).passed());
+    QCOMPARE(codes(runReport(BuildSearchSql(criteria, values))), czech);
+    QStringList picked; // the book picker: descending, each row put at the top
+    CSetKnihy set;
+    for (set.open(QString::fromLatin1(Stmt::PickLendable)); !set.isEOF(); set.moveNext())
+        picked.prepend(set.m_KOD);
+    set.close();
+    QCOMPARE(picked, czech);
+
+    // The client picker, by surname.
+    for (int i = 0; i < typedOrder.size(); ++i)
+        lib.addClient(QStringLiteral("K%1").arg(i), QStringLiteral("Jan"), typedOrder.at(i));
+    QStringList surnames;
+    for (const Registers::ClientRecord &c : Registers::clientsBySurname())
+        surnames << c.data.surname;
+    QCOMPARE(surnames, czech);
 }
 
 void TestReportCore::missingCategoryStopsTheReport()
@@ -496,6 +583,29 @@ void TestReportCore::commandLine()
     QVERIFY(readAll(out).contains("ke dni:  2. 2.2026</U>"));
     QVERIFY(readAll(out).contains("Nalezeno 1 knih"));
     QVERIFY(readAll(out).contains("<TD ALIGN=\"LEFT\">  003  </TD>"));
+
+    // A category is named as the program compares names: letter case aside, for every letter.
+    QVERIFY(Database::open(lib.dbPath()) == Database::OpenResult::Ok);
+    lib.addCategory(QStringLiteral("Beletrie"));
+    lib.addCategory(QStringLiteral("Naučná"));
+    Database::close();
+    const struct
+    {
+        const char *args;
+        const char *title;
+    } categories[] = {
+        {"report|category|--category|beletrie", "Knihy v kategorii: Beletrie"},
+        {"report|category|--category|BELETRIE ", "Knihy v kategorii: Beletrie"},
+        {"report|category|--category|naučná", "Knihy v kategorii: Naučná"},
+        {"report|category|--category|NAUČNÁ", "Knihy v kategorii: Naučná"},
+        {"report|category|--category|pOEZIE", "Knihy v kategorii: Poezie"},
+    };
+    for (const auto &c : categories) {
+        QVERIFY2(cli(c.args, out) == 0, c.args);
+        QVERIFY2(QString::fromUtf8(readAll(out)).contains(QString::fromUtf8(c.title)), c.args);
+    }
+    QVERIFY(cli("report|category|--category|naucna", out) != 0); // accents are letters of their own
+    QVERIFY(err.contains("no shown category"));
 
     // Bad arguments: a clear error and a non-zero exit, nothing written.
     QFile::remove(out);

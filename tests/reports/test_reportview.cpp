@@ -16,12 +16,15 @@
 
 #include <QAbstractItemModelTester>
 #include <QAction>
+#include <QCollator>
 #include <QComboBox>
 #include <QDir>
 #include <QHeaderView>
 #include <QLabel>
 #include <QTableView>
 #include <QTest>
+
+#include <clocale>
 
 namespace {
 
@@ -70,6 +73,7 @@ private Q_SLOTS:
     void missingCategoryEmptiesTheList();
     void navigation();
     void sorting();
+    void czechColumnSortUnderTheCLocale();
     void columnWidths();
     void htmlExport();
     void reportDialogs();
@@ -239,6 +243,46 @@ void TestReportView::sorting()
     QVERIFY(sortedTitles.indexOf(QStringLiteral("cesta")) < sortedTitles.indexOf(QStringLiteral("Čáp")));
     view.model()->sort(CReportModel::Code);
     QCOMPARE(shownCodes(view).first(), QStringLiteral("K0"));
+}
+
+// A click on a column header sorts in Czech order with letter case counted, whatever the
+// system's locale: under the C locale a plain collator would compare code points and put CH900
+// before H400 and Č200 after every Latin letter.
+void TestReportView::czechColumnSortUnderTheCLocale()
+{
+    const QLocale before;
+    QLocale::setDefault(QLocale::c());
+    const char *const savedLocale = setlocale(LC_ALL, nullptr);
+    const QByteArray saved = savedLocale ? QByteArray(savedLocale) : QByteArray("C");
+    setlocale(LC_ALL, "C");
+    auto restore = qScopeGuard([&] {
+        QLocale::setDefault(before);
+        setlocale(LC_ALL, saved.constData());
+    });
+    QCOMPARE(QCollator().locale(), QLocale::c()); // the world this test is about
+
+    TestLibrary lib;
+    const char *const texts[] = {"CH900", "c800", "H400", "a500",  "Č200",
+                                 "ch300", "B700", "C100", "cesta", "Cesta"};
+    for (int i = 0; i < int(std::size(texts)); ++i) {
+        TestLibrary::BookSpec b(QStringLiteral("K%1").arg(i));
+        b.title = QString::fromUtf8(texts[i]);
+        b.author = QString::fromUtf8(texts[std::size(texts) - 1 - i]);
+        lib.addBook(b);
+    }
+    CSestavaView view;
+    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
+    const QStringList czech{QStringLiteral("a500"), QStringLiteral("B700"),  QStringLiteral("C100"),
+                            QStringLiteral("c800"), QStringLiteral("cesta"), QStringLiteral("Cesta"),
+                            QStringLiteral("Č200"), QStringLiteral("H400"),  QStringLiteral("ch300"),
+                            QStringLiteral("CH900")};
+    for (const int column : {int(CReportModel::Title), int(CReportModel::Author)}) {
+        view.list()->horizontalHeader()->sectionClicked(column);
+        QStringList shown;
+        for (int r = 0; r < view.model()->rowCount(); ++r)
+            shown << view.model()->index(r, column).data().toString();
+        QCOMPARE(shown, czech);
+    }
 }
 
 void TestReportView::columnWidths()

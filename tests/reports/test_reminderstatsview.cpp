@@ -1,0 +1,387 @@
+// The reminder dialog, the statistics view and their commands, under the offscreen platform.
+// FOLIVO_SHOTS=DIR also writes pictures of the statistics view and its printed page there.
+#include "app/appstate.h"
+#include "app/commands.h"
+#include "app/mainframe.h"
+#include "app/rvedit.h"
+#include "circulation/circulationcore.h"
+#include "registers/registercore.h"
+#include "reports/reminderdialogs.h"
+#include "reports/reminderprint.h"
+#include "reports/reportcommands.h"
+#include "reports/reportfiles.h"
+#include "reports/statisticsprint.h"
+#include "reports/statisticsview.h"
+#include "support/guitestsupport.h"
+#include "support/testsupport.h"
+
+#include <QAction>
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QMenu>
+#include <QPageLayout>
+#include <QPageSize>
+#include <QPdfWriter>
+#include <QPrintPreviewDialog>
+#include <QRegularExpression>
+#include <QSpinBox>
+#include <QTableView>
+#include <QTest>
+
+namespace {
+
+// Two clients with overdue books on 15. 3.2026 (the tests' today), one without; loans in 2025.
+struct Small
+{
+    qint32 novak = -1, cerny = -1, bily = -1;
+};
+
+Small buildSmall(TestLibrary &lib)
+{
+    Small s;
+    const auto client = [](const QString &code, const QString &first, const QString &last) {
+        Registers::ClientData d;
+        d.code = code;
+        d.first = first;
+        d.surname = last;
+        return Registers::addClient(d);
+    };
+    s.novak = client(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    s.cerny = client(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Černá"));
+    s.bily = client(QStringLiteral("K3"), QStringLiteral("Petr"), QStringLiteral("Bílý"));
+    QList<qint32> books;
+    for (int i = 1; i <= 6; ++i) {
+        TestLibrary::BookSpec b(QStringLiteral("B%1").arg(i));
+        b.acquired = 20250110;
+        books << lib.addBook(b);
+    }
+    lendBooks(s.novak, 20250301, {{books[0], 20250401}, {books[1], 20250401}});
+    lendBooks(s.cerny, 20251201, {{books[2], 20260301}});
+    lendBooks(s.bily, 20260301, {{books[3], 20260401}}); // not late on 15. 3.2026
+    lendBooks(s.bily, 20250601, {{books[4], NoDate}});   // no limit, never late
+    return s;
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestReminderStatsView : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void reminderDialogChecks();
+    void remindersToPdf();
+    void longLettersGoOn();
+    void statisticsView();
+    void commandsInTheReportsMenu();
+    void helpStatesEveryFigure();
+};
+
+void TestReminderStatsView::reminderDialogChecks()
+{
+    TestLibrary lib;
+    const Small s = buildSmall(lib);
+    MessageRecorder messages;
+    CRemindersDialog dialog;
+    QCOMPARE(dialog.dateField()->text(), QStringLiteral("15. 3.2026"));
+    QVERIFY(dialog.codeField()->text().isEmpty());
+
+    struct Case
+    {
+        QString date, code;
+        int message;
+        CRvEdit *focus;
+    };
+    const Case cases[] = {
+        {QStringLiteral("31.2.2026"), QStringLiteral("K99"), 95, dialog.dateField()}, // the date first
+        {QStringLiteral("1.3.2026"), QStringLiteral("K%"), 119, dialog.codeField()},
+        {QStringLiteral("1.3.2026"), QStringLiteral("K99"), 15, dialog.codeField()},
+    };
+    dialog.show();
+    for (const Case &c : cases) {
+        messages.clear();
+        dialog.dateField()->setText(c.date);
+        dialog.codeField()->setText(c.code);
+        QVERIFY(!dialog.checkOk());
+        QCOMPARE(messages.numbers(), QList<int>{c.message});
+        QTRY_COMPARE(QApplication::focusWidget(), c.focus);
+    }
+    const QString shots = qEnvironmentVariable("FOLIVO_SHOTS");
+    if (!shots.isEmpty())
+        QVERIFY(dialog.grab().save(QDir(shots).filePath(QStringLiteral("upominky-dialog.png"))));
+    dialog.dateField()->setText(QStringLiteral(" 1. 3.2026"));
+    dialog.codeField()->setText(QStringLiteral(" k2 "));
+    QVERIFY(dialog.checkOk());
+    QCOMPARE(dialog.result().day, 20260301);
+    QCOMPARE(dialog.result().clientId, s.cerny);
+    dialog.codeField()->clear();
+    QVERIFY(dialog.checkOk());
+    QCOMPARE(dialog.result().clientId, -1);
+}
+
+void TestReminderStatsView::remindersToPdf()
+{
+    TestLibrary lib;
+    const Small s = buildSmall(lib);
+    MessageRecorder messages;
+    // The program works in its data directory; that is where its own files are recognised.
+    const QString cwd = QDir::currentPath();
+    QDir::setCurrent(lib.dir());
+    const QString pdf = QDir(lib.dir()).filePath(QStringLiteral("upominky.pdf"));
+    SaveFileRequest asked;
+    const SaveFileAsker previous = setSaveFileAsker([&](QWidget *, const SaveFileRequest &r) {
+        asked = r;
+        return pdf;
+    });
+    ReminderRequest request;
+    request.day = 20260315;
+    request.output = ReminderRequest::Pdf;
+    QCOMPARE(runReminders(nullptr, request), 2); // Černá and Novák; Bílý is not late
+    QCOMPARE(asked.defaultName, QStringLiteral("upominky-2026-03-15.pdf"));
+    QVERIFY(messages.numbers().isEmpty());
+    const QByteArray bytes = readAll(pdf);
+    QVERIFY(bytes.startsWith("%PDF"));
+    QCOMPARE(QString::fromLatin1(bytes).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))), 2);
+
+    // The preview paints the same letters.
+    bool previewed = false;
+    onNextModal(
+        [&](QDialog *d) {
+            auto *preview = qobject_cast<QPrintPreviewDialog *>(d);
+            previewed = preview && preview->windowTitle() == QStringLiteral("Náhled před tiskem – Upomínky");
+        },
+        &QPrintPreviewDialog::staticMetaObject);
+    request.output = ReminderRequest::Preview;
+    QCOMPARE(runReminders(nullptr, request), 2);
+    QVERIFY(previewed);
+    request.output = ReminderRequest::Pdf;
+
+    // One client, and a day when nobody is late: the notice, and no file is asked for.
+    request.clientId = s.novak;
+    QCOMPARE(runReminders(nullptr, request), 1);
+    asked = SaveFileRequest{};
+    request.clientId = -1;
+    request.day = 20250401;
+    QCOMPARE(runReminders(nullptr, request), 0);
+    QCOMPARE(messages.lastText(), reminderNoneText(20250401));
+    QVERIFY(asked.defaultName.isEmpty());
+
+    // Progress after every letter; a cancel leaves the previous file as it was.
+    QList<ReminderLetter> letters;
+    QCOMPARE(collectReminders(20260315, -1, &letters), 0);
+    const QList<PrintedTable> docs =
+        reminderDocuments(letters, 20260315, QStringLiteral("Knihovna"), today());
+    QCOMPARE(docs.size(), 2);
+    QCOMPARE(docs.at(0).headerLines.at(0),
+             (QPair<QString, QString>(QStringLiteral("Knihovna"), QStringLiteral("Knihovna"))));
+    QCOMPARE(docs.at(0).rows.at(0).last(), QStringLiteral("14")); // Černá: due 1. 3.2026
+    QList<int> seen;
+    int pages = 0;
+    QVERIFY(writeDocumentsPdf(
+                docs, pdf,
+                [&](int done, int total) {
+                    seen << done << total;
+                    return true;
+                },
+                &pages)
+                .ok());
+    QCOMPARE(seen, (QList<int>{1, 2, 2, 2}));
+    QCOMPARE(pages, 2);
+    QVERIFY(SafeFile::writeAll(pdf, "old").ok());
+    seen.clear();
+    const SafeFile::Result cancelled = writeDocumentsPdf(
+        docs, pdf,
+        [&](int done, int total) {
+            seen << done << total;
+            return false;
+        },
+        &pages);
+    QVERIFY(!cancelled.ok());
+    QCOMPARE(seen, (QList<int>{1, 2}));
+    QCOMPARE(pages, 0);
+    QCOMPARE(readAll(pdf), QByteArray("old"));
+    // No letters: one page that says so.
+    const QList<PrintedTable> none = reminderDocuments({}, 20250401, QString(), today());
+    QCOMPARE(none.size(), 1);
+    QCOMPARE(none.at(0).introParagraphs, QStringList{reminderNoneText(20250401)});
+
+    // The library itself is never overwritten.
+    setSaveFileAsker([&](QWidget *, const SaveFileRequest &) { return lib.dbPath(); });
+    const QByteArray before = readAll(lib.dbPath());
+    request.day = 20260315;
+    messages.clear();
+    QCOMPARE(runReminders(nullptr, request), 2);
+    QCOMPARE(messages.shown().size(), 1);
+    QVERIFY(messages.lastText().contains(QStringLiteral("nepodařilo uložit")));
+    QCOMPARE(readAll(lib.dbPath()), before);
+    setSaveFileAsker(previous);
+    QDir::setCurrent(cwd);
+}
+
+void TestReminderStatsView::longLettersGoOn()
+{
+    // A letter of many books goes on over pages of its own; the next letter starts on a new page.
+    ReminderLetter many;
+    many.jmeno = QStringLiteral("Jan");
+    many.prijmeni = QStringLiteral("Novák");
+    many.clientCode = QStringLiteral("K1");
+    many.address = QStringLiteral("Dlouhá 5\n110 00 Praha 1\nČeská republika");
+    for (int i = 0; i < 90; ++i)
+        many.books.append({i, QStringLiteral("B%1").arg(i), QStringLiteral("Kniha"), QStringLiteral("Autor"),
+                           20260101, 20260201, 42});
+    ReminderLetter one = many;
+    one.books.resize(1);
+    const PrintedTable long_ = reminderLetterDocument(many, 20260315, QStringLiteral("Knihovna"), today());
+    const PrintedTable short_ = reminderLetterDocument(one, 20260315, QStringLiteral("Knihovna"), today());
+    QCOMPARE(long_.headerLines.last(), (QPair<QString, QString>(QStringLiteral("Adresa"), many.address)));
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    QPdfWriter writer(&buffer);
+    writer.setResolution(300);
+    writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
+                                     QMarginsF(15, 15, 15, 12), QPageLayout::Millimeter));
+    const int longPages = countPrintedPages(&writer, long_);
+    QVERIFY(longPages >= 3);
+    QCOMPARE(countPrintedPages(&writer, short_), 1);
+    QCOMPARE(printTables(&writer, {short_, long_, short_}), longPages + 2);
+}
+
+void TestReminderStatsView::statisticsView()
+{
+    TestLibrary lib;
+    buildSmall(lib);
+    MessageRecorder messages;
+    CStatisticsYearDialog yearDialog;
+    QCOMPARE(yearDialog.year(), 2025); // the year before today
+    QCOMPARE(yearDialog.yearField()->minimum(), StatisticsFirstYear);
+
+    AnnualStatistics s;
+    QCOMPARE(computeAnnualStatistics(2025, &s), 0);
+    CStatisticsView view(s, QStringLiteral("Městská knihovna"));
+    view.show();
+    QCOMPARE(view.windowTitle(), QStringLiteral("Roční statistika 2025"));
+    QAbstractItemModel *figures = view.figuresTable()->model();
+    QCOMPARE(figures->rowCount(), statisticsFigures(s).size());
+    QCOMPARE(figures->index(0, 0).data().toString(), QStringLiteral("Knihy pořízené v roce 2025"));
+    QCOMPARE(figures->index(0, 1).data().toString(), QStringLiteral("6"));
+    QCOMPARE(figures->index(4, 1).data().toString(), QStringLiteral("4")); // loans in 2025
+    QCOMPARE(view.booksTable()->model()->rowCount(), 4);
+    QCOMPARE(view.categoriesTable()->model()->rowCount(), 1);
+
+    const QString html = QDir(lib.dir()).filePath(QStringLiteral("statistika.html"));
+    const QString csv = QDir(lib.dir()).filePath(QStringLiteral("statistika.csv"));
+    QString answer = html;
+    const SaveFileAsker previous =
+        setSaveFileAsker([&](QWidget *, const SaveFileRequest &) { return answer; });
+    QVERIFY(view.exportHtml());
+    const QString page = QString::fromUtf8(readAll(html));
+    QVERIFY(page.contains(QStringLiteral("<h2>Roční statistika 2025</h2>")));
+    QVERIFY(page.contains(QStringLiteral("<p>Městská knihovna</p>")));
+    QVERIFY(page.contains(QStringLiteral("data:image/png;base64,")));
+    answer = csv;
+    QVERIFY(view.exportCsv());
+    QCOMPARE(QString::fromUtf8(readAll(csv)), statisticsCsv(s));
+    answer.clear(); // cancelled
+    QVERIFY(!view.exportCsv());
+    setSaveFileAsker(previous);
+    QVERIFY(messages.numbers().isEmpty());
+
+    // The printed page: the same content with the chart, and the program's footer.
+    const QString pdf = QDir(lib.dir()).filePath(QStringLiteral("statistika.pdf"));
+    int pages = 0;
+    {
+        QPdfWriter writer(pdf);
+        writer.setResolution(300);
+        writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
+                                         QMarginsF(15, 15, 15, 12), QPageLayout::Millimeter));
+        pages = printStatistics(&writer, s, QStringLiteral("Městská knihovna"), today());
+    }
+    QVERIFY(readAll(pdf).startsWith("%PDF"));
+    const QString shots = qEnvironmentVariable("FOLIVO_SHOTS");
+    if (!shots.isEmpty()) {
+        view.resize(1000, 780);
+        QVERIFY(view.grab().save(QDir(shots).filePath(QStringLiteral("statistika.png"))));
+        QFile::remove(QDir(shots).filePath(QStringLiteral("statistika.pdf")));
+        QFile::copy(pdf, QDir(shots).filePath(QStringLiteral("statistika.pdf")));
+    }
+    // Figures, chart and months fill the first page; the books and categories go on.
+    QCOMPARE(pages, 2);
+    QCOMPARE(
+        QString::fromLatin1(readAll(pdf)).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))),
+        pages);
+
+    // The chart is scaled to the busiest month (March, two loans): its bar reaches the middle of
+    // the picture, July's (no loan) does not.
+    QCOMPARE(s.loansByMonth[2], 2);
+    const QImage chart = loansChartImage(s, QSize(600, 240));
+    QCOMPARE(chart.pixelColor(12 + 2 * 48 + 24, 120), QColor(40, 70, 160));
+    QCOMPARE(chart.pixelColor(12 + 6 * 48 + 24, 120), QColor(Qt::white));
+}
+
+void TestReminderStatsView::commandsInTheReportsMenu()
+{
+    TestLibrary lib;
+    CMainFrame frame;
+    installReportCommands(frame);
+    frame.updateCommandStates();
+    QAction *reminders = frame.action(Cmd::Reminders);
+    QAction *statistics = frame.action(Cmd::AnnualStatistics);
+    QVERIFY(reminders && statistics);
+    QCOMPARE(reminders->text(), QStringLiteral("&Upomínky..."));
+    QCOMPARE(statistics->text(), QStringLiteral("&Roční statistika..."));
+    QVERIFY(reminders->isEnabled() && statistics->isEnabled());
+    // Both sit in "Zobrazení / Sestava" after the nine reports.
+    QMenu *reports = nullptr;
+    for (QObject *o : reminders->associatedObjects())
+        if (auto *m = qobject_cast<QMenu *>(o))
+            reports = m;
+    QVERIFY(reports);
+    QCOMPARE(reports->title(), QStringLiteral("&Sestava"));
+    QList<QAction *> items = reports->actions();
+    QCOMPARE(items.last(), statistics);
+    QCOMPARE(items.at(items.size() - 2), reminders);
+    QVERIFY(items.indexOf(frame.action(Cmd::ReportClientHistory)) < items.indexOf(reminders));
+
+    // The command opens the dialog; Storno leaves everything as it was.
+    bool shown = false;
+    onNextModal<CRemindersDialog>([&](CRemindersDialog *d) {
+        shown = true;
+        d->reject();
+    });
+    frame.runCommand(Cmd::Reminders);
+    QVERIFY(shown);
+    shown = false;
+    onNextModal<CStatisticsYearDialog>([&](CStatisticsYearDialog *d) {
+        shown = true;
+        d->reject();
+    });
+    frame.runCommand(Cmd::AnnualStatistics);
+    QVERIFY(shown);
+}
+
+void TestReminderStatsView::helpStatesEveryFigure()
+{
+    Q_INIT_RESOURCE(help);
+    QFile topic(QStringLiteral(":/help/topic5.html"));
+    QVERIFY(topic.open(QIODevice::ReadOnly));
+    const QString help = QString::fromUtf8(topic.readAll());
+    AnnualStatistics s;
+    s.year = 2025;
+    for (const auto &figure : statisticsFigures(s)) {
+        const QString label = QString(figure.first).remove(QStringLiteral(" 2025")).trimmed();
+        QVERIFY2(help.contains(QStringLiteral("<b>%1</b>").arg(label)), qPrintable(label));
+    }
+    for (const char *rule : {"Nejčastěji půjčované knihy", "Výpůjčky podle kategorií", "Upomínky"})
+        QVERIFY(help.contains(QString::fromUtf8(rule)));
+    QVERIFY(help.contains(QStringLiteral("prodlení 367 dní")));
+}
+
+QTEST_MAIN(TestReminderStatsView)
+#include "test_reminderstatsview.moc"
