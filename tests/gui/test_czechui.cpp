@@ -24,8 +24,10 @@
 #include "registers/categorydialogs.h"
 #include "registers/clientdialogs.h"
 #include "reports/protocoldialogs.h"
+#include "reports/reminderdialogs.h"
 #include "reports/reportdialogs.h"
 #include "reports/sestavaview.h"
+#include "reports/statisticsview.h"
 #include "search/vyhledavani.h"
 #include "support/guitestsupport.h"
 #include "support/testsupport.h"
@@ -532,6 +534,8 @@ void TestCzechUi::mnemonicsWithoutClashes()
     dialogs.emplace_back(new CProtocolChooser(1));
     dialogs.emplace_back(new CProtocolChooser(2));
     dialogs.emplace_back(new CProtocolPeriodList(1));
+    dialogs.emplace_back(new CStatisticsYearDialog);
+    dialogs.emplace_back(new CRemindersDialog);
     dialogs.emplace_back(new CExportBackupDlg);
     dialogs.emplace_back(new CImportBackupDlg);
     for (const auto &d : dialogs) {
