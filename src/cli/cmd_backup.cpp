@@ -76,11 +76,18 @@ int exitCodeOf(BackupOutcome outcome)
     return ExitFailed;
 }
 
-// Opens the library database the way the program does. Only one holder at a time: while the
-// program runs, this answers Locked. A restore may also start on a library that is missing or
-// damaged: replacing it is what a restore is for.
-int openLibrary(const QString &dataDir, bool forRestore)
+// Opens the library database the way the program does, in the directory the caller has locked
+// (while the program runs, that lock was refused). A restore may also start on a library that is
+// missing or damaged: replacing it is what a restore is for.
+int openLibrary(const QString &dataDir, const LibraryLockHold &hold, bool forRestore)
 {
+    if (!QFileInfo(dataDir).isDir())
+        return cliFail(QStringLiteral("the data directory %1 does not exist").arg(dataDir));
+    if (!hold.locked()) {
+        cliFail(QStringLiteral("the library in %1 is in use by the program; close the program first (%2)")
+                    .arg(dataDir, hold.error()));
+        return ExitInUse;
+    }
     const QString path = QDir(dataDir).filePath(QString::fromLatin1(Database::FileName));
     QString detail;
     switch (Database::open(path, &detail)) {
@@ -110,15 +117,8 @@ int backupExport(const QString &file, const CliArgs &args)
 {
     const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
     const bool toFloppies = args.has(QStringLiteral("floppy"));
-    if (!QFileInfo(dataDir).isDir())
-        return cliFail(QStringLiteral("the data directory %1 does not exist").arg(dataDir));
     LibraryLockHold hold(dataDir);
-    if (!hold.locked()) {
-        cliFail(QStringLiteral("the library in %1 is in use by the program; close the program first (%2)")
-                    .arg(dataDir, hold.error()));
-        return ExitInUse;
-    }
-    if (const int opened = openLibrary(dataDir, false); opened != ExitOk)
+    if (const int opened = openLibrary(dataDir, hold, false); opened != ExitOk)
         return opened;
     ExportRequest request;
     request.toFloppies = toFloppies;
@@ -149,15 +149,8 @@ int backupImport(const QString &file, const CliArgs &args)
     const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
     // The directory is locked before the library is looked at, so that a library that cannot be
     // opened is still replaced with nobody else at work on it.
-    if (!QFileInfo(dataDir).isDir())
-        return cliFail(QStringLiteral("the data directory %1 does not exist").arg(dataDir));
     LibraryLockHold hold(dataDir);
-    if (!hold.locked()) {
-        cliFail(QStringLiteral("the library in %1 is in use by the program; close the program first (%2)")
-                    .arg(dataDir, hold.error()));
-        return ExitInUse;
-    }
-    if (const int opened = openLibrary(dataDir, true); opened != ExitOk)
+    if (const int opened = openLibrary(dataDir, hold, true); opened != ExitOk)
         return opened;
     UnattendedMessages messages;
     ImportRequest request;
