@@ -2,7 +2,8 @@
 # Installs what Folivo needs to build, run and test on Debian 12, skipping what is already there.
 set -euo pipefail
 packages=(cmake ninja-build g++ ccache qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libsqlite3-dev
-          libgl1-mesa-dev xvfb xauth poppler-utils fonts-dejavu-core sqlite3)
+          libgl1-mesa-dev xvfb xauth poppler-utils fonts-dejavu-core sqlite3
+          qt6-translations-l10n)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -21,7 +21,7 @@ CDlgAbout::CDlgAbout(QWidget *parent) : QDialog(parent)
                    this);
     m_name = new QLineEdit(AppState::instance().settings.userName, this);
     m_name->setReadOnly(true);
-    auto *nameLabel = new QLabel(QStringLiteral("&Uživatel:"), this);
+    auto *nameLabel = new QLabel(QStringLiteral("&Uživatel"), this);
     nameLabel->setBuddy(m_name);
 
     m_picture = new QLabel(this);

@@ -20,7 +20,7 @@ bool runFirstRun(const QString &iniPath)
     // written, and a cancel leaves no empty or torn Folivo.ini behind.
     QSaveFile file(iniPath);
     if (!file.open(QIODevice::WriteOnly)) {
-        showMessage(19);
+        showMessage(Message::SettingsFileNotCreated);
         return false;
     }
     CDlgBasicSettings basic;
@@ -32,7 +32,7 @@ bool runFirstRun(const QString &iniPath)
     record.userName = install.userName();
     const QByteArray bytes = record.toBytes();
     if (file.write(bytes) != bytes.size() || !file.commit()) {
-        showMessage(19);
+        showMessage(Message::SettingsFileNotCreated);
         return false;
     }
     AppState::instance().settings = record;

@@ -58,7 +58,7 @@ CDlgIdentity::CDlgIdentity(Form form, const SettingsRecord &record, QWidget *par
 int CDlgIdentity::checkOk()
 {
     if (!checkPassword(m_record, m_password->text())) {
-        showMessage(28);
+        showMessage(Message::PasswordWrong);
         m_password->setFocus();
         m_password->selectAll();
         return 28;

@@ -2,10 +2,12 @@
 
 #include "app/appstate.h"
 #include "app/commands.h"
+#include "app/mnemonics.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMenuBar>
 #include <QScreen>
 #include <QStackedWidget>
@@ -39,12 +41,71 @@ CMainFrame::CMainFrame(QWidget *parent) : QMainWindow(parent)
     m_updateTimer->start();
     connect(qApp, &QApplication::focusChanged, this, &CMainFrame::updateCommandStates);
     updateCommandStates();
+    // A text field would keep the browsing keys for its own cursor; see eventFilter.
+    qApp->installEventFilter(this);
+}
+
+bool CMainFrame::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool keyEvent = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+    auto *widget = keyEvent ? qobject_cast<QWidget *>(watched) : nullptr;
+    if (!widget || (widget != this && !isAncestorOf(widget)))
+        return QMainWindow::eventFilter(watched, event);
+    const QKeySequence key(static_cast<QKeyEvent *>(event)->keyCombination());
+    if (event->type() == QEvent::ShortcutOverride && browsingKeyEnabled(key)) {
+        event->ignore(); // not taken by the field: the shortcut runs the command
+        return true;
+    }
+    if (const std::optional<MnemonicOwner> owner = viewMnemonic(widget, key)) {
+        // Taking the override keeps the menu bar out; the key press then comes here.
+        if (event->type() == QEvent::KeyPress)
+            activateMnemonic(*owner);
+        event->accept();
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+// While a record can be browsed to, its keys browse wherever the focus is in the frame, also
+// inside a read-only field of the browse page, which would otherwise move its cursor with them.
+bool CMainFrame::browsingKeyEnabled(const QKeySequence &key)
+{
+    for (int command : {Cmd::NavFirst, Cmd::NavLast, Cmd::NavPageForward, Cmd::NavPageBack, Cmd::NavPrevious,
+                        Cmd::NavNext}) {
+        QAction *a = action(command);
+        if (a->shortcut() == key) {
+            updateCommandStates();
+            return a->isEnabled();
+        }
+    }
+    return false;
+}
+
+// A view's letters are those of a dialog inside the frame: while the focus is in the view, Alt and
+// a letter that a control of the view shares with a menu title reaches the control, as Windows
+// gives a dialog's controls their letters before the menu's.
+std::optional<MnemonicOwner> CMainFrame::viewMnemonic(QWidget *focus, const QKeySequence &key) const
+{
+    const QKeyCombination combination = key[0];
+    if (combination.keyboardModifiers() != Qt::AltModifier)
+        return std::nullopt;
+    QWidget *view = m_stack->currentWidget();
+    if (!view || !view->isAncestorOf(focus))
+        return std::nullopt;
+    const QList<MnemonicOwner> menus = menuMnemonics(menuBar());
+    if (std::none_of(menus.begin(), menus.end(), [&](const MnemonicOwner &m) { return m.key == key; }))
+        return std::nullopt; // a letter of the view alone is Qt's business
+    for (const MnemonicOwner &owner : mnemonicOwners(view, focus))
+        if (owner.key == key)
+            return owner;
+    return std::nullopt;
 }
 
 CMainFrame::~CMainFrame()
 {
     // The views go away with the window; no focus change may reach a half-destroyed frame.
     disconnect(qApp, nullptr, this, nullptr);
+    qApp->removeEventFilter(this);
     m_updateTimer->stop();
     if (s_frame == this)
         s_frame = nullptr;
@@ -167,12 +228,20 @@ void CMainFrame::buildMenus()
     add(registers, Cmd::CategoryList, "Seznam &kategorií", "Zobrazí seznam kategorií knih");
 
     QMenu *nav = menuBar()->addMenu(QStringLiteral("Na&vigace"));
-    add(nav, Cmd::NavFirst, "Skok na &začátek", "Přejde na první záznam\nPrvní záznam");
-    add(nav, Cmd::NavLast, "Skok na &konec", "Přejde na poslední záznam\nPoslední záznam");
-    add(nav, Cmd::NavPageForward, "O &stránku vpřed", "Přejde o 40 záznamů vpřed\nPředchozí stránka");
-    add(nav, Cmd::NavPageBack, "O stránku vz&ad", "Přejde o 40 záznamů vzad\nDalší stránka");
-    add(nav, Cmd::NavPrevious, "&Předchozí záznam", "Přejde na předchozí záznam\nPředchozí záznam");
-    add(nav, Cmd::NavNext, "&Další záznam", "Přejde na další záznam\nDalší záznam");
+    // The keys of browsing: "vpřed" goes toward the first record, hence Page Up. Left and right
+    // stay with the sheet's tabs, Ctrl+Page Up/Down with the sheet's pages.
+    add(nav, Cmd::NavFirst, "Skok na &začátek", "Přejde na první záznam\nPrvní záznam",
+        QKeySequence(Qt::CTRL | Qt::Key_Home));
+    add(nav, Cmd::NavLast, "Skok na &konec", "Přejde na poslední záznam\nPoslední záznam",
+        QKeySequence(Qt::CTRL | Qt::Key_End));
+    add(nav, Cmd::NavPageForward, "O &stránku vpřed", "Přejde o 40 záznamů vpřed\nPředchozí stránka",
+        QKeySequence(Qt::Key_PageUp));
+    add(nav, Cmd::NavPageBack, "O stránku vz&ad", "Přejde o 40 záznamů vzad\nDalší stránka",
+        QKeySequence(Qt::Key_PageDown));
+    add(nav, Cmd::NavPrevious, "&Předchozí záznam", "Přejde na předchozí záznam\nPředchozí záznam",
+        QKeySequence(Qt::CTRL | Qt::Key_Up));
+    add(nav, Cmd::NavNext, "&Další záznam", "Přejde na další záznam\nDalší záznam",
+        QKeySequence(Qt::CTRL | Qt::Key_Down));
 
     QMenu *help = menuBar()->addMenu(QStringLiteral("&Nápověda"));
     add(help, Cmd::HelpIndex, "&Nápověda pro FOLIVO 2.0", "Otevře nápovědu k programu");
@@ -212,8 +281,10 @@ void CMainFrame::runCommand(int command)
     QAction *a = action(command);
     if (a && !a->isEnabled())
         return;
-    if (CFrameView *v = activeView(); v && v->runCommand(command))
+    if (CFrameView *v = activeView(); v && v->runCommand(command)) {
+        updateCommandStates(); // the next key sees where the command went (the first record, ...)
         return;
+    }
     const auto it = m_handlers.constFind(command);
     if (it != m_handlers.constEnd() && it->run)
         it->run();

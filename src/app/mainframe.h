@@ -1,12 +1,14 @@
 #pragma once
 
 #include "app/frameview.h"
+#include "app/mnemonics.h"
 #include "app/viewswitch.h"
 
 #include <QHash>
 #include <QMainWindow>
 
 #include <functional>
+#include <optional>
 
 class QAction;
 class QStackedWidget;
@@ -51,12 +53,17 @@ public:
 Q_SIGNALS:
     void viewSwitched(int target);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     struct Handler
     {
         std::function<void()> run;
         std::function<bool()> enabled;
     };
+    bool browsingKeyEnabled(const QKeySequence &key);
+    std::optional<MnemonicOwner> viewMnemonic(QWidget *focus, const QKeySequence &key) const;
     void buildMenus();
     void buildToolBar();
     QAction *makeAction(int command, const QString &text, const QString &hint,

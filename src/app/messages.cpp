@@ -1,5 +1,7 @@
 #include "app/messages.h"
 
+#include "data/dberror.h"
+
 #include <cstdio>
 
 namespace {
@@ -285,4 +287,10 @@ int catalogueNumberBeingShown()
 int showMessage(int number)
 {
     return MessageCode(quint32(number)).show();
+}
+
+int showDbError(int number, const DbError &error)
+{
+    logDbError(error);
+    return showMessage(number);
 }

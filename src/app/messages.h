@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/messagenames.h"
+
 #include <QString>
 
 #include <functional>
@@ -60,6 +62,21 @@ private:
 
 // Shorthand: MessageCode(n).show().
 int showMessage(int number);
+
+class DbError;
+// The one answer of a page or dialog to a failed database action: logs the engine's text and the
+// statement (category folivo.db) and shows the page's catalogue message.
+int showDbError(int number, const DbError &error);
+
+// The same by name.
+inline int showMessage(Message message)
+{
+    return showMessage(int(message));
+}
+inline int showDbError(Message message, const DbError &error)
+{
+    return showDbError(int(message), error);
+}
 
 // While a catalogue message is being shown: its number (several numbers share one text, so a
 // handler cannot tell them apart by the text). 0 for any other box.

@@ -3,6 +3,7 @@
 #include "data/dates.h"
 
 #include <QKeyEvent>
+#include <QMetaMethod>
 
 CRvEdit::CRvEdit(QWidget *parent) : QLineEdit(parent) {}
 
@@ -45,7 +46,10 @@ bool CRvEdit::GetAsOleDate(QDate &value) const
 
 void CRvEdit::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    // Enter belongs to the page or dialog that listens for it; where nobody does, the field acts
+    // as every other field of its window (a dialog's default button).
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
+        isSignalConnected(QMetaMethod::fromSignal(&CRvEdit::enterPressed))) {
         Q_EMIT enterPressed();
         event->accept();
         return;

@@ -80,7 +80,7 @@ CDlgInstall::CDlgInstall(QWidget *parent) : QDialog(parent)
     m_name = new QLineEdit(this);
     m_name->setMaxLength(SettingsRecord::NameBytes);
     m_name->setMinimumWidth(320);
-    auto *label = new QLabel(QStringLiteral("&Jméno:"), this);
+    auto *label = new QLabel(QStringLiteral("&Jméno"), this);
     label->setBuddy(m_name);
     auto *form = new QFormLayout;
     form->addRow(label, m_name);
@@ -128,8 +128,8 @@ SettingsChoices::SettingsChoices(QWidget *parent) : QWidget(parent)
     auto *securityLayout = new QGridLayout(m_security);
     securityLayout->addWidget(m_passwordAtStart, 0, 0, 1, 3);
     securityLayout->addWidget(m_lockAllowed, 1, 0, 1, 3);
-    connect(m_passwordAtStart, &QCheckBox::clicked, this, &SettingsChoices::securityToggled);
-    connect(m_lockAllowed, &QCheckBox::clicked, this, &SettingsChoices::securityToggled);
+    connect(m_passwordAtStart, &QCheckBox::toggled, this, &SettingsChoices::securityToggled);
+    connect(m_lockAllowed, &QCheckBox::toggled, this, &SettingsChoices::securityToggled);
 
     auto *lengthBox = new QGroupBox(QStringLiteral("&Délka výpůjčky"), this);
     m_loanLength = new QButtonGroup(this);
@@ -436,7 +436,7 @@ int CDlgProgramSettings::applyOk()
     m_choices->storeInto(r, days);
     AppState &app = AppState::instance();
     if (!r.write(app.iniPath)) {
-        showMessage(27);
+        showMessage(Message::SettingsNotSaved);
         QDialog::reject();
         return 27;
     }

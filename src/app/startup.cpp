@@ -37,7 +37,7 @@ CMainFrame *startProgram(const StartupOptions &options, int *exitCode)
     *exitCode = 1;
     QDir().mkpath(options.dataDir);
     if (!QDir::setCurrent(options.dataDir)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         return nullptr;
     }
     app.dataDir = QDir::currentPath();
@@ -58,7 +58,7 @@ CMainFrame *startProgram(const StartupOptions &options, int *exitCode)
     QString detail;
     if (Database::open(QString::fromLatin1(Database::FileName), &detail) != Database::OpenResult::Ok) {
         qWarning("%s", qUtf8Printable(detail));
-        showMessage(2);
+        showMessage(Message::FatalError);
         return nullptr;
     }
     // A restore that a crash cut off was finished or undone on opening: the user hears it once.

@@ -235,7 +235,7 @@ CopyResult WriteBackupVolume(QFileDevice &volume, QIODevice &source, const Backu
 {
     const QByteArray head = header.toBytes();
     if (!writeAll(volume, head.constData(), head.size())) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     }
     const qint64 length = header.dataLength;
@@ -244,11 +244,11 @@ CopyResult WriteBackupVolume(QFileDevice &volume, QIODevice &source, const Backu
     while (*copied < length && inVolume < maxData) {
         const qint64 want = std::min({Backup::BlockSize, length - *copied, maxData - inVolume});
         if (readFully(source, block.data(), want) != want) {
-            showMessage(2);
+            showMessage(Message::FatalError);
             return CopyResult::Failed;
         }
         if (!writeAll(volume, block.constData(), want) || !volume.flush()) {
-            showMessage(101);
+            showMessage(Message::BackupNotWritten);
             return CopyResult::Failed;
         }
         *copied += want;
@@ -260,7 +260,7 @@ CopyResult WriteBackupVolume(QFileDevice &volume, QIODevice &source, const Backu
             return CopyResult::Quit;
     }
     if (!writeEndMark(volume)) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     }
     return CopyResult::Done;
@@ -273,7 +273,7 @@ namespace {
 bool headerFor(QIODevice &database, const BackupStamp &stamp, quint32 volumeCount, BackupHeader *header)
 {
     if (!database.isOpen() || database.size() > qint64(0xFFFFFFFFu) || !database.seek(0)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         return false;
     }
     header->dataLength = quint32(database.size());
@@ -310,7 +310,7 @@ CopyResult exportToFile(QIODevice &database, SafeFile::Writer &backup, const Bac
     CopyResult result =
         WriteBackupVolume(*backup.device(), database, header, qint64(header.dataLength), &copied, callbacks);
     if (result == CopyResult::Done && !writeEndMark(*backup.device())) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         result = CopyResult::Failed;
     }
     if (result == CopyResult::Done)
@@ -351,7 +351,7 @@ CopyResult exportToFloppies(QIODevice &database, const QString &floppyDir, SafeF
                                                          SafeFile::Durability::Durable);
         if (const SafeFile::Result opened = volume->open(); !opened.ok()) {
             qWarning("backup: %s", qUtf8Printable(opened.describe()));
-            showMessage(99);
+            showMessage(Message::BackupNotOpened);
             result = CopyResult::Failed;
             break;
         }
@@ -362,7 +362,7 @@ CopyResult exportToFloppies(QIODevice &database, const QString &floppyDir, SafeF
                                    callbacks);
     }
     if (result == CopyResult::Done && !writeEndMark(*current->device())) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         result = CopyResult::Failed;
     }
     if (result == CopyResult::Done)
@@ -377,12 +377,12 @@ CopyResult ReadBackup(const QString &sourceName, QFileDevice &temporary, const B
 {
     QFile first(sourceName);
     if (!first.open(QIODevice::ReadOnly)) {
-        showMessage(99);
+        showMessage(Message::BackupNotOpened);
         return CopyResult::Failed;
     }
     BackupHeader header;
     if (!readHeader(first, &header) || header.volumeIndex != 0 || header.formatMark != Backup::FormatMark) {
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         return CopyResult::Failed;
     }
     const qint64 length = header.dataLength;
@@ -397,17 +397,17 @@ CopyResult ReadBackup(const QString &sourceName, QFileDevice &temporary, const B
     case VolumeRead::Done:
         break;
     case VolumeRead::Short:
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         return CopyResult::Failed;
     case VolumeRead::WriteFailed:
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     case VolumeRead::Quit:
         return CopyResult::Quit;
     }
     // The second end mark of a last volume is never read.
     if (!endMarkFollows(first)) {
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         return CopyResult::Failed;
     }
     first.close();
@@ -424,32 +424,32 @@ CopyResult ReadBackup(const QString &sourceName, QFileDevice &temporary, const B
             }
             QFile volume(name);
             if (!volume.open(QIODevice::ReadOnly)) {
-                showMessage(99);
+                showMessage(Message::BackupNotOpened);
                 continue;
             }
             BackupHeader next;
             if (!readHeader(volume, &next) || next.volumeIndex != k - 1 || next.tag != tag) {
-                showMessage(102);
+                showMessage(Message::BackupNotFolivo);
                 continue;
             }
             // A volume that breaks off or ends wrongly is asked for again; what it already gave
             // stays in the temporary file, which is not rewound.
             const VolumeRead read = copyVolumeData(volume, temporary, amount, before, length, callbacks);
             if (read == VolumeRead::WriteFailed) {
-                showMessage(101);
+                showMessage(Message::BackupNotWritten);
                 return CopyResult::Failed;
             }
             if (read == VolumeRead::Quit)
                 return CopyResult::Quit;
             if (read == VolumeRead::Short || !endMarkFollows(volume)) {
-                showMessage(102);
+                showMessage(Message::BackupNotFolivo);
                 continue;
             }
             break;
         }
     }
     if (!temporary.flush()) {
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return CopyResult::Failed;
     }
     return CopyResult::Done;

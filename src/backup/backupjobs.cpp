@@ -58,7 +58,7 @@ BackupOutcome finishExport(CopyResult result, const QString &dataDir, const Back
         callbacks.progress(0, QString());
     setBusy(callbacks, false);
     if (!Database::isOpen() && !reopen(dataDir)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     switch (result) {
@@ -80,7 +80,7 @@ bool openBackupFile(SafeFile::Writer &writer)
     if (r.ok())
         return true;
     qWarning("backup: %s", qUtf8Printable(r.describe()));
-    showMessage(99);
+    showMessage(Message::BackupNotOpened);
     return false;
 }
 
@@ -91,7 +91,7 @@ CopyResult copyLibrary(const ExportRequest &request, SafeFile::Writer &target,
     LiveImage image;
     if (!image.open(QIODevice::ReadOnly)) {
         qWarning("backup: %s", qUtf8Printable(image.errorString()));
-        showMessage(2);
+        showMessage(Message::FatalError);
         target.cancel();
         return CopyResult::Failed;
     }
@@ -115,15 +115,15 @@ BackupOutcome swapDatabase(const QString &dataDir, const QString &image)
     if (!LibraryFiles::replaceLibrary(dataDir, image, &detail)) {
         qWarning("backup import: %s", qUtf8Printable(detail));
         QFile::remove(image);
-        showMessage(104);
+        showMessage(Message::BackupNotReplaced);
         if (reopen(dataDir))
             return BackupOutcome::Failed;
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     // The reopen runs the start-up check on the new library and clears Temp/.
     if (!reopen(dataDir)) {
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     RvMessageBox(QString(), QString::fromUtf8("Data byly úspěšně obnoveny ze zálohy!"),
@@ -158,7 +158,7 @@ BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &cal
 
     const QString name = request.fileName.trimmed();
     if (name.isEmpty()) {
-        showMessage(98);
+        showMessage(Message::BackupNameMissing);
         return BackupOutcome::Stayed;
     }
     if (QFileInfo::exists(name) &&
@@ -181,7 +181,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
 {
     const QString name = request.fileName.trimmed();
     if (name.isEmpty()) {
-        showMessage(98);
+        showMessage(Message::BackupNameMissing);
         return BackupOutcome::Stayed;
     }
     if (RvMessageBox(QString(),
@@ -192,7 +192,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     LibraryLockHold hold(request.dataDir);
     if (!hold.locked()) {
         qWarning("backup import: %s", qUtf8Printable(hold.error()));
-        showMessage(2);
+        showMessage(Message::FatalError);
         return BackupOutcome::Stayed;
     }
     QDir(request.dataDir).mkdir(QStringLiteral("Temp"));
@@ -203,7 +203,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     if (!temporary.open(QIODevice::WriteOnly)) {
         qWarning("backup import: cannot write %s: %s", qUtf8Printable(restored),
                  qUtf8Printable(temporary.errorString()));
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         return BackupOutcome::Stayed;
     }
     setBusy(callbacks, true);
@@ -213,7 +213,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     if (sameFile(name, live) || sameFile(name, restored) ||
         sameFile(name, previousImagePath(request.dataDir))) {
         discard(temporary);
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         setBusy(callbacks, false);
         return BackupOutcome::Failed;
     }
@@ -222,7 +222,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     if (read == CopyResult::Done && (!SafeFile::syncFile(temporary.handle()) || !temporary.commit())) {
         qWarning("backup import: cannot write %s: %s", qUtf8Printable(restored),
                  qUtf8Printable(temporary.errorString()));
-        showMessage(101);
+        showMessage(Message::BackupNotWritten);
         setBusy(callbacks, false);
         return BackupOutcome::Failed;
     }
@@ -235,7 +235,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     if (!isSoundDatabaseImage(restored, length, &why, request.acceptRecordFindings)) {
         qWarning("backup import: %s", qUtf8Printable(why));
         QFile::remove(restored);
-        showMessage(102);
+        showMessage(Message::BackupNotFolivo);
         setBusy(callbacks, false);
         return BackupOutcome::Failed;
     }

@@ -1,11 +1,13 @@
 #include "catalogue/bookdialogs.h"
 
+#include "app/columnfit.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookform.h"
 #include "catalogue/bookmodels.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
+#include "data/labels.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -97,13 +99,13 @@ bool CGoToBookDialog::tryAccept()
 {
     const QString code = m_code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(82);
+        showMessage(Message::BrowseCodeMissing);
         m_code->clear();
         m_code->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_code->setFocus();
         return false;
     }
@@ -111,12 +113,12 @@ bool CGoToBookDialog::tryAccept()
     try {
         WaitCursor wait;
         id = bookInUseId(code);
-    } catch (const DbError &) {
-        showMessage(79);
+    } catch (const DbError &e) {
+        showDbError(Message::BrowseDbError, e);
         return false;
     }
     if (id == -1) {
-        showMessage(81);
+        showMessage(Message::BrowseBookNotFound);
         m_code->clear();
         m_code->setFocus();
         return false;
@@ -164,16 +166,20 @@ CBookPickerDialog::CBookPickerDialog(const QString &heading, const QString &jetS
     try {
         WaitCursor wait;
         rows = pickerRows(jetSql);
-    } catch (const DbError &) {
-        showMessage(34);
+    } catch (const DbError &e) {
+        showDbError(Message::BookDbError, e);
         return;
     } catch (const std::bad_alloc &) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return;
     }
     m_model = new BookPickerModel(std::move(rows), this);
     m_view->setModel(m_model);
-    m_view->setColumnWidth(BookPickerModel::Code, 62);
+    m_view->setColumnWidth(
+        BookPickerModel::Code,
+        qMax(62,
+             fittingColumnWidth(m_view, m_model->headerData(BookPickerModel::Code, Qt::Horizontal).toString(),
+                                longestCodeSample())));
     m_view->setColumnWidth(BookPickerModel::Title, 200);
     m_view->setColumnWidth(BookPickerModel::Author, 200);
     m_view->horizontalHeader()->setStretchLastSection(true);
@@ -248,14 +254,14 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
         return l;
     };
     sg->addWidget(m_lent, 0, 0);
-    sg->addWidget(buddy(QStringLiteral("D&ne"), m_lentOn), 0, 1);
+    sg->addWidget(buddy(QStringLiteral("Dne"), m_lentOn), 0, 1);
     sg->addWidget(m_lentOn, 0, 2);
-    sg->addWidget(buddy(QStringLiteral("Vrátit &do"), m_returnBy), 0, 3);
+    sg->addWidget(buddy(QStringLiteral("Vrátit do"), m_returnBy), 0, 3);
     sg->addWidget(m_returnBy, 0, 4);
-    sg->addWidget(buddy(QStringLiteral("Kl&ient"), m_client), 0, 5);
+    sg->addWidget(buddy(QStringLiteral("Klient"), m_client), 0, 5);
     sg->addWidget(m_client, 0, 6);
     sg->addWidget(m_discarded, 1, 0);
-    sg->addWidget(buddy(QStringLiteral("Dn&e"), m_discardedOn), 1, 1);
+    sg->addWidget(buddy(QStringLiteral("Dne"), m_discardedOn), 1, 1);
     sg->addWidget(m_discardedOn, 1, 2);
     sg->setColumnStretch(6, 1);
     for (CRvEdit *e : {m_lentOn, m_returnBy, m_discardedOn})
@@ -263,7 +269,7 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
 
     m_history = makeList(this);
     m_history->setObjectName(QStringLiteral("history"));
-    auto *historyLabel = new QLabel(QStringLiteral("&Historie výpůjček knihy"), this);
+    auto *historyLabel = new QLabel(QStringLiteral("Historie výpůjček knihy"), this);
     historyLabel->setBuddy(m_history);
 
     auto *layout = new QVBoxLayout(this);
@@ -281,7 +287,8 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     try {
         WaitCursor wait;
         d = readBookDetails(bookId);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         d.message = 34;
     }
     if (d.message != 0) {
@@ -302,11 +309,15 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     }
     m_historyModel = new LoanHistoryModel(d.history, this);
     m_history->setModel(m_historyModel);
+    // The client's code and the dates get room for their longest values, every column for its header.
     const int widths[LoanHistoryModel::ColumnCount] = {75, 75, 141, 75, 75, 75};
+    const QString samples[LoanHistoryModel::ColumnCount] = {
+        longestCodeSample(), QString(), QString(), widestDateSample(), widestDateSample(), QString()};
     for (int c = 0; c < LoanHistoryModel::ColumnCount; ++c)
-        m_history->setColumnWidth(c, widths[c]);
-    for (int c = 0; c < LoanHistoryModel::ColumnCount; ++c)
-        m_history->setColumnWidth(c, qMax(widths[c], m_history->horizontalHeader()->sectionSizeHint(c)));
+        m_history->setColumnWidth(
+            c, qMax(widths[c],
+                    fittingColumnWidth(m_history, m_historyModel->headerData(c, Qt::Horizontal).toString(),
+                                       samples[c])));
     m_history->horizontalHeader()->setStretchLastSection(true);
     sortAscendingOnClick(m_history);
     m_history->setMinimumHeight(120);

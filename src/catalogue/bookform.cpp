@@ -5,7 +5,7 @@
 #include "app/rvedit.h"
 #include "catalogue/bookmodels.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -316,13 +316,14 @@ bool BookForm::fillCategories()
     bool ok = true;
     try {
         items = visibleCategories();
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         ok = false;
     }
     QApplication::restoreOverrideCursor();
     category->clear();
     if (!ok) {
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
         return false;
     }
     std::stable_sort(items.begin(), items.end(), [](const CategoryItem &a, const CategoryItem &b) {
@@ -375,7 +376,7 @@ void BookForm::removeKeywords()
     for (const QModelIndex &i : keywordView->selectionModel()->selectedRows())
         rows << i.row();
     if (rows.isEmpty()) {
-        showMessage(30);
+        showMessage(Message::KeywordNotChosen);
         return;
     }
     keywordModel->removeRows(rows);

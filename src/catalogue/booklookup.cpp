@@ -25,6 +25,21 @@ qint32 bookInUseId(const QString &code)
     return row ? row->id : -1;
 }
 
+QString bookListStatement(BookList list)
+{
+    switch (list) {
+    case BookList::Lendable:
+        return QString::fromLatin1(Stmt::PickLendable);
+    case BookList::Lent:
+        return QString::fromLatin1(Stmt::PickLent);
+    case BookList::NotDiscarded:
+        return QString::fromLatin1(Stmt::PickNotDiscarded);
+    case BookList::Discarded:
+        return QString::fromLatin1(Stmt::PickDiscarded);
+    }
+    return QString::fromLatin1(Stmt::PickNotDiscarded);
+}
+
 QList<PickerRow> pickerRows(const QString &jetSql)
 {
     // Stepped on the engine with only the four columns the list shows: a picker over the whole

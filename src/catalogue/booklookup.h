@@ -23,6 +23,17 @@ struct PickerRow
     QString author;
     qint32 id = -1;
 };
+// The book lists a picker offers.
+enum class BookList
+{
+    Lendable,     // in use and not lent, for loans and discards
+    Lent,         // in use and lent, for returns
+    NotDiscarded, // every book in use, for corrections
+    Discarded     // for putting a book back into the stock
+};
+// The statement of a book list, for the picker dialog.
+QString bookListStatement(BookList list);
+
 // The rows of a picker statement (SELECT * FROM KNIHY ...), in the reverse of its order.
 // Throws DbError.
 QList<PickerRow> pickerRows(const QString &jetSql);

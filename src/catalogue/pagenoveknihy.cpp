@@ -1,7 +1,5 @@
 #include "catalogue/pagenoveknihy.h"
 
-#include "data/recordsets.h"
-
 #include "app/appstate.h"
 #include "app/commands.h"
 #include "app/mainframe.h"
@@ -9,7 +7,8 @@
 #include "app/rvedit.h"
 #include "catalogue/bookform.h"
 #include "catalogue/bookmodels.h"
-#include "data/database.h"
+#include "data/categories.h"
+#include "data/dberror.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -89,8 +88,8 @@ bool CPageNoveknihy::categoryAdded(qint32 id, const QString &name)
 
 bool CPageNoveknihy::categoryAdded(const QString &name)
 {
-    const qint32 id = CSetKategorie::findByName(name);
-    return id >= 0 && categoryAdded(id, name);
+    const std::optional<qint32> id = visibleCategoryId(name);
+    return id && categoryAdded(*id, name);
 }
 
 bool CPageNoveknihy::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
@@ -122,8 +121,8 @@ void CPageNoveknihy::proposeAccession()
 {
     try {
         m_form->accession->setText(QString::asprintf("%d", suggestedAccession()));
-    } catch (const DbError &) {
-        showMessage(31);
+    } catch (const DbError &e) {
+        showDbError(Message::AccessionNotGenerated, e);
     }
 }
 
@@ -150,9 +149,10 @@ bool CPageNoveknihy::save()
     QApplication::setOverrideCursor(Qt::WaitCursor);
     try {
         addBook(e);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         QApplication::restoreOverrideCursor();
-        showMessage(34);
+        showMessage(Message::BookDbError);
         m_form->code->setFocus();
         return false;
     }

@@ -1,16 +1,15 @@
 #include "catalogue/pageopravy.h"
 
-#include "data/recordsets.h"
-
 #include "app/appstate.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
 #include "catalogue/bookform.h"
+#include "catalogue/booklookup.h"
 #include "catalogue/bookmodels.h"
+#include "data/categories.h"
 #include "data/checks.h"
-#include "data/database.h"
-#include "data/statements.h"
+#include "data/dberror.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -124,12 +123,12 @@ bool CPageOpravy::load()
 {
     const QString code = m_form->code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(40);
+        showMessage(Message::BookCodeMissing);
         m_form->code->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_form->code->setFocus();
         return false;
     }
@@ -140,19 +139,19 @@ bool CPageOpravy::load()
         row = findBookInUse(code);
         if (row)
             category = categoryName(row->category);
-    } catch (const DbError &) {
-        showMessage(42);
+    } catch (const DbError &e) {
+        showDbError(Message::BookCorrectionDbError, e);
         clearPage(false);
         return false;
     }
     if (!row) {
-        showMessage(41);
+        showMessage(Message::BookNotFound);
         m_form->code->setFocus();
         return false;
     }
     const int comboIndex = category ? m_form->category->findText(*category, Qt::MatchStartsWith) : -1;
     if (comboIndex < 0) {
-        showMessage(43);
+        showMessage(Message::BookCorrectionIntegrity);
         clearPage(false);
         return false;
     }
@@ -173,7 +172,7 @@ void CPageOpravy::pick()
 {
     const std::optional<PickedBook> chosen =
         pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné opravovat."),
-                 QString::fromLatin1(Stmt::PickNotDiscarded));
+                 bookListStatement(BookList::NotDiscarded));
     if (!chosen)
         return;
     m_form->code->setText(chosen->code);
@@ -204,13 +203,14 @@ bool CPageOpravy::correct()
     try {
         WaitCursor wait;
         if (!correctBook(m_bookId, e)) {
-            showMessage(42);
+            showMessage(Message::BookCorrectionDbError);
             clearPage(false);
             return false;
         }
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         // Rolled back: the page keeps the book and what was typed.
-        showMessage(42);
+        showMessage(Message::BookCorrectionDbError);
         return false;
     }
     InputHistory &h = AppState::instance().history;
@@ -251,12 +251,12 @@ bool CPageOpravy::remove()
     try {
         WaitCursor wait;
         if (!deleteBook(m_bookId)) {
-            showMessage(42);
+            showMessage(Message::BookCorrectionDbError);
             clearPage(false);
             return false;
         }
-    } catch (const DbError &) {
-        showMessage(42);
+    } catch (const DbError &e) {
+        showDbError(Message::BookCorrectionDbError, e);
         return false;
     }
     clearPage(false);
@@ -279,13 +279,13 @@ void CPageOpravy::categoriesChanged()
         row = findBookById(m_bookId);
         if (row)
             name = categoryName(row->category);
-    } catch (const DbError &) {
-        showMessage(42);
+    } catch (const DbError &e) {
+        showDbError(Message::BookCorrectionDbError, e);
         return;
     }
     const int index = name ? m_form->category->findText(*name, Qt::MatchStartsWith) : -1;
     if (!row || index < 0) {
-        showMessage(43);
+        showMessage(Message::BookCorrectionIntegrity);
         clearPage(false);
         return;
     }
@@ -296,8 +296,8 @@ void CPageOpravy::categoriesChanged()
 
 bool CPageOpravy::categoryAdded(const QString &name)
 {
-    const qint32 id = CSetKategorie::findByName(name);
-    return id >= 0 && categoryAdded(id, name);
+    const std::optional<qint32> id = visibleCategoryId(name);
+    return id && categoryAdded(*id, name);
 }
 
 bool CPageOpravy::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)

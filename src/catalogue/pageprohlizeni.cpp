@@ -6,7 +6,7 @@
 #include "catalogue/bookdialogs.h"
 #include "catalogue/bookform.h"
 #include "catalogue/booklookup.h"
-#include "data/database.h"
+#include "data/dberror.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -48,9 +48,10 @@ void CPageProhlizeni::onActivate()
     try {
         m_order = browseOrder();
         m_open = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_open = false;
-        showMessage(79);
+        showMessage(Message::BrowseDbError);
         return;
     }
     if (m_order.empty()) {
@@ -83,12 +84,12 @@ void CPageProhlizeni::showRow(int row)
             if (book->client != -1)
                 client = clientLabel(book->client);
         }
-    } catch (const DbError &) {
-        showMessage(79);
+    } catch (const DbError &e) {
+        showDbError(Message::BrowseDbError, e);
         return;
     }
     if (!book || !category || (book->client != -1 && !client)) {
-        showMessage(80);
+        showMessage(Message::BrowseIntegrity);
         clearPage();
         m_form->code->setFocus();
         return;
@@ -176,7 +177,7 @@ bool CPageProhlizeni::showBook(qint32 bookId)
 {
     const auto it = std::find(m_order.begin(), m_order.end(), bookId);
     if (!m_open || it == m_order.end()) {
-        showMessage(79);
+        showMessage(Message::BrowseDbError);
         return false;
     }
     showRow(int(it - m_order.begin()));

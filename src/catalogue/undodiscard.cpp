@@ -5,11 +5,11 @@
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
+#include "catalogue/booklookup.h"
 #include "circulation/circulationcore.h"
 #include "data/checks.h"
 #include "data/dates.h"
-#include "data/recordsets.h"
-#include "data/statements.h"
+#include "data/dberror.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -65,12 +65,12 @@ CUndoDiscardDialog::CUndoDiscardDialog(QWidget *parent) : QDialog(parent)
     m_categories->setObjectName(QStringLiteral("categories"));
 
     auto *form = new QFormLayout;
-    form->addRow(QStringLiteral("&Kód knihy"), codeRow);
+    form->addRow(QStringLiteral("Kód knihy"), codeRow);
     form->addRow(QStringLiteral("Název"), m_title);
     form->addRow(QStringLiteral("Autor"), m_author);
     form->addRow(QStringLiteral("Pořízeno dne"), m_acquired);
     form->addRow(QStringLiteral("Vyřazeno dne"), m_discarded);
-    form->addRow(QStringLiteral("K&ategorie"), m_categories);
+    form->addRow(QStringLiteral("Kategorie"), m_categories);
     if (auto *l = qobject_cast<QLabel *>(form->labelForField(codeRow)))
         l->setBuddy(m_code);
 
@@ -104,8 +104,8 @@ bool CUndoDiscardDialog::prepare()
     try {
         for (const CategoryItem &c : visibleCategories())
             m_categories->addItem(c.name, c.id);
-    } catch (const DbError &) {
-        showMessage(123);
+    } catch (const DbError &e) {
+        showDbError(Message::RestoreDbError, e);
         return false;
     }
     reset();
@@ -136,33 +136,33 @@ void CUndoDiscardDialog::lookUp()
         return; // the search is locked while a book is shown
     const QString code = m_code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(121);
+        showMessage(Message::RestoreCodeMissing);
         m_code->setFocus();
         return;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_code->setFocus();
         return;
     }
     QApplication::setOverrideCursor(Qt::WaitCursor);
     try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyDiscardedByKod, qUtf8Printable(code)));
+        const std::optional<BookRow> book = discardedBookByCode(code);
         QApplication::restoreOverrideCursor();
-        if (book.isEOF()) {
-            showMessage(122);
+        if (!book) {
+            showMessage(Message::DiscardedBookNotFound);
             m_code->setFocus();
             return;
         }
-        m_title->setText(book.m_NAZEV);
-        m_author->setText(book.m_AUTOR);
-        m_acquired->setText(dateText(book.m_DATUM_PORIZENI));
-        m_discarded->setText(dateText(book.m_DATUM_VYRAZENI));
-        m_bookId = book.m_ID_KNIHY_KNIHY;
-    } catch (const DbError &) {
+        m_title->setText(book->title);
+        m_author->setText(book->author);
+        m_acquired->setText(dateText(book->acquired));
+        m_discarded->setText(dateText(book->discardedOn));
+        m_bookId = book->id;
+    } catch (const DbError &e) {
+        logDbError(e);
         QApplication::restoreOverrideCursor();
-        showMessage(123);
+        showMessage(Message::RestoreDbError);
         return;
     }
     // The former category is not proposed: the librarian chooses where the book goes.
@@ -177,7 +177,7 @@ void CUndoDiscardDialog::lookUp()
 void CUndoDiscardDialog::pickBook()
 {
     const auto picked = ::pickBook(this, QStringLiteral("Vyberte knihu ze seznamu vyřazených knih."),
-                                   QString::fromUtf8(Stmt::PickDiscarded));
+                                   bookListStatement(BookList::Discarded));
     if (!picked)
         return;
     m_code->setText(picked->code);
@@ -187,18 +187,18 @@ void CUndoDiscardDialog::pickBook()
 void CUndoDiscardDialog::restore()
 {
     if (m_bookId == -1) {
-        showMessage(121);
+        showMessage(Message::RestoreCodeMissing);
         m_code->setFocus();
         return;
     }
     if (m_categories->currentIndex() < 0) {
-        showMessage(124);
+        showMessage(Message::BookCategoryNotChosen);
         return;
     }
     try {
         restoreBook(m_bookId, m_categories->currentData().toInt());
-    } catch (const DbError &) {
-        showMessage(123);
+    } catch (const DbError &e) {
+        showDbError(Message::RestoreDbError, e);
         reject();
         return;
     }

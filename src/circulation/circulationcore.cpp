@@ -11,7 +11,7 @@ template <typename Set> void openExisting(Set &set, const QString &sql, const ch
 {
     set.open(sql);
     if (set.isEOF())
-        throw DbError(QStringLiteral("%1 not found: %2").arg(QLatin1String(what), sql));
+        throw DbError(QStringLiteral("%1 not found").arg(QLatin1String(what)), sql);
 }
 
 } // namespace
@@ -118,4 +118,83 @@ void restoreBook(qint32 bookId, qint32 categoryId)
     book.m_ID_KATEGORIE_KNIHY = categoryId;
     book.update();
     tx.commit();
+}
+
+std::optional<BookInUse> bookInUseByCode(const QString &code)
+{
+    std::optional<BookRow> book = findBookInUse(code);
+    if (!book)
+        return std::nullopt;
+    BookInUse found{*book, std::nullopt};
+    CSetKategorie category;
+    category.open(QString::asprintf(Stmt::KategorieById, book->category));
+    if (!category.isEOF())
+        found.category = category.m_NAZEV;
+    return found;
+}
+
+std::optional<CategoryItem> currentBookCategory(qint32 bookId)
+{
+    if (bookId == -1)
+        return std::nullopt;
+    CSetKnihy book;
+    book.open(QString::asprintf(Stmt::KnihyById, bookId));
+    if (book.isEOF())
+        return std::nullopt;
+    CSetKategorie category;
+    category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
+    if (category.isEOF())
+        return std::nullopt;
+    return CategoryItem{book.m_ID_KATEGORIE_KNIHY, category.m_NAZEV};
+}
+
+std::optional<BookRow> discardedBookByCode(const QString &code)
+{
+    CSetKnihy book;
+    book.open(QString::asprintf(Stmt::KnihyDiscardedByKod, qUtf8Printable(code)));
+    if (book.isEOF())
+        return std::nullopt;
+    return BookRow::fromSet(book);
+}
+
+namespace {
+
+std::optional<ClientName> readClient(const QString &jetSql)
+{
+    CSetLide lide;
+    lide.open(jetSql);
+    if (lide.isEOF())
+        return std::nullopt;
+    return ClientName{lide.m_ID_LIDE_LIDE, lide.m_KOD, lide.m_PRIJMENI, lide.m_JMENO};
+}
+
+} // namespace
+
+std::optional<ClientName> clientInUseByCode(const QString &code)
+{
+    return readClient(QString::asprintf(Stmt::LideByKodVisible, qUtf8Printable(code)));
+}
+
+std::optional<ClientName> clientWithCode(const QString &code)
+{
+    return readClient(QString::asprintf(Stmt::LideByKod, qUtf8Printable(code)));
+}
+
+std::optional<ClientName> clientWithId(qint32 clientId)
+{
+    return readClient(QString::asprintf(Stmt::LideById, clientId));
+}
+
+bool clientStillInUse(qint32 clientId)
+{
+    return readClient(QString::asprintf(Stmt::LideByIdVisible, clientId)).has_value();
+}
+
+std::optional<LoanTerms> loanTerms(qint32 loanNumber, qint32 bookId)
+{
+    CSetVypujcky loan;
+    loan.open(QString::asprintf(Stmt::VypujckyRow, loanNumber, bookId));
+    if (loan.isEOF())
+        return std::nullopt;
+    return LoanTerms{loan.m_DATUM_PUJCKY, loan.m_DATUM_MAX, loan.m_OMEZOVAT};
 }

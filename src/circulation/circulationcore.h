@@ -1,10 +1,13 @@
 #pragma once
 
+#include "catalogue/bookcore.h"
+#include "data/categories.h"
 #include "data/dates.h"
 
 #include <QList>
 
 #include <functional>
+#include <optional>
 
 // The writes of the circulation pages and of the undo-discard dialog. Each runs its own
 // transaction and throws DbError when the database fails; nothing of a failed action stays
@@ -49,3 +52,50 @@ bool discardBook(qint32 bookId, DateNumber discardDate);
 // Puts a discarded book back into the stock under the category: clears VYRAZENO and
 // DATUM_VYRAZENI, leaves every other column as it was. A missing book throws DbError.
 void restoreBook(qint32 bookId, qint32 categoryId);
+
+// ---- What the circulation pages and the undo-discard dialog read ----
+// Each lookup throws DbError when the database fails; an absent row is nullopt.
+
+// A book in use (not discarded) found by its code, with the name of its category; category is
+// nullopt when the book's category row is missing.
+struct BookInUse
+{
+    BookRow book;
+    std::optional<QString> category;
+};
+std::optional<BookInUse> bookInUseByCode(const QString &code);
+
+// The book's category as it stands now, after books were moved or categories renamed; nullopt
+// when the book or its category is gone.
+std::optional<CategoryItem> currentBookCategory(qint32 bookId);
+
+// A discarded book by its code.
+std::optional<BookRow> discardedBookByCode(const QString &code);
+
+// A client as the loans and returns pages show it.
+struct ClientName
+{
+    qint32 id = -1;
+    QString code;
+    QString surname;
+    QString firstName;
+    QString fullName() const { return surname + QLatin1Char(' ') + firstName; } // "PRIJMENI JMENO"
+};
+// The client in use (not removed) with this code.
+std::optional<ClientName> clientInUseByCode(const QString &code);
+// The client with this code, removed ones too (a client chosen in the picker).
+std::optional<ClientName> clientWithCode(const QString &code);
+// The client by identifier, removed ones too (the holder of a book).
+std::optional<ClientName> clientWithId(qint32 clientId);
+// Whether the client is still in use.
+bool clientStillInUse(qint32 clientId);
+
+// What the open loan row of a book says.
+struct LoanTerms
+{
+    DateNumber loanDate = NoDate;
+    DateNumber due = NoDate;
+    bool limited = false;
+};
+// The loan row of the book under the loan number.
+std::optional<LoanTerms> loanTerms(qint32 loanNumber, qint32 bookId);

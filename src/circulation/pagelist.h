@@ -1,9 +1,11 @@
 #pragma once
 
+#include "app/columnfit.h"
 #include "app/cp1250.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
+#include "data/labels.h"
 
 #include <QAbstractTableModel>
 #include <QApplication>
@@ -28,6 +30,7 @@ template <typename Item> struct PreparedColumn
     std::function<QString(const Item &)> text;
     std::function<QVariant(const Item &)> key;
     Qt::Alignment alignment = Qt::AlignLeft | Qt::AlignVCenter;
+    QString sample = {}; // the longest value the column normally shows; it gets room for it
 };
 
 // The list of books prepared on a page: it owns one record per row. New rows go to the top;
@@ -79,6 +82,7 @@ public:
     qsizetype size() const { return m_items.size(); }
     bool isEmpty() const { return m_items.isEmpty(); }
     int columnWidth(int column) const { return m_columns.at(column).width; }
+    QString columnSample(int column) const { return m_columns.at(column).sample; }
 
     void insertTop(const Item &item)
     {
@@ -160,8 +164,13 @@ template <typename Item> QTableView *makePreparedListView(CPreparedList<Item> *m
     view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
     view->horizontalHeader()->setSectionsClickable(true);
     view->horizontalHeader()->setHighlightSections(false);
-    for (int c = 0; c < model->columnCount(); ++c)
-        view->setColumnWidth(c, model->columnWidth(c));
+    for (int c = 0; c < model->columnCount(); ++c) {
+        const QString sample = model->columnSample(c);
+        const QString header = model->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString();
+        view->setColumnWidth(
+            c, sample.isEmpty() ? model->columnWidth(c)
+                                : std::max(model->columnWidth(c), fittingColumnWidth(view, header, sample)));
+    }
     // The title takes what the page gives beyond the columns' own widths.
     view->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
     QObject::connect(view->horizontalHeader(), &QHeaderView::sectionClicked, model,
@@ -224,30 +233,71 @@ inline void fitWidth(QLineEdit *edit, const QString &longest = QStringLiteral("3
     edit->setFixedWidth(edit->fontMetrics().horizontalAdvance(longest) + 24);
 }
 
-#include "data/recordsets.h"
-#include "data/statements.h"
+#include "catalogue/booklookup.h"
+#include "circulation/circulationcore.h"
+#include "data/checks.h"
+#include "data/dberror.h"
 
-// The book's category as it stands now, after books were moved or categories renamed: true and
-// the category's id and name, or false when the book or its category is gone or the database
-// failed (the page then keeps what it shows).
-inline bool readBookCategory(qint32 bookId, qint32 *categoryId, QString *name)
+// The book code typed on a circulation page, looked up: the empty code and a missing book or
+// category are refused with the page's messages (refuse shows the message, clears and moves the
+// focus), forbidden characters with 119 and the focus back on the code. found gets the trimmed
+// code and the book; a database failure there or in the lookup is refused with dbError.
+struct BookCodeMessages
 {
-    if (bookId == -1)
-        return false;
+    int empty;
+    int notFound;
+    int noCategory;
+    int dbError;
+};
+
+template <typename Refuse, typename Found>
+void lookUpBookCode(CRvEdit *codeEdit, const BookCodeMessages &messages, Refuse refuse, Found found)
+{
+    const QString code = codeEdit->text().trimmed();
+    if (code.isEmpty())
+        return refuse(messages.empty);
+    if (hasForbiddenChars(code)) {
+        showMessage(Message::ForbiddenChars);
+        codeEdit->setFocus();
+        return;
+    }
+    BusyCursor wait;
     try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyById, bookId));
-        if (book.isEOF())
-            return false;
-        CSetKategorie category;
-        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
-        if (category.isEOF())
-            return false;
-        *categoryId = book.m_ID_KATEGORIE_KNIHY;
-        *name = category.m_NAZEV;
-        return true;
-    } catch (const DbError &) {
+        const std::optional<BookInUse> book = bookInUseByCode(code);
+        if (!book)
+            return refuse(messages.notFound);
+        if (!book->category)
+            return refuse(messages.noCategory);
+        found(code, *book);
+    } catch (const DbError &e) {
+        logDbError(e);
+        refuse(messages.dbError);
+    }
+}
+
+// "Nalistovat...": the book chosen from the list goes into the code edit; false when none was
+// chosen.
+inline bool pickBookCode(QWidget *page, const QString &heading, BookList list, CRvEdit *codeEdit)
+{
+    const auto picked = ::pickBook(page, heading, bookListStatement(list));
+    if (!picked)
         return false;
+    codeEdit->setText(picked->code);
+    return true;
+}
+
+// Books were moved between categories or categories renamed: the category of the shown book is
+// read anew; when the book or its category is gone or the database failed the page keeps what it
+// shows.
+inline void refreshBookCategory(qint32 bookId, qint32 *categoryId, QLineEdit *shown)
+{
+    try {
+        if (const std::optional<CategoryItem> category = currentBookCategory(bookId)) {
+            *categoryId = category->id;
+            shown->setText(category->name);
+        }
+    } catch (const DbError &e) {
+        logDbError(e);
     }
 }
 

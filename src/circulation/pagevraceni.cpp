@@ -6,8 +6,6 @@
 #include "catalogue/bookdialogs.h"
 #include "circulation/circulationcore.h"
 #include "data/checks.h"
-#include "data/recordsets.h"
-#include "data/statements.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -31,7 +29,8 @@ CPageVraceni::CPageVraceni(QWidget *parent) : CEntryPage(parent)
     m_list = new CPreparedList<ReturnListItem>(
         {
             {QStringLiteral("Kód"), 60, [](const ReturnListItem &b) { return b.code; },
-             [](const ReturnListItem &b) { return QVariant(b.code); }},
+             [](const ReturnListItem &b) { return QVariant(b.code); }, Qt::AlignLeft | Qt::AlignVCenter,
+             longestCodeSample()},
             {QStringLiteral("Název"), 254, [](const ReturnListItem &b) { return b.title; },
              [](const ReturnListItem &b) { return QVariant(b.title); }},
             {QStringLiteral("Autor"), 96, [](const ReturnListItem &b) { return b.author; },
@@ -161,89 +160,64 @@ void CPageVraceni::cancel()
 
 void CPageVraceni::lookUpBook()
 {
-    const QString code = m_bookCode->text().trimmed();
     auto refuse = [this](int message, QWidget *focus) {
         showMessage(message);
         partialClear();
         focus->setFocus();
     };
-    if (code.isEmpty())
-        return refuse(69, m_bookCode);
-    if (hasForbiddenChars(code)) {
-        showMessage(119);
-        m_bookCode->setFocus();
-        return;
-    }
-    BusyCursor wait;
-    try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
-        if (book.isEOF())
-            return refuse(70, m_bookCode);
-        CSetKategorie category;
-        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
-        if (category.isEOF())
-            return refuse(71, m_bookCode);
-        if (m_returnDate == NoDate) {
-            QDate date;
-            if (!m_returnDateEdit->GetAsOleDate(date))
-                return refuse(73, m_returnDateEdit);
-            // The first book of a batch fixes the return date for all of it.
-            m_returnDate = dateNumberFromDate(date);
-            m_returnDateEdit->setEnabled(false);
-        }
-        QString holderText;
-        if (book.m_ID_LIDE_KNIHY != -1) {
-            CSetLide lide;
-            lide.open(QString::asprintf(Stmt::LideById, book.m_ID_LIDE_KNIHY));
-            if (lide.isEOF())
-                return refuse(71, m_bookCode);
-            holderText = clientText(lide.m_KOD, lide.m_PRIJMENI, lide.m_JMENO);
-        }
-        DateNumber loanDate = NoDate, due = NoDate;
-        bool limited = false;
-        qint32 delay = 0;
-        if (book.m_ID_VYPUJCKY_KNIHY != -1) {
-            CSetVypujcky loan;
-            loan.open(QString::asprintf(Stmt::VypujckyRow, book.m_ID_VYPUJCKY_KNIHY, book.m_ID_KNIHY_KNIHY));
-            if (loan.isEOF())
-                return refuse(71, m_bookCode);
-            loanDate = loan.m_DATUM_PUJCKY;
-            due = loan.m_DATUM_MAX;
-            limited = loan.m_OMEZOVAT;
-            if (limited)
-                delay = qMax(0, daysBetween(due, m_returnDate));
-        }
-        m_currentCode = code;
-        m_bookId = book.m_ID_KNIHY_KNIHY;
-        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
-        m_holder = book.m_ID_LIDE_KNIHY;
-        m_loanNumber = book.m_ID_VYPUJCKY_KNIHY;
-        m_loanDate = loanDate;
-        m_due = due;
-        m_limited = limited;
-        m_delay = delay;
-        m_title->setText(book.m_NAZEV);
-        m_author->setText(book.m_AUTOR);
-        m_category->setText(category.m_NAZEV);
-        m_client->setText(holderText);
-        m_loanDateText->setText(loanDate == NoDate ? QString() : dateText(loanDate));
-        m_delayText->setText(delay > 0 ? QString::number(delay) : QString());
-        m_add->setFocus();
-    } catch (const DbError &) {
-        refuse(72, m_bookCode);
-    }
+    auto refuseOnCode = [this, refuse](int message) { refuse(message, m_bookCode); };
+    lookUpBookCode(
+        m_bookCode, {69, 70, 71, 72}, refuseOnCode, [&](const QString &code, const BookInUse &found) {
+            const BookRow &book = found.book;
+            if (m_returnDate == NoDate) {
+                QDate date;
+                if (!m_returnDateEdit->GetAsOleDate(date))
+                    return refuse(73, m_returnDateEdit);
+                // The first book of a batch fixes the return date for all of it.
+                m_returnDate = dateNumberFromDate(date);
+                m_returnDateEdit->setEnabled(false);
+            }
+            QString holderText;
+            if (book.client != -1) {
+                const std::optional<ClientName> holder = clientWithId(book.client);
+                if (!holder)
+                    return refuseOnCode(71);
+                holderText = clientText(holder->code, holder->surname, holder->firstName);
+            }
+            LoanTerms terms;
+            qint32 delay = 0;
+            if (book.loan != -1) {
+                const std::optional<LoanTerms> loan = loanTerms(book.loan, book.id);
+                if (!loan)
+                    return refuseOnCode(71);
+                terms = *loan;
+                if (terms.limited)
+                    delay = qMax(0, daysBetween(terms.due, m_returnDate));
+            }
+            m_currentCode = code;
+            m_bookId = book.id;
+            m_categoryId = book.category;
+            m_holder = book.client;
+            m_loanNumber = book.loan;
+            m_loanDate = terms.loanDate;
+            m_due = terms.due;
+            m_limited = terms.limited;
+            m_delay = delay;
+            m_title->setText(book.title);
+            m_author->setText(book.author);
+            m_category->setText(*found.category);
+            m_client->setText(holderText);
+            m_loanDateText->setText(terms.loanDate == NoDate ? QString() : dateText(terms.loanDate));
+            m_delayText->setText(delay > 0 ? QString::number(delay) : QString());
+            m_add->setFocus();
+        });
 }
 
 void CPageVraceni::pickBook()
 {
-    const auto picked =
-        ::pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vrátit."),
-                   QString::fromUtf8(Stmt::PickLent));
-    if (!picked)
-        return;
-    m_bookCode->setText(picked->code);
-    lookUpBook();
+    if (pickBookCode(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vrátit."),
+                     BookList::Lent, m_bookCode))
+        lookUpBook();
 }
 
 void CPageVraceni::addBook()
@@ -292,9 +266,7 @@ void CPageVraceni::showDetails()
 
 void CPageVraceni::categoriesChanged()
 {
-    QString name;
-    if (readBookCategory(m_bookId, &m_categoryId, &name))
-        m_category->setText(name);
+    refreshBookCategory(m_bookId, &m_categoryId, m_category);
 }
 
 void CPageVraceni::clientChanged(qint32 id, const QString &code, const QString &surname, const QString &first)
@@ -314,7 +286,7 @@ bool CPageVraceni::categoryRenamed(qint32 id, const QString &oldName, const QStr
 void CPageVraceni::giveBack()
 {
     if (m_list->isEmpty()) {
-        showMessage(78);
+        showMessage(Message::ReturnListEmpty);
         partialClear();
         m_bookCode->setFocus();
         return;
@@ -326,8 +298,8 @@ void CPageVraceni::giveBack()
     qint32 number = -1;
     try {
         number = returnBooks(m_returnDate, books, [this](int row) { m_list->removeAt(row); });
-    } catch (const DbError &) {
-        showMessage(72);
+    } catch (const DbError &e) {
+        showDbError(Message::ReturnDbError, e);
         partialClear();
         m_bookCode->setFocus();
         return;

@@ -8,8 +8,6 @@
 #include "catalogue/bookdialogs.h"
 #include "circulation/circulationcore.h"
 #include "data/checks.h"
-#include "data/recordsets.h"
-#include "data/statements.h"
 #include "registers/clientdialogs.h"
 
 #include <QCheckBox>
@@ -19,28 +17,21 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-namespace {
-
-QString clientName(const CSetLide &lide)
-{
-    return lide.m_PRIJMENI + QLatin1Char(' ') + lide.m_JMENO;
-}
-
-} // namespace
-
 CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
 {
     m_list = new CPreparedList<PreparedBook>(
         {
             {QStringLiteral("Kód"), 60, [](const PreparedBook &b) { return b.code; },
-             [](const PreparedBook &b) { return QVariant(b.code); }},
+             [](const PreparedBook &b) { return QVariant(b.code); }, Qt::AlignLeft | Qt::AlignVCenter,
+             longestCodeSample()},
             {QStringLiteral("Název"), 254, [](const PreparedBook &b) { return b.title; },
              [](const PreparedBook &b) { return QVariant(b.title); }},
             {QStringLiteral("Autor"), 96, [](const PreparedBook &b) { return b.author; },
              [](const PreparedBook &b) { return QVariant(b.author); }},
             {QStringLiteral("Vrátit do"), 70,
              [](const PreparedBook &b) { return b.due == NoDate ? QString() : dateText(b.due); },
-             [](const PreparedBook &b) { return QVariant(b.due); }},
+             [](const PreparedBook &b) { return QVariant(b.due); }, Qt::AlignLeft | Qt::AlignVCenter,
+             widestDateSample()},
         },
         this);
 
@@ -48,6 +39,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     BookLookupBox book = makeBookLookupBox(this);
     QGroupBox *bookBox = book.box;
     m_bookCode = book.code;
+    m_bookCode->setObjectName(QStringLiteral("bookCode"));
     QPushButton *bookOk = book.ok;
     QPushButton *bookPick = book.pick;
     m_title = book.title;
@@ -88,6 +80,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     auto *clientOk = pageButton(QStringLiteral("OK"), clientBox);
     auto *clientPick = pageButton(QStringLiteral("Nalistovat..."), clientBox);
     auto *newClient = pageButton(QStringLiteral("Nový klient"), clientBox);
+    newClient->setObjectName(QStringLiteral("newClient"));
     m_clientName = readOnlyField(clientBox);
     m_clientName->setObjectName(QStringLiteral("clientName"));
     auto *nameLabel = new QLabel(QStringLiteral("Jméno"), clientBox);
@@ -145,7 +138,7 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     connect(m_bookCode, &CRvEdit::enterPressed, this, &CPageVypujcky::lookUpBook);
     connect(bookOk, &QPushButton::clicked, this, &CPageVypujcky::lookUpBook);
     connect(bookPick, &QPushButton::clicked, this, &CPageVypujcky::pickBook);
-    connect(m_limit, &QCheckBox::clicked, this, &CPageVypujcky::limitToggled);
+    connect(m_limit, &QCheckBox::toggled, this, &CPageVypujcky::limitToggled);
     connect(m_add, &QPushButton::clicked, this, &CPageVypujcky::addBook);
     connect(remove, &QPushButton::clicked, this, &CPageVypujcky::removeSelected);
     connect(m_view, &QTableView::activated, this, &CPageVypujcky::showDetails);
@@ -238,60 +231,28 @@ void CPageVypujcky::cancel()
 
 void CPageVypujcky::lookUpBook()
 {
-    const QString code = m_bookCode->text().trimmed();
-    if (code.isEmpty()) {
-        showMessage(56);
+    auto refuse = [this](int message) {
+        showMessage(message);
         partialClear();
         m_bookCode->setFocus();
-        return;
-    }
-    if (hasForbiddenChars(code)) {
-        showMessage(119);
-        m_bookCode->setFocus();
-        return;
-    }
-    BusyCursor wait;
-    try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
-        if (book.isEOF()) {
-            showMessage(57);
-            partialClear();
-            m_bookCode->setFocus();
-            return;
-        }
-        CSetKategorie category;
-        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
-        if (category.isEOF()) {
-            showMessage(58);
-            partialClear();
-            m_bookCode->setFocus();
-            return;
-        }
-        m_title->setText(book.m_NAZEV);
-        m_author->setText(book.m_AUTOR);
-        m_category->setText(category.m_NAZEV);
-        m_bookId = book.m_ID_KNIHY_KNIHY;
-        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
-        m_acquired = book.m_DATUM_PORIZENI;
+    };
+    lookUpBookCode(m_bookCode, {56, 57, 58, 59}, refuse, [this](const QString &code, const BookInUse &found) {
+        m_title->setText(found.book.title);
+        m_author->setText(found.book.author);
+        m_category->setText(*found.category);
+        m_bookId = found.book.id;
+        m_categoryId = found.book.category;
+        m_acquired = found.book.acquired;
         m_currentCode = code;
         m_add->setFocus();
-    } catch (const DbError &) {
-        showMessage(59);
-        partialClear();
-        m_bookCode->setFocus();
-    }
+    });
 }
 
 void CPageVypujcky::pickBook()
 {
-    const auto picked =
-        ::pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vypůjčit."),
-                   QString::fromUtf8(Stmt::PickLendable));
-    if (!picked)
-        return;
-    m_bookCode->setText(picked->code);
-    lookUpBook();
+    if (pickBookCode(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vypůjčit."),
+                     BookList::Lendable, m_bookCode))
+        lookUpBook();
 }
 
 void CPageVypujcky::addBook()
@@ -308,24 +269,24 @@ void CPageVypujcky::addBook()
             return refuse(61);
     PreparedBook item;
     try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyById, m_bookId));
-        if (book.isEOF())
+        const std::optional<BookRow> book = findBookById(m_bookId);
+        if (!book)
             return refuse(59);
-        if (book.m_VYPUJCENO)
+        if (book->lent)
             return refuse(62);
-        item.code = book.m_KOD;
-        item.title = book.m_NAZEV;
-        item.author = book.m_AUTOR;
-        item.bookId = book.m_ID_KNIHY_KNIHY;
-        item.acquired = book.m_DATUM_PORIZENI;
-    } catch (const DbError &) {
+        item.code = book->code;
+        item.title = book->title;
+        item.author = book->author;
+        item.bookId = book->id;
+        item.acquired = book->acquired;
+    } catch (const DbError &e) {
+        logDbError(e);
         return refuse(59);
     }
     if (m_limit->isChecked()) {
         QDate due;
         if (!m_due->GetAsOleDate(due)) {
-            showMessage(66);
+            showMessage(Message::LoanDueDateInvalid);
             m_due->setFocus();
             return;
         }
@@ -357,21 +318,20 @@ void CPageVypujcky::lookUpClient()
     if (code.isEmpty())
         return refuse(63);
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_clientCode->setFocus();
         return;
     }
     BusyCursor wait;
     try {
-        CSetLide lide;
-        lide.open(QString::asprintf(Stmt::LideByKodVisible, qUtf8Printable(code)));
-        if (lide.isEOF())
+        const std::optional<ClientName> client = clientInUseByCode(code);
+        if (!client)
             return refuse(64);
-        m_clientName->setText(clientName(lide));
-        m_clientId = lide.m_ID_LIDE_LIDE;
+        m_clientName->setText(client->fullName());
+        m_clientId = client->id;
         m_loanDate->setFocus();
-    } catch (const DbError &) {
-        showMessage(59);
+    } catch (const DbError &e) {
+        showDbError(Message::LoanDbError, e);
     }
 }
 
@@ -391,16 +351,15 @@ void CPageVypujcky::clientChosen(const QString &code)
 {
     BusyCursor wait;
     try {
-        CSetLide lide;
-        lide.open(QString::asprintf(Stmt::LideByKod, qUtf8Printable(code)));
-        if (lide.isEOF())
+        const std::optional<ClientName> client = clientWithCode(code);
+        if (!client)
             throw DbError(QStringLiteral("the chosen client is not in LIDE"));
-        m_clientCode->setText(lide.m_KOD);
-        m_clientName->setText(clientName(lide));
-        m_clientId = lide.m_ID_LIDE_LIDE;
+        m_clientCode->setText(client->code);
+        m_clientName->setText(client->fullName());
+        m_clientId = client->id;
         m_loanDate->setFocus();
-    } catch (const DbError &) {
-        showMessage(59);
+    } catch (const DbError &e) {
+        showDbError(Message::LoanDbError, e);
     }
 }
 
@@ -440,21 +399,19 @@ bool CPageVypujcky::categoryRenamed(qint32 id, const QString &oldName, const QSt
 
 void CPageVypujcky::categoriesChanged()
 {
-    QString name;
-    if (readBookCategory(m_bookId, &m_categoryId, &name))
-        m_category->setText(name);
+    refreshBookCategory(m_bookId, &m_categoryId, m_category);
 }
 
 void CPageVypujcky::lend()
 {
     if (m_list->isEmpty()) {
-        showMessage(67);
+        showMessage(Message::LoanListEmpty);
         m_bookCode->setFocus();
         return;
     }
     QDate date;
     if (!m_loanDate->GetAsOleDate(date)) {
-        showMessage(68);
+        showMessage(Message::LoanDateInvalid);
         m_loanDate->setFocus();
         return;
     }
@@ -474,31 +431,27 @@ void CPageVypujcky::lend()
         return;
     }
     if (m_clientId == -1) {
-        showMessage(63);
+        showMessage(Message::LoanClientCodeMissing);
         m_clientCode->setFocus();
         return;
     }
     BusyCursor wait;
     qint32 loanNumber = -1;
     try {
-        {
-            CSetLide lide;
-            lide.open(QString::asprintf(Stmt::LideByIdVisible, m_clientId));
-            if (lide.isEOF()) {
-                // Hidden since it was chosen; the id stays, the texts go.
-                showMessage(64);
-                m_clientCode->clear();
-                m_clientName->clear();
-                m_clientCode->setFocus();
-                return;
-            }
+        if (!clientStillInUse(m_clientId)) {
+            // Hidden since it was chosen; the id stays, the texts go.
+            showMessage(Message::LoanClientNotFound);
+            m_clientCode->clear();
+            m_clientName->clear();
+            m_clientCode->setFocus();
+            return;
         }
         QList<LoanBook> books;
         for (const PreparedBook &b : items)
             books << LoanBook{b.bookId, b.due};
         loanNumber = lendBooks(m_clientId, loanDate, books, [this](int row) { m_list->removeAt(row); });
-    } catch (const DbError &) {
-        showMessage(59);
+    } catch (const DbError &e) {
+        showDbError(Message::LoanDbError, e);
         partialClear();
         m_bookCode->setFocus();
         return;

@@ -5,8 +5,6 @@
 #include "catalogue/bookdialogs.h"
 #include "circulation/circulationcore.h"
 #include "data/checks.h"
-#include "data/recordsets.h"
-#include "data/statements.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -19,7 +17,8 @@ CPageVyrazeni::CPageVyrazeni(QWidget *parent) : CEntryPage(parent)
     m_list = new CPreparedList<DiscardListItem>(
         {
             {QStringLiteral("Kód"), 60, [](const DiscardListItem &b) { return b.code; },
-             [](const DiscardListItem &b) { return QVariant(b.code); }},
+             [](const DiscardListItem &b) { return QVariant(b.code); }, Qt::AlignLeft | Qt::AlignVCenter,
+             longestCodeSample()},
             {QStringLiteral("Název"), 300, [](const DiscardListItem &b) { return b.title; },
              [](const DiscardListItem &b) { return QVariant(b.title); }},
             {QStringLiteral("Autor"), 120, [](const DiscardListItem &b) { return b.author; },
@@ -137,52 +136,29 @@ void CPageVyrazeni::cancel()
 
 void CPageVyrazeni::lookUpBook()
 {
-    const QString code = m_bookCode->text().trimmed();
     auto refuse = [this](int message) {
         showMessage(message);
         partialClear();
         m_bookCode->setFocus();
     };
-    if (code.isEmpty())
-        return refuse(48);
-    if (hasForbiddenChars(code)) {
-        showMessage(119);
-        m_bookCode->setFocus();
-        return;
-    }
-    BusyCursor wait;
-    try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyByKodNotDiscarded, qUtf8Printable(code)));
-        if (book.isEOF())
-            return refuse(45);
-        CSetKategorie category;
-        category.open(QString::asprintf(Stmt::KategorieById, book.m_ID_KATEGORIE_KNIHY));
-        if (category.isEOF())
-            return refuse(46);
-        m_author->setText(book.m_AUTOR);
-        m_category->setText(category.m_NAZEV);
-        m_title->setText(book.m_NAZEV);
-        m_accession->setText(QString::asprintf("%d", book.m_PRIRUSTEK));
-        m_bookId = book.m_ID_KNIHY_KNIHY;
-        m_categoryId = book.m_ID_KATEGORIE_KNIHY;
+    lookUpBookCode(m_bookCode, {48, 45, 46, 47}, refuse, [this](const QString &code, const BookInUse &found) {
+        m_author->setText(found.book.author);
+        m_category->setText(*found.category);
+        m_title->setText(found.book.title);
+        m_accession->setText(QString::asprintf("%d", found.book.accession));
+        m_bookId = found.book.id;
+        m_categoryId = found.book.category;
         m_currentCode = code;
-        m_acquired = book.m_DATUM_PORIZENI;
+        m_acquired = found.book.acquired;
         m_add->setFocus();
-    } catch (const DbError &) {
-        refuse(47);
-    }
+    });
 }
 
 void CPageVyrazeni::pickBook()
 {
-    const auto picked =
-        ::pickBook(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vyřadit."),
-                   QString::fromUtf8(Stmt::PickLendable));
-    if (!picked)
-        return;
-    m_bookCode->setText(picked->code);
-    lookUpBook();
+    if (pickBookCode(this, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vyřadit."),
+                     BookList::Lendable, m_bookCode))
+        lookUpBook();
 }
 
 void CPageVyrazeni::addBook()
@@ -193,7 +169,7 @@ void CPageVyrazeni::addBook()
         m_bookCode->setFocus();
     };
     if (m_bookId == -1) {
-        showMessage(50);
+        showMessage(Message::DiscardNoBook);
         m_bookCode->setFocus();
         return;
     }
@@ -202,22 +178,22 @@ void CPageVyrazeni::addBook()
             return refuse(51);
     DiscardListItem item;
     try {
-        CSetKnihy book;
-        book.open(QString::asprintf(Stmt::KnihyById, m_bookId));
-        if (book.isEOF())
+        const std::optional<BookRow> book = findBookById(m_bookId);
+        if (!book)
             return refuse(47);
-        if (book.m_VYPUJCENO) {
+        if (book->lent) {
             // A lent book has to come back before it can be discarded.
-            showMessage(53);
+            showMessage(Message::DiscardBookLent);
             m_bookCode->setFocus();
             return;
         }
         item.code = m_currentCode;
-        item.title = book.m_NAZEV;
-        item.author = book.m_AUTOR;
-        item.bookId = book.m_ID_KNIHY_KNIHY;
-        item.acquired = book.m_DATUM_PORIZENI;
-    } catch (const DbError &) {
+        item.title = book->title;
+        item.author = book->author;
+        item.bookId = book->id;
+        item.acquired = book->acquired;
+    } catch (const DbError &e) {
+        logDbError(e);
         return refuse(47);
     }
     m_list->insertTop(item);
@@ -237,9 +213,7 @@ void CPageVyrazeni::showDetails()
 
 void CPageVyrazeni::categoriesChanged()
 {
-    QString name;
-    if (readBookCategory(m_bookId, &m_categoryId, &name))
-        m_category->setText(name);
+    refreshBookCategory(m_bookId, &m_categoryId, m_category);
 }
 
 bool CPageVyrazeni::categoryRenamed(qint32 id, const QString &oldName, const QString &newName)
@@ -253,20 +227,20 @@ bool CPageVyrazeni::categoryRenamed(qint32 id, const QString &oldName, const QSt
 void CPageVyrazeni::discard()
 {
     if (m_list->isEmpty()) {
-        showMessage(54);
+        showMessage(Message::DiscardListEmpty);
         m_bookCode->setFocus();
         return;
     }
     QDate date;
     if (!m_discardDate->GetAsOleDate(date)) {
-        showMessage(55);
+        showMessage(Message::DiscardDateInvalid);
         m_discardDate->setFocus();
         return;
     }
     const DateNumber discardDate = dateNumberFromDate(date);
     for (int i = int(m_list->size()) - 1; i >= 0; --i) {
         if (m_list->at(i).acquired > discardDate) {
-            showMessage(86);
+            showMessage(Message::DiscardBeforeAcquisition);
             m_discardDate->setFocus();
             return;
         }
@@ -281,11 +255,12 @@ void CPageVyrazeni::discard()
         bool done = false;
         try {
             done = discardBook(m_list->at(row).bookId, discardDate);
-        } catch (const DbError &) {
+        } catch (const DbError &e) {
+            logDbError(e);
             done = false;
         }
         if (!done) {
-            showMessage(47);
+            showMessage(Message::DiscardDbError);
             partialClear();
             m_bookCode->setFocus();
             return;

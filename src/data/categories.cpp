@@ -12,3 +12,11 @@ QList<CategoryItem> visibleCategories()
         items << CategoryItem{set.m_ID_KATEGORIE_KATEGORIE, set.m_NAZEV};
     return items;
 }
+
+std::optional<qint32> visibleCategoryId(const QString &name)
+{
+    const qint32 id = CSetKategorie::findByName(name);
+    if (id < 0)
+        return std::nullopt;
+    return id;
+}

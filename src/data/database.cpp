@@ -489,15 +489,14 @@ QSqlQuery prepareSql(const QString &sql)
     QSqlQuery q(db);
     q.setForwardOnly(true);
     if (!q.prepare(sql))
-        throw DbError(errorText(q.lastError()) + QStringLiteral(" [") + sql + QLatin1Char(']'));
+        throw DbError(errorText(q.lastError()), sql);
     return q;
 }
 
 void execPrepared(QSqlQuery &query)
 {
     if (!query.exec())
-        throw DbError(errorText(query.lastError()) + QStringLiteral(" [") + query.lastQuery() +
-                      QLatin1Char(']'));
+        throw DbError(errorText(query.lastError()), query.lastQuery());
 }
 
 QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)

@@ -7,16 +7,7 @@
 #include <QVariant>
 #include <memory>
 
-#include <stdexcept>
-
-// A failure of the database: thrown by the data layer, caught by the command that began the
-// work, which rolls its transaction back and shows its own catalogue message.
-class DbError : public std::runtime_error
-{
-public:
-    explicit DbError(const QString &what) : std::runtime_error(what.toStdString()) {}
-    QString text() const { return QString::fromStdString(what()); }
-};
+#include "data/dberror.h"
 
 // The one open library database, Folivo.db in the data directory. It is opened exclusively:
 // a second running copy of the program cannot open it.

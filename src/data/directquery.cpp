@@ -41,10 +41,10 @@ DirectQuery::DirectQuery(const QString &sql) : m_db(connectionHandle())
         const QString error = QString::fromUtf8(sqlite3_errmsg(m_db));
         sqlite3_finalize(m_stmt);
         m_stmt = nullptr;
-        throw DbError(error + QStringLiteral(" [") + sql + QLatin1Char(']'));
+        throw DbError(error, sql);
     }
     if (!m_stmt)
-        throw DbError(QStringLiteral("an empty statement [") + sql + QLatin1Char(']'));
+        throw DbError(QStringLiteral("an empty statement"), sql);
     liveStatements().insert(this);
 }
 
@@ -86,7 +86,7 @@ void DirectQuery::bind(int position, qint64 value)
     if (!m_stmt)
         throw DbError(QStringLiteral("the database was closed"));
     if (sqlite3_bind_int64(m_stmt, position, value) != SQLITE_OK)
-        throw DbError(QString::fromUtf8(sqlite3_errmsg(m_db)));
+        throw DbError(QString::fromUtf8(sqlite3_errmsg(m_db)), QString::fromUtf8(sqlite3_sql(m_stmt)));
 }
 
 void DirectQuery::bindValue(int position, const QVariant &value)
@@ -128,7 +128,7 @@ void DirectQuery::bindValue(int position, const QVariant &value)
     }
     }
     if (rc != SQLITE_OK)
-        throw DbError(QString::fromUtf8(sqlite3_errmsg(m_db)));
+        throw DbError(QString::fromUtf8(sqlite3_errmsg(m_db)), QString::fromUtf8(sqlite3_sql(m_stmt)));
 }
 
 bool DirectQuery::next()
@@ -142,7 +142,7 @@ bool DirectQuery::next()
         return false;
     const QString error = QString::fromUtf8(sqlite3_errmsg(m_db));
     sqlite3_reset(m_stmt);
-    throw DbError(error);
+    throw DbError(error, QString::fromUtf8(sqlite3_sql(m_stmt)));
 }
 
 void DirectQuery::reset()

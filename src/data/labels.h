@@ -8,3 +8,14 @@ inline QString clientLabel(const QString &code, const QString &surname, const QS
 {
     return code + QStringLiteral("  (") + surname + QLatin1Char(' ') + firstName + QLatin1Char(')');
 }
+
+// The longest values that lists and printed tables make room for: a date as the program writes it
+// (in the widest digits; " 7. 3.2005" is narrower) and a code of 20 characters.
+inline QString widestDateSample()
+{
+    return QStringLiteral("28.12.2005");
+}
+inline QString longestCodeSample()
+{
+    return QStringLiteral("NAU-2005-00001234567");
+}

@@ -1,5 +1,11 @@
 #pragma once
 
+// The record sets, statement texts and engine statements belong to the core: pages, dialogs and
+// models ask a core function for what they show and write (see docs/ARCHITECTURE.md).
+#ifdef FOLIVO_UI_LAYER
+#error "a file of folivo_ui reads the database: call a core function instead"
+#endif
+
 #include "data/database.h"
 
 #include "data/directquery.h"

@@ -95,7 +95,8 @@ qint32 findFlagged(const char *sql, const QString &value)
         if (!q.next())
             return -1;
         return q.value(1).toLongLong() != 0 ? qint32(q.value(0).toLongLong()) : -2;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         return -3;
     }
 }

@@ -1,5 +1,11 @@
 #pragma once
 
+// The record sets, statement texts and engine statements belong to the core: pages, dialogs and
+// models ask a core function for what they show and write (see docs/ARCHITECTURE.md).
+#ifdef FOLIVO_UI_LAYER
+#error "a file of folivo_ui reads the database: call a core function instead"
+#endif
+
 // The program's statement texts, in the Jet dialect the pages were written in; they run through
 // jetToSqlite() (record sets and runJet do it). Numbers go in with %d, texts between quotes with
 // '%s' after the forbidden-character test. Format them with QString::asprintf.

@@ -1,3 +1,4 @@
+#include "app/czechqt.h"
 #include "app/mainframe.h"
 #include "app/messagebox_ui.h"
 #include "app/startup.h"
@@ -11,6 +12,7 @@ int main(int argc, char **argv)
     QApplication::setOrganizationName(QStringLiteral("Folivo"));
     QApplication::setApplicationName(QStringLiteral("Folivo"));
     QApplication::setApplicationDisplayName(QStringLiteral("Folivo 2.0"));
+    installCzechQt(&app);
     installWidgetMessageBox();
     int exitCode = 0;
     CMainFrame *frame = startProgram(StartupOptions::fromArguments(QApplication::arguments()), &exitCode);

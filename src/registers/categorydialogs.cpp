@@ -2,7 +2,7 @@
 
 #include "app/messages.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
 #include "registers/registercore.h"
 #include "registers/registerwidgets.h"
 
@@ -66,7 +66,7 @@ CDlgNovaKategorie::CDlgNovaKategorie(QWidget *parent) : QDialog(parent)
 {
     setWindowTitle(QStringLiteral("Zadejte název nové kategorie knih"));
     auto *layout = new QVBoxLayout(this);
-    auto *label = new QLabel(QStringLiteral("&Název nové kategorie:"), this);
+    auto *label = new QLabel(QStringLiteral("&Název nové kategorie"), this);
     m_name = new QLineEdit(this);
     m_name->setMaxLength(128);
     m_name->setMinimumWidth(m_name->fontMetrics().averageCharWidth() * 48);
@@ -116,15 +116,16 @@ CDlgPrejmenovaniKategorie::CDlgPrejmenovaniKategorie(QWidget *parent) : QDialog(
     m_name = new QLineEdit(this);
     m_name->setMaxLength(128);
     m_name->setMinimumWidth(m_name->fontMetrics().averageCharWidth() * 40);
-    form->addRow(QStringLiteral("&Kategorie:"), m_combo);
-    form->addRow(QStringLiteral("&Nový název:"), m_name);
+    form->addRow(QStringLiteral("&Kategorie"), m_combo);
+    form->addRow(QStringLiteral("&Nový název"), m_name);
     layout->addLayout(form);
     layout->addStretch(1);
     okAndCancel(this, layout, QStringLiteral("OK"));
     try {
         fillCategoryCombo(m_combo);
         m_filled = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_filled = false;
     }
 }
@@ -132,7 +133,7 @@ CDlgPrejmenovaniKategorie::CDlgPrejmenovaniKategorie(QWidget *parent) : QDialog(
 int CDlgPrejmenovaniKategorie::exec()
 {
     if (!m_filled) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return Rejected;
     }
     return QDialog::exec();
@@ -152,17 +153,17 @@ bool CDlgPrejmenovaniKategorie::check()
 {
     const QString name = newName();
     if (m_combo->currentIndex() < 0 || oldName().isEmpty()) {
-        showMessage(8);
+        showMessage(Message::CategoryNotChosen);
         m_combo->setFocus();
         return false;
     }
     if (name.isEmpty()) {
-        showMessage(3);
+        showMessage(Message::CategoryNameMissing);
         m_name->setFocus();
         return false;
     }
     if (hasForbiddenChars(name)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_name->setFocus();
         return false;
     }
@@ -195,7 +196,8 @@ CDlgOdstraneniKategorie::CDlgOdstraneniKategorie(QWidget *parent) : QDialog(pare
     try {
         fillCategoryCombo(m_combo);
         m_filled = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_filled = false;
     }
 }
@@ -203,7 +205,7 @@ CDlgOdstraneniKategorie::CDlgOdstraneniKategorie(QWidget *parent) : QDialog(pare
 int CDlgOdstraneniKategorie::exec()
 {
     if (!m_filled) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return Rejected;
     }
     return QDialog::exec();
@@ -212,7 +214,7 @@ int CDlgOdstraneniKategorie::exec()
 bool CDlgOdstraneniKategorie::check()
 {
     if (m_combo->currentIndex() < 0) {
-        showMessage(8);
+        showMessage(Message::CategoryNotChosen);
         m_combo->setFocus();
         return false;
     }
@@ -220,12 +222,12 @@ bool CDlgOdstraneniKategorie::check()
     try {
         WaitCursor wait;
         if (Registers::categoryHasBooksInStock(id)) {
-            showMessage(90);
+            showMessage(Message::CategoryHoldsBooks);
             m_combo->setFocus();
             return false;
         }
-    } catch (const DbError &) {
-        showMessage(4);
+    } catch (const DbError &e) {
+        showDbError(Message::CategoryDbError, e);
         return false;
     }
     const int answer = RvMessageBox(
@@ -330,7 +332,8 @@ CDlgPresunKategorie::CDlgPresunKategorie(QWidget *parent) : QDialog(parent)
         fillCategoryCombo(m_combo1);
         fillCategoryCombo(m_combo2);
         m_filled = true;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_filled = false;
     }
     setPending(false);
@@ -340,7 +343,7 @@ CDlgPresunKategorie::CDlgPresunKategorie(QWidget *parent) : QDialog(parent)
 int CDlgPresunKategorie::exec()
 {
     if (!m_filled) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         return Rejected;
     }
     return QDialog::exec();
@@ -364,9 +367,10 @@ void CDlgPresunKategorie::categoryChosen(int half)
         for (const Registers::MovableBook &b : books)
             rows << CRegisterListModel::Row{{b.code, b.title}, b.id, b.category};
         m->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m->clear();
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
     }
     updateArrows();
 }
@@ -418,15 +422,15 @@ void CDlgPresunKategorie::invertSelection(int half)
 bool CDlgPresunKategorie::moveSelected(int fromHalf)
 {
     if (m_combo1->currentIndex() < 0) {
-        showMessage(91);
+        showMessage(Message::LeftCategoryNotChosen);
         return false;
     }
     if (m_combo2->currentIndex() < 0) {
-        showMessage(92);
+        showMessage(Message::RightCategoryNotChosen);
         return false;
     }
     if (m_combo1->currentData().toInt() == m_combo2->currentData().toInt()) {
-        showMessage(93);
+        showMessage(Message::SameCategories);
         return false;
     }
     QList<int> rows;
@@ -440,7 +444,7 @@ bool CDlgPresunKategorie::moveSelected(int fromHalf)
         for (auto it = taken.crbegin(); it != taken.crend(); ++it)
             target->insertAtTop(*it);
     } catch (const std::bad_alloc &) {
-        showMessage(49);
+        showMessage(Message::OutOfMemory);
         dropAll();
         return false;
     }
@@ -463,8 +467,8 @@ bool CDlgPresunKategorie::apply()
     try {
         WaitCursor wait;
         Registers::moveBooks(moves);
-    } catch (const DbError &) {
-        showMessage(4);
+    } catch (const DbError &e) {
+        showDbError(Message::CategoryDbError, e);
         return false;
     }
     for (int r = 0; r < m_model1->rowCount(); ++r)
@@ -511,8 +515,9 @@ CDlgSeznamKategorii::CDlgSeznamKategorii(QWidget *parent) : QDialog(parent)
         for (const Registers::CategoryRow &r : visibleCategories())
             rows << CRegisterListModel::Row{{r.name}, r.id, -1};
         m_model->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_model->clear();
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
     }
 }

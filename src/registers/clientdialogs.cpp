@@ -3,7 +3,7 @@
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "data/checks.h"
-#include "data/database.h"
+#include "data/dberror.h"
 #include "registers/registerwidgets.h"
 
 #include <QApplication>
@@ -73,14 +73,14 @@ CClientForm::CClientForm(QWidget *parent) : QWidget(parent)
 
     auto *form = new QFormLayout(this);
     form->setContentsMargins(0, 0, 0, 0);
-    form->addRow(QStringLiteral("&Kód:"), m_code);
-    form->addRow(QStringLiteral("&Jméno:"), m_first);
-    form->addRow(QStringLiteral("&Příjmení:"), m_surname);
+    form->addRow(QStringLiteral("&Kód"), m_code);
+    form->addRow(QStringLiteral("&Jméno"), m_first);
+    form->addRow(QStringLiteral("&Příjmení"), m_surname);
     form->addRow(m_extended);
-    form->addRow(QStringLiteral("&Doklad č.:"), m_document);
-    form->addRow(QStringLiteral("&Narození:"), m_birth);
-    form->addRow(QStringLiteral("&Adresa:"), m_address);
-    form->addRow(QStringLiteral("&Funkce:"), m_function);
+    form->addRow(QStringLiteral("&Doklad č."), m_document);
+    form->addRow(QStringLiteral("&Narození"), m_birth);
+    form->addRow(QStringLiteral("&Adresa"), m_address);
+    form->addRow(QStringLiteral("&Funkce"), m_function);
     connect(m_extended, &QCheckBox::toggled, this, &CClientForm::extendedToggled);
     extendedToggled(false);
 }
@@ -270,12 +270,12 @@ bool CDlgOpravaKlienta::lookUp()
 {
     const QString code = m_lookup->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(14);
+        showMessage(Message::ClientCodeMissingForEdit);
         m_lookup->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_lookup->setFocus();
         return false;
     }
@@ -283,9 +283,10 @@ bool CDlgOpravaKlienta::lookUp()
     try {
         WaitCursor wait;
         client = Registers::clientByCode(code);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         setFound(false);
-        showMessage(13);
+        showMessage(Message::ClientDbError);
         return false;
     }
     if (!client || !client->visible) {
@@ -366,12 +367,12 @@ bool CDlgOdstraneniKlienta::check()
 {
     const QString code = m_code->text().trimmed();
     if (code.isEmpty()) {
-        showMessage(88);
+        showMessage(Message::ClientCodeMissing);
         m_code->setFocus();
         return false;
     }
     if (hasForbiddenChars(code)) {
-        showMessage(119);
+        showMessage(Message::ForbiddenChars);
         m_code->setFocus();
         return false;
     }
@@ -379,18 +380,18 @@ bool CDlgOdstraneniKlienta::check()
         WaitCursor wait;
         const std::optional<Registers::ClientRecord> client = Registers::clientByCode(code);
         if (!client) {
-            showMessage(15);
+            showMessage(Message::ClientNotFound);
             m_code->setFocus();
             return false;
         }
         if (Registers::clientHoldsBook(client->id)) {
-            showMessage(89);
+            showMessage(Message::ClientHoldsBook);
             m_code->setFocus();
             return false;
         }
         m_id = client->id;
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(Message::ClientDbError, e);
         return false;
     }
     return true;
@@ -418,9 +419,9 @@ CDlgDetailyKlienta::CDlgDetailyKlienta(qint32 clientId, QWidget *parent) : QDial
         if (label == QStringLiteral("&Funkce")) {
             m_address = addressEdit(this);
             m_address->setReadOnly(true);
-            form->addRow(QStringLiteral("&Adresa:"), m_address);
+            form->addRow(QStringLiteral("&Adresa"), m_address);
         }
-        form->addRow(label + QLatin1Char(':'), e);
+        form->addRow(label, e);
     }
     layout->addLayout(form);
     QPushButton *ok = makeAcceptButton(QStringLiteral("OK"), this);
@@ -433,8 +434,8 @@ CDlgDetailyKlienta::CDlgDetailyKlienta(qint32 clientId, QWidget *parent) : QDial
     try {
         WaitCursor wait;
         client = Registers::clientById(m_id);
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(Message::ClientDbError, e);
     }
     if (!client)
         return;
@@ -491,9 +492,10 @@ CDlgSeznamKlientu::CDlgSeznamKlientu(QWidget *parent) : QDialog(parent)
         for (const Registers::ClientRecord &c : Registers::visibleClients())
             rows << CRegisterListModel::Row{{c.data.code, c.data.first, c.data.surname}, c.id, -1};
         m_model->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_model->clear();
-        showMessage(13);
+        showMessage(Message::ClientDbError);
     }
     if (m_model->rowCount() > 0)
         m_list->setCurrentIndex(m_model->index(0, 0));
@@ -553,9 +555,10 @@ CDlgVyberKlienta::CDlgVyberKlienta(QWidget *parent) : QDialog(parent)
         for (const Registers::ClientRecord &c : Registers::clientsBySurname())
             rows << CRegisterListModel::Row{{c.data.surname, c.data.first, c.data.code}, c.id, -1};
         m_model->setRows(rows);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         m_model->clear();
-        showMessage(18);
+        showMessage(Message::ClientListDbError);
     }
     if (m_model->rowCount() > 0)
         m_list->setCurrentIndex(m_model->index(0, 0));

@@ -6,8 +6,7 @@
 #include "app/messages.h"
 #include "circulation/entrypage.h"
 #include "circulation/viewzadavani.h"
-#include "data/database.h"
-#include "data/recordsets.h"
+#include "data/dberror.h"
 #include "registers/categorydialogs.h"
 #include "registers/clientdialogs.h"
 #include "registers/registerwidgets.h"
@@ -34,14 +33,16 @@ QWidget *dialogParent(CViewZadavani *view)
     return view ? static_cast<QWidget *>(view) : QApplication::activeWindow();
 }
 
-// The focus goes back where it was before the command's dialog.
+// The focus goes back where it was before the command's dialog, unless the page moved it on
+// purpose after the write (the loans page serves a new client from the loan date, the book pages
+// go on with the publisher after a new category).
 class FocusKeeper final
 {
 public:
     FocusKeeper() : m_focus(QApplication::focusWidget()) {}
     ~FocusKeeper()
     {
-        if (m_focus)
+        if (m_focus && m_focus->window()->focusWidget() == m_focus)
             m_focus->setFocus();
     }
     Q_DISABLE_COPY_MOVE(FocusKeeper)
@@ -64,14 +65,14 @@ bool saveNewCategory(CEntryPage *page, const QString &name)
         }
         try {
             Registers::addCategory(name);
-        } catch (const DbError &) {
-            showMessage(4);
+        } catch (const DbError &e) {
+            showDbError(Message::CategoryDbError, e);
             return false;
         }
     }
     AppState::instance().history.remember(name, 8);
     if (page && !page->categoryAdded(name))
-        showMessage(7);
+        showMessage(Message::CategoryAddedListFailed);
     return true;
 }
 
@@ -85,13 +86,13 @@ bool saveRenamedCategory(CEntryPage *page, qint32 id, const QString &oldName, co
         }
         try {
             Registers::renameCategory(oldName, newName);
-        } catch (const DbError &) {
-            showMessage(4);
+        } catch (const DbError &e) {
+            showDbError(Message::CategoryDbError, e);
             return false;
         }
     }
     if (page && !page->categoryRenamed(id, oldName, newName))
-        showMessage(7);
+        showMessage(Message::CategoryAddedListFailed);
     return true;
 }
 
@@ -100,12 +101,12 @@ bool saveRemovedCategory(CEntryPage *page, qint32 id, const QString &name)
     try {
         WaitCursor wait;
         Registers::hideCategory(id);
-    } catch (const DbError &) {
-        showMessage(4);
+    } catch (const DbError &e) {
+        showDbError(Message::CategoryDbError, e);
         return false;
     }
     if (page && !page->categoryRemoved(name))
-        showMessage(4);
+        showMessage(Message::CategoryDbError);
     return true;
 }
 
@@ -177,8 +178,8 @@ bool saveNewClient(CEntryPage *page, const Registers::ClientData &data)
         }
         try {
             id = Registers::addClient(data);
-        } catch (const DbError &) {
-            showMessage(13);
+        } catch (const DbError &e) {
+            showDbError(Message::ClientDbError, e);
             return false;
         }
     }
@@ -193,8 +194,8 @@ bool saveChangedClient(CEntryPage *page, qint32 id, const Registers::ClientData 
     try {
         WaitCursor wait;
         changed = Registers::changeClient(id, data);
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(Message::ClientDbError, e);
         return false;
     }
     if (changed && page)
@@ -207,8 +208,8 @@ bool saveRemovedClient(CEntryPage *page, qint32 id)
     try {
         WaitCursor wait;
         Registers::hideClient(id);
-    } catch (const DbError &) {
-        showMessage(13);
+    } catch (const DbError &e) {
+        showDbError(Message::ClientDbError, e);
         return false;
     }
     if (page)

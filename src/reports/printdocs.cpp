@@ -1,5 +1,7 @@
 #include "reports/printdocs.h"
 
+#include "data/labels.h"
+
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
@@ -13,10 +15,10 @@ PrintedTable loanProtocolDocument(const LoanProtocol &protocol, const QDate &pri
                        {QStringLiteral("Provedeno dne"), dateText(protocol.date)},
                        {QStringLiteral("Počet knih"), QString::asprintf("%d", int(protocol.rows.size()))}};
     doc.labelTemplate = QStringLiteral("Provedeno dne XX");
-    doc.columns = {{QStringLiteral("Kód"), 14, false},
+    doc.columns = {{QStringLiteral("Kód"), 14, false, longestCodeSample()},
                    {QStringLiteral("Název"), 44, false},
                    {QStringLiteral("Autor"), 28, false},
-                   {QStringLiteral("Vrátit do"), 14, false}};
+                   {QStringLiteral("Vrátit do"), 14, false, widestDateSample()}};
     for (const LoanProtocolRow &row : protocol.rows)
         doc.rows.append({row.code, row.title, row.author, protocolDueText(row.due)});
     doc.signatureLabel = QStringLiteral("Podpis klienta:");
@@ -32,9 +34,12 @@ PrintedTable returnProtocolDocument(const ReturnProtocol &protocol, const QDate 
                        {QStringLiteral("Datum vrácení"), dateText(protocol.date)},
                        {QStringLiteral("Počet knih"), QString::asprintf("%d", int(protocol.rows.size()))}};
     doc.labelTemplate = QStringLiteral("Datum vrácení XX");
-    doc.columns = {{QStringLiteral("Kód knihy"), 14, false},   {QStringLiteral("Název knihy"), 29, false},
-                   {QStringLiteral("Kód klienta"), 14, false}, {QStringLiteral("Jméno klienta"), 20, false},
-                   {QStringLiteral("Půjčka"), 12, false},      {QStringLiteral("Prodlení"), 11, true}};
+    doc.columns = {{QStringLiteral("Kód knihy"), 14, false, longestCodeSample()},
+                   {QStringLiteral("Název knihy"), 29, false},
+                   {QStringLiteral("Kód klienta"), 14, false, longestCodeSample()},
+                   {QStringLiteral("Jméno klienta"), 20, false},
+                   {QStringLiteral("Půjčka"), 12, false, widestDateSample()},
+                   {QStringLiteral("Prodlení"), 11, true}};
     for (const ReturnProtocolRow &row : protocol.rows)
         doc.rows.append({row.bookCode, row.bookTitle, row.clientCode, row.clientName, dateText(row.loanDate),
                          protocolLatenessText(row.lateness)});
@@ -66,6 +71,14 @@ QPageLayout programPageLayout()
 {
     return QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, QMarginsF(15, 15, 15, 12),
                        QPageLayout::Millimeter);
+}
+
+void setUpPdfWriter(QPdfWriter *writer, const QString &title)
+{
+    writer->setCreator(QStringLiteral("FOLIVO 2.0"));
+    writer->setTitle(title);
+    writer->setResolution(300);
+    writer->setPageLayout(programPageLayout());
 }
 
 PdfResult writePdf(const PrintedTable &doc, const QString &path, const PageProgress &progress,

@@ -6,6 +6,7 @@
 #include "reports/reportcore.h"
 
 #include <QPageLayout>
+class QPdfWriter;
 
 // The printed forms of the reports and protocols.
 PrintedTable loanProtocolDocument(const LoanProtocol &protocol, const QDate &printedOn);
@@ -15,6 +16,8 @@ PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, 
 
 // The program's page: A4 portrait with its margins.
 QPageLayout programPageLayout();
+// The page set-up of the PDF files: the program's page at 300 dpi, the title and the creator.
+void setUpPdfWriter(QPdfWriter *writer, const QString &title);
 
 // What writing a PDF file came to: the print job and the file.
 struct PdfResult

@@ -25,6 +25,7 @@ namespace {
 // same on the printer, into a PDF file and scaled into the preview.
 constexpr double TitlePt = 15;
 constexpr double BodyPt = 10;
+constexpr double MinBodyPt = 7;
 constexpr double FooterPt = 8;
 
 // Advances of the characters of one font, for a quick answer whether a cell's text fits on one
@@ -68,22 +69,25 @@ public:
     {
         m_dpi = device->logicalDpiY();
         m_titleFont = font(TitlePt, true);
-        m_bodyFont = font(BodyPt, false);
-        m_headFont = font(BodyPt, true);
         m_footerFont = font(FooterPt, false);
         m_page = QRectF(0, 0, device->width(), device->height());
-        m_pad = mm(1.2);
+        m_pad = printedCellPadding(device);
+        // A table whose codes and dates need more than the page's width is set in a smaller
+        // font, so that those values keep to one line.
+        for (double pt = BodyPt;; pt -= 0.5) {
+            m_bodyFont = font(pt, false);
+            m_headFont = font(pt, true);
+            const QList<double> least = leastWidths();
+            if (pt <= MinBodyPt || std::accumulate(least.cbegin(), least.cend(), 0.0) <= m_page.width())
+                break;
+        }
         m_line = QFontMetricsF(m_bodyFont, device).height();
         m_footerHeight = QFontMetricsF(m_footerFont, device).height() + mm(4);
         m_bodyBottom = m_page.bottom() - m_footerHeight;
-        const int total =
-            std::accumulate(doc.columns.cbegin(), doc.columns.cend(), 0,
-                            [](int sum, const PrintedTable::Column &c) { return sum + c.weight; });
+        m_columnW = columnWidths();
         double x = m_page.left();
-        for (const PrintedTable::Column &c : doc.columns) {
-            const double w = total > 0 ? m_page.width() * c.weight / total : 0;
+        for (double w : std::as_const(m_columnW)) {
             m_columnX << x;
-            m_columnW << w;
             x += w;
         }
         paginate();
@@ -91,6 +95,8 @@ public:
 
     int pages() const { return int(m_pageStarts.size()); }
     QSizeF pageSize() const { return m_page.size(); }
+    const QList<double> &widths() const { return m_columnW; }
+    const QFont &bodyFont() const { return m_bodyFont; }
 
     void paintPage(QPainter &p, int page) const
     {
@@ -109,13 +115,17 @@ public:
 private:
     double mm(double v) const { return v * m_dpi / 25.4; }
 
-    QFont font(double pt, bool bold) const
+    // Each column takes its share of the page by weight, but never less than its header and its
+    // sample value need; what those columns take beyond their share comes out of the others'.
+    QList<double> leastWidths() const
     {
-        QFont f(QStringLiteral("DejaVu Sans"));
-        f.setStyleHint(QFont::SansSerif);
-        f.setPixelSize(std::max(1, qRound(pt * m_dpi / 72.0)));
-        f.setBold(bold);
-        return f;
+        const QFontMetricsF body(m_bodyFont, m_device);
+        const QFontMetricsF head(m_headFont, m_device);
+        QList<double> least;
+        for (const PrintedTable::Column &c : m_doc.columns)
+            least << std::max(head.horizontalAdvance(c.header), body.horizontalAdvance(c.sample)) +
+                         2 * m_pad + 1;
+        return least;
     }
 
     static int lineCount(const QString &text) { return int(text.count(QLatin1Char('\n'))) + 1; }
@@ -133,6 +143,42 @@ private:
         for (const QString &text : paragraphs)
             h += paragraphHeight(text) + mm(2.5);
         return h;
+    }
+    QList<double> columnWidths() const
+    {
+        const QList<double> least = leastWidths();
+        QList<bool> fixed(least.size(), false);
+        QList<double> widths(least.size(), 0.0);
+        for (bool changed = true; changed;) {
+            changed = false;
+            double room = m_page.width();
+            int weights = 0;
+            for (int c = 0; c < least.size(); ++c) {
+                if (fixed.at(c))
+                    room -= least.at(c);
+                else
+                    weights += m_doc.columns.at(c).weight;
+            }
+            for (int c = 0; c < least.size(); ++c) {
+                widths[c] = fixed.at(c)   ? least.at(c)
+                            : weights > 0 ? std::max(0.0, room) * m_doc.columns.at(c).weight / weights
+                                          : 0.0;
+                if (!fixed.at(c) && widths.at(c) < least.at(c)) {
+                    fixed[c] = true;
+                    changed = true;
+                }
+            }
+        }
+        return widths;
+    }
+
+    QFont font(double pt, bool bold) const
+    {
+        QFont f(QStringLiteral("DejaVu Sans"));
+        f.setStyleHint(QFont::SansSerif);
+        f.setPixelSize(std::max(1, qRound(pt * m_dpi / 72.0)));
+        f.setBold(bold);
+        return f;
     }
 
     double headHeight() const
@@ -348,6 +394,16 @@ QSizeF PrintedPages::pageSize() const
     return m_layout->pageSize();
 }
 
+const QList<double> &PrintedPages::columnWidths() const
+{
+    return m_layout->widths();
+}
+
+QFont PrintedPages::bodyFont() const
+{
+    return m_layout->bodyFont();
+}
+
 void PrintedPages::paintPage(QPainter &painter, int page) const
 {
     m_layout->paintPage(painter, page);
@@ -408,4 +464,15 @@ int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs, cons
     }
     painter.end();
     return pages;
+}
+
+PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc)
+{
+    const PrintedPages layout(device, doc);
+    return {layout.columnWidths(), layout.bodyFont(), printedCellPadding(device)};
+}
+
+double printedCellPadding(const QPaintDevice *device)
+{
+    return 1.2 * device->logicalDpiY() / 25.4;
 }

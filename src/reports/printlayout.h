@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDate>
+#include <QFont>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -24,6 +25,9 @@ struct PrintedTable
         QString header;
         int weight = 1; // share of the table's width
         bool alignRight = false;
+        // The longest value the column normally holds: the column is never narrower than it (nor
+        // than its header), so that such a value stays on one line.
+        QString sample = {};
     };
 
     QString title;
@@ -57,6 +61,8 @@ public:
     ~PrintedPages();
     int pages() const;
     QSizeF pageSize() const;                           // in the device's units
+    const QList<double> &columnWidths() const;         // in the device's units
+    QFont bodyFont() const;                            // the font of the rows
     void paintPage(QPainter &painter, int page) const; // page from 0
 
 private:
@@ -88,3 +94,13 @@ using PrintProgress = std::function<bool(int done, int total)>;
 // page counter. Returns the number of pages painted; cancelled is set when progress stopped it.
 int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs,
                 const PrintProgress &progress = {}, bool *cancelled = nullptr);
+// How the table's columns come out on the device: their widths, the font of the rows, and the
+// blank left on each side of a cell's text.
+struct PrintedColumns
+{
+    QList<double> widths;
+    QFont font;
+    double padding = 0;
+};
+PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc);
+double printedCellPadding(const QPaintDevice *device);

@@ -89,7 +89,8 @@ template <typename Read> int guarded(Read read, int notFound)
         return read() ? 0 : notFound;
     } catch (const IntegrityFault &) {
         return 108;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         return 109;
     } catch (const std::bad_alloc &) {
         return 49;

@@ -111,12 +111,12 @@ bool CProtocolChooser::showNumber()
     const QString text = m_numberField->text().trimmed();
     qint32 number = 0;
     if (text.isEmpty()) {
-        showMessage(110);
+        showMessage(Message::ProtocolNumberMissing);
         m_numberField->setFocus();
         return false;
     }
     if (!m_numberField->GetAsLong(number)) {
-        showMessage(111);
+        showMessage(Message::ProtocolNotFound);
         m_numberField->setFocus();
         return false;
     }
@@ -226,18 +226,18 @@ bool CProtocolPeriodList::search()
 {
     m_model->clear();
     if (m_from->text().trimmed().isEmpty() || m_to->text().trimmed().isEmpty()) {
-        showMessage(112);
+        showMessage(Message::PeriodMissing);
         (m_from->text().trimmed().isEmpty() ? m_from : m_to)->setFocus();
         return false;
     }
     QDate from, to;
     if (!m_from->GetAsOleDate(from)) {
-        showMessage(114);
+        showMessage(Message::PeriodDateInvalid);
         m_from->setFocus();
         return false;
     }
     if (!m_to->GetAsOleDate(to)) {
-        showMessage(114);
+        showMessage(Message::PeriodDateInvalid);
         m_to->setFocus();
         return false;
     }

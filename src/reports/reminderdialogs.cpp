@@ -141,7 +141,7 @@ bool CRemindersDialog::checkOk()
 {
     QDate date;
     if (!m_date->GetAsOleDate(date)) {
-        showMessage(95);
+        showMessage(Message::DateInvalid);
         m_date->setFocus();
         return false;
     }

@@ -79,7 +79,8 @@ int findReportClient(const QString &typedCode, ReportClient *out)
         out->jmeno = lide.m_JMENO;
         out->prijmeni = lide.m_PRIJMENI;
         return 0;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         return 13;
     }
 }
@@ -90,7 +91,8 @@ int listShownCategories(QList<ReportCategory> *out)
     try {
         *out = visibleCategories();
         return 0;
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         out->clear();
         return 4;
     }
@@ -186,7 +188,8 @@ ReportResult runReport(const QString &jetSql)
         result.total = total;
         result.summary = result.rows.isEmpty() ? QString::fromUtf8(ReportEmptyText)
                                                : reportSummary(int(result.rows.size()), total);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         result = ReportResult{};
         result.message = 34;
     } catch (const std::bad_alloc &) {

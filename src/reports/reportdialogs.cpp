@@ -30,7 +30,7 @@ bool readDate(CRvEdit *field, ReportDate *out)
 {
     QDate date;
     if (!field->GetAsOleDate(date)) {
-        showMessage(95);
+        showMessage(Message::DateInvalid);
         field->setFocus();
         return false;
     }
@@ -84,7 +84,7 @@ bool CReportCategoryDialog::fill()
 bool CReportCategoryDialog::checkOk()
 {
     if (m_list->currentIndex() < 0) {
-        showMessage(8);
+        showMessage(Message::CategoryNotChosen);
         m_list->setFocus();
         return false;
     }
@@ -119,9 +119,9 @@ CReportClientDialog::CReportClientDialog(bool withDate, QWidget *parent) : QDial
     setWindowTitle(withDate ? QStringLiteral("Zadejte nejpozdější datum vrácení a kód klienta")
                             : QStringLiteral("Zadejte kód klienta"));
     m_code = new CRvEdit(this);
-    auto *codeLabel = new QLabel(QStringLiteral("&Kód klienta"), this);
+    auto *codeLabel = new QLabel(QStringLiteral("Kód klienta"), this);
     codeLabel->setBuddy(m_code);
-    auto *browse = new QPushButton(QStringLiteral("&Nalistovat"), this);
+    auto *browse = new QPushButton(QStringLiteral("Nalistovat"), this);
     browse->setAutoDefault(false);
     auto *codeRow = new QHBoxLayout;
     codeRow->addWidget(m_code, 1);
@@ -135,7 +135,7 @@ CReportClientDialog::CReportClientDialog(bool withDate, QWidget *parent) : QDial
     };
     if (withDate) {
         m_date = todayField(this);
-        auto *dateLabel = new QLabel(QStringLiteral("&Vypsat knihy vypůjčené s prodlením ke dni"), this);
+        auto *dateLabel = new QLabel(QStringLiteral("Vypsat knihy vypůjčené s prodlením ke dni"), this);
         dateLabel->setBuddy(m_date);
         layout->addWidget(dateLabel);
         layout->addWidget(m_date);

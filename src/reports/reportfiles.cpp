@@ -63,7 +63,7 @@ bool exportReportHtml(QWidget *parent, const QString &title, const QList<ReportR
     const SafeFile::Result written = writeReportHtml(path, title, rows, summary);
     if (!written.ok()) {
         qWarning("%s", qPrintable(written.describe()));
-        showMessage(120);
+        showMessage(Message::HtmlNotWritten);
         return false;
     }
     return true;

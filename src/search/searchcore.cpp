@@ -92,7 +92,8 @@ SearchCheck ValidateCriteria(SearchCriteria &c, SearchValues &v)
             if (!q.next())
                 return fail(MsgClientNotFound, SearchField::ClientCode);
             v.clientId = q.value(QStringLiteral("ID_LIDE_LIDE")).toInt();
-        } catch (const DbError &) {
+        } catch (const DbError &e) {
+            logDbError(e);
             return fail(MsgClientsDbError, SearchField::None);
         }
     }

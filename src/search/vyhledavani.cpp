@@ -3,13 +3,12 @@
 #include "app/editcommands.h"
 
 #include "data/categories.h"
+#include "data/dberror.h"
 
 #include "app/commands.h"
 #include "app/mainframe.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
-#include "data/recordsets.h"
-#include "data/statements.h"
 #include "registers/clientdialogs.h"
 
 #include <QApplication>
@@ -291,7 +290,8 @@ bool CVyhledavani::PrepareSearchForm()
     try {
         for (const CategoryItem &c : visibleCategories())
             m_category->addItem(c.name, c.id);
-    } catch (const DbError &) {
+    } catch (const DbError &e) {
+        logDbError(e);
         ok = false;
     }
     m_category->setCurrentIndex(-1);

@@ -1,3 +1,4 @@
+#include "app/messages.h"
 #include "data/czechlike.h"
 #include "data/database.h"
 #include "data/directquery.h"
@@ -22,6 +23,7 @@ private Q_SLOTS:
     void czechLikeOnPlainAndAccentedTexts();
     void czechLikeFoldsEveryLatinLetterAsTheWholeText();
     void directQueryReads();
+    void failuresKeepTheEngineTextAndStatement();
     void literalsBecomeParameters();
     void pooledStatementsServeOneRecordSetEach();
     void everyStatementRuns();
@@ -304,6 +306,47 @@ void TestDatabase::directQueryReads()
     QVERIFY_THROWS_EXCEPTION(DbError, alive.next());
     QCOMPARE(alive.columnCount(), 0);
     QVERIFY_THROWS_EXCEPTION(DbError, DirectQuery(QStringLiteral("SELECT 1")));
+}
+
+// A failed statement reaches the page with the engine's words and the statement; the page's one
+// answer shows its catalogue message and logs both under folivo.db.
+void TestDatabase::failuresKeepTheEngineTextAndStatement()
+{
+    TestLibrary lib;
+    QVERIFY(lib.isValid());
+    const QString bad = QStringLiteral("SELECT NO_COLUMN FROM KNIHY");
+    auto caught = [](const std::function<void()> &run) {
+        try {
+            run();
+        } catch (const DbError &e) {
+            return std::optional<DbError>(e);
+        }
+        return std::optional<DbError>();
+    };
+    for (const auto &run : QList<std::function<void()>>{[&] { DirectQuery q(bad); }, [&] { runSql(bad); }}) {
+        const std::optional<DbError> e = caught(run);
+        QVERIFY(e);
+        QVERIFY2(e->detail().contains(QStringLiteral("NO_COLUMN")), qPrintable(e->detail()));
+        QCOMPARE(e->statement(), bad);
+        QCOMPARE(e->text(), e->detail() + QStringLiteral(" [") + bad + QLatin1Char(']'));
+    }
+    // A failure while the engine steps.
+    const QString overflow = QStringLiteral("SELECT abs(-9223372036854775807 - 1)");
+    const std::optional<DbError> step = caught([&] {
+        DirectQuery q(overflow);
+        q.next();
+    });
+    QVERIFY(step);
+    QVERIFY2(step->detail().contains(QStringLiteral("overflow")), qPrintable(step->detail()));
+    QCOMPARE(step->statement(), overflow);
+
+    MessageRecorder messages;
+    const std::optional<DbError> e = caught([&] { DirectQuery q(bad); });
+    QVERIFY(e);
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(QStringLiteral("no such column.*in.*SELECT NO_COLUMN FROM KNIHY")));
+    showDbError(59, *e);
+    QCOMPARE(messages.numbers(), QList<int>{59});
 }
 
 void TestDatabase::literalsBecomeParameters()

@@ -5,6 +5,8 @@
 #include "support/testsupport.h"
 
 #include <QDir>
+#include <QFontMetricsF>
+#include <QPdfWriter>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
@@ -47,6 +49,7 @@ private Q_SLOTS:
     void longProtocolTakesTwoPages();
     void reportPdf();
     void footerTexts();
+    void protocolColumnsHoldTheirValues();
 };
 
 void TestPrinting::initTestCase()
@@ -207,6 +210,60 @@ void TestPrinting::footerTexts()
     QCOMPARE(printFooterText(QDate(2005, 3, 7)),
              QStringLiteral("Zpracováno programem FOLIVO 2.0 dne 07.03.2005             "));
     QCOMPARE(printPageCounterText(2, 12), QStringLiteral("strana 2 / 12"));
+}
+
+// The longest normal values, a code of 20 characters and a date such as " 7. 3.2005", stay on
+// one line in their columns: measured in the printed font on the PDF device, and read back from
+// the written file.
+void TestPrinting::protocolColumnsHoldTheirValues()
+{
+    TestLibrary lib;
+    const QString longClient = QStringLiteral("CTE-2005-00000012345");
+    const QString longBook = QStringLiteral("BEL-2005-00000067890");
+    QCOMPARE(longClient.size(), 20);
+    QCOMPARE(longBook.size(), 20);
+    const qint32 jan = lib.addClient(longClient, QStringLiteral("Jan"), QStringLiteral("Novák"));
+    const qint32 eva = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
+    TestLibrary::BookSpec first(longBook);
+    first.acquired = 20040101;
+    TestLibrary::BookSpec second(QStringLiteral("002"));
+    second.acquired = 20040101;
+    const qint32 b1 = lib.addBook(first);
+    const qint32 b2 = lib.addBook(second);
+    const qint32 loan = lib.lend({b1}, jan, 20050307, 20051228);
+    lib.lend({b2}, eva, 20051228);
+    LoanProtocol lent;
+    QCOMPARE(prepareLoanProtocol(loan, &lent), 0);
+    const qint32 ret = lib.giveBack({b1, b2}, 20060102);
+    ReturnProtocol returned;
+    QCOMPARE(prepareReturnProtocol(ret, &returned), 0);
+
+    QTemporaryDir dir;
+    const QList<PrintedTable> docs = {loanProtocolDocument(lent, today()),
+                                      returnProtocolDocument(returned, today())};
+    for (const PrintedTable &doc : docs) {
+        const QString pdf = dir.filePath(doc.title + QStringLiteral(".pdf"));
+        QPdfWriter writer(dir.filePath(QStringLiteral("measure.pdf")));
+        setUpPdfWriter(&writer, doc.title);
+        const PrintedColumns columns = printedColumns(&writer, doc);
+        const QList<double> &widths = columns.widths;
+        const QFontMetricsF body(columns.font, &writer);
+        const double room = 2 * columns.padding;
+        double total = 0;
+        for (int c = 0; c < doc.columns.size(); ++c) {
+            total += widths.at(c);
+            for (const QStringList &row : doc.rows)
+                QVERIFY2(body.horizontalAdvance(row.at(c)) <= widths.at(c) - room,
+                         qPrintable(doc.title + QLatin1Char(' ') + doc.columns.at(c).header +
+                                    QLatin1Char(' ') + row.at(c)));
+        }
+        QVERIFY(total <= writer.width() + 1);
+        QVERIFY(writePdf(doc, pdf).ok());
+        const QString text = pdfText(pdf);
+        for (const QString &whole : {longBook, QStringLiteral("7. 3.2005"), QStringLiteral("28.12.2005")})
+            QVERIFY2(text.contains(whole),
+                     qPrintable(doc.title + QLatin1Char(' ') + whole + QLatin1Char('\n') + text));
+    }
 }
 
 QTEST_MAIN(TestPrinting)

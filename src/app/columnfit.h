@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+class QAbstractItemView;
+
+// The width a column of the view needs to show its header and the sample value whole, in the
+// view's fonts and with the margins its style leaves around a cell's text.
+int fittingColumnWidth(const QAbstractItemView *view, const QString &header, const QString &sample);
+// The room a cell of the view leaves for its text (the column width less the style's margins).
+int cellTextRoom(const QAbstractItemView *view, int columnWidth);
