@@ -82,8 +82,9 @@ bool CMainFrame::browsingKeyEnabled(const QKeySequence &key)
 }
 
 // A view's letters are those of a dialog inside the frame: while the focus is in the view, Alt and
-// a letter that a control of the view shares with a menu title reaches the control, as Windows
-// gives a dialog's controls their letters before the menu's.
+// a letter that a live control of the view shares with a menu title reaches the control, as
+// Windows gives a dialog's controls their letters before the menu's; when no such control is
+// live (its field disabled), the menu opens.
 std::optional<MnemonicOwner> CMainFrame::viewMnemonic(QWidget *focus, const QKeySequence &key) const
 {
     const QKeyCombination combination = key[0];
@@ -93,12 +94,14 @@ std::optional<MnemonicOwner> CMainFrame::viewMnemonic(QWidget *focus, const QKey
     if (!view || !view->isAncestorOf(focus))
         return std::nullopt;
     const QList<MnemonicOwner> menus = menuMnemonics(menuBar());
-    if (std::none_of(menus.begin(), menus.end(), [&](const MnemonicOwner &m) { return m.key == key; }))
+    const auto menu =
+        std::find_if(menus.begin(), menus.end(), [&](const MnemonicOwner &m) { return m.key == key; });
+    if (menu == menus.end())
         return std::nullopt; // a letter of the view alone is Qt's business
     for (const MnemonicOwner &owner : mnemonicOwners(view, focus))
         if (owner.key == key)
             return owner;
-    return std::nullopt;
+    return *menu;
 }
 
 CMainFrame::~CMainFrame()

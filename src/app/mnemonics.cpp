@@ -20,11 +20,12 @@ void collect(QWidget *w, QList<MnemonicOwner> *out)
     auto take = [&](const QString &text, int tab = -1) {
         const QKeySequence key = QKeySequence::mnemonic(text);
         if (!key.isEmpty())
-            out->append({w, tab, key, text});
+            out->append({w, tab, nullptr, key, text});
     };
-    if (const auto *label = qobject_cast<const QLabel *>(w); label && label->buddy())
-        take(label->text());
-    else if (const auto *button = qobject_cast<const QAbstractButton *>(w))
+    if (const auto *label = qobject_cast<const QLabel *>(w); label && label->buddy()) {
+        if (label->buddy()->isEnabled()) // a disabled field leaves its letter to the others
+            take(label->text());
+    } else if (const auto *button = qobject_cast<const QAbstractButton *>(w))
         take(button->text());
     else if (const auto *box = qobject_cast<const QGroupBox *>(w))
         take(box->title());
@@ -65,7 +66,7 @@ QList<MnemonicOwner> menuMnemonics(const QMenuBar *bar)
     QList<MnemonicOwner> owners;
     for (QAction *a : bar->actions())
         if (const QKeySequence key = QKeySequence::mnemonic(a->text()); !key.isEmpty() && a->isVisible())
-            owners.append({const_cast<QMenuBar *>(bar), -1, key, a->text()});
+            owners.append({const_cast<QMenuBar *>(bar), -1, a, key, a->text()});
     return owners;
 }
 
@@ -96,5 +97,7 @@ void activateMnemonic(const MnemonicOwner &owner)
             }
     } else if (auto *tabs = qobject_cast<QTabBar *>(w)) {
         tabs->setCurrentIndex(owner.tab);
+    } else if (auto *bar = qobject_cast<QMenuBar *>(w)) {
+        bar->setActiveAction(owner.menu);
     }
 }

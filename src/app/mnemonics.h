@@ -4,14 +4,16 @@
 #include <QList>
 #include <QString>
 
+class QAction;
 class QMenuBar;
 class QWidget;
 
 // The mnemonics (Alt+letter) that the controls of a window or view offer.
 struct MnemonicOwner
 {
-    QWidget *widget = nullptr; // a label with a buddy, a button, a group box or a tab bar
+    QWidget *widget = nullptr; // a label with a buddy, a button, a group box, a tab bar or a menu bar
     int tab = -1;              // the tab of a tab bar
+    QAction *menu = nullptr;   // the menu title of a menu bar
     QKeySequence key;
     QString text;
 };
@@ -24,5 +26,5 @@ QList<MnemonicOwner> menuMnemonics(const QMenuBar *bar);
 
 // What Alt+letter does to its owner: a label gives the focus to its buddy (and presses a button
 // buddy), a button takes the focus and is pressed, a group box gives the focus to its first
-// field, a tab is shown.
+// field, a tab is shown, a menu title opens its menu.
 void activateMnemonic(const MnemonicOwner &owner);

@@ -16,6 +16,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 namespace {
@@ -216,8 +217,9 @@ CExportBackupDlg::CExportBackupDlg(QWidget *parent) : CBackupDlgBase(parent)
     targets->addStretch(1);
     buildLayout(targets, QString::fromUtf8("Exportovat do &souboru"));
     // The two boxes act as a pair of radio buttons: exactly one is checked.
-    connect(m_disk, &QCheckBox::clicked, this, [this](bool checked) { setTarget(checked); });
-    connect(m_floppy, &QCheckBox::clicked, this, [this](bool checked) { setTarget(!checked); });
+    // toggled, not clicked: the keyboard, a screen reader and setChecked change the pair too.
+    connect(m_disk, &QCheckBox::toggled, this, [this](bool checked) { setTarget(checked); });
+    connect(m_floppy, &QCheckBox::toggled, this, [this](bool checked) { setTarget(!checked); });
     setTarget(true);
     setTabOrder(m_disk, m_floppy);
     setTabOrder(m_floppy, m_change);
@@ -232,8 +234,12 @@ QString CExportBackupDlg::defaultFileName() const
 
 void CExportBackupDlg::setTarget(bool disk)
 {
-    m_disk->setChecked(disk);
-    m_floppy->setChecked(!disk);
+    {
+        const QSignalBlocker blockDisk(m_disk);
+        const QSignalBlocker blockFloppy(m_floppy);
+        m_disk->setChecked(disk);
+        m_floppy->setChecked(!disk);
+    }
     m_fileName->setText(disk ? defaultFileName() : QString());
     m_changeAllowed = disk;
     m_change->setEnabled(disk);

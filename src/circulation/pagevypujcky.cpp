@@ -39,7 +39,6 @@ CPageVypujcky::CPageVypujcky(QWidget *parent) : CEntryPage(parent)
     BookLookupBox book = makeBookLookupBox(this);
     QGroupBox *bookBox = book.box;
     m_bookCode = book.code;
-    m_bookCode->setObjectName(QStringLiteral("bookCode"));
     QPushButton *bookOk = book.ok;
     QPushButton *bookPick = book.pick;
     m_title = book.title;

@@ -320,6 +320,8 @@ const QSet<QString> &textColumns()
 // Č200, H400, ch300, CH900) instead of by bytes. A term that names its collation stays as it is.
 QString collateTextOrder(const QString &sql)
 {
+    if (!sql.contains(QLatin1String("ORDER"), Qt::CaseInsensitive))
+        return sql; // most statements of the pages: one look, no second pass
     const qsizetype n = sql.size();
     auto skipBlanks = [&](qsizetype at) {
         while (at < n && sql.at(at).isSpace())
@@ -379,6 +381,8 @@ QString collateTextOrder(const QString &sql)
                 }
             } else if (inOrder && isWord(i, end, QLatin1StringView("LIMIT"))) {
                 inOrder = false;
+            } else {
+                termStart = false; // a number or a word that is no column starts no text term
             }
             out += QStringView(sql).mid(i, end - i);
             i = end;

@@ -67,18 +67,18 @@ PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, 
     return doc;
 }
 
-QPageLayout programPageLayout()
-{
-    return QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, QMarginsF(15, 15, 15, 12),
-                       QPageLayout::Millimeter);
-}
-
 void setUpPdfWriter(QPdfWriter *writer, const QString &title)
 {
     writer->setCreator(QStringLiteral("FOLIVO 2.0"));
     writer->setTitle(title);
     writer->setResolution(300);
     writer->setPageLayout(programPageLayout());
+}
+
+QPageLayout programPageLayout()
+{
+    return QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, QMarginsF(15, 15, 15, 12),
+                       QPageLayout::Millimeter);
 }
 
 PdfResult writePdf(const PrintedTable &doc, const QString &path, const PageProgress &progress,

@@ -6,6 +6,7 @@
 #include "reports/reportcore.h"
 
 #include <QPageLayout>
+
 class QPdfWriter;
 
 // The printed forms of the reports and protocols.
@@ -16,7 +17,7 @@ PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, 
 
 // The program's page: A4 portrait with its margins.
 QPageLayout programPageLayout();
-// The page set-up of the PDF files: the program's page at 300 dpi, the title and the creator.
+// A PDF writer set up for the program's page at 300 dpi.
 void setUpPdfWriter(QPdfWriter *writer, const QString &title);
 
 // What writing a PDF file came to: the print job and the file.

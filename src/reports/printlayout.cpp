@@ -94,9 +94,10 @@ public:
     }
 
     int pages() const { return int(m_pageStarts.size()); }
-    QSizeF pageSize() const { return m_page.size(); }
     const QList<double> &widths() const { return m_columnW; }
     const QFont &bodyFont() const { return m_bodyFont; }
+    double padding() const { return m_pad; }
+    QSizeF pageSize() const { return m_page.size(); }
 
     void paintPage(QPainter &p, int page) const
     {
@@ -115,6 +116,15 @@ public:
 private:
     double mm(double v) const { return v * m_dpi / 25.4; }
 
+    QFont font(double pt, bool bold) const
+    {
+        QFont f(QStringLiteral("DejaVu Sans"));
+        f.setStyleHint(QFont::SansSerif);
+        f.setPixelSize(std::max(1, qRound(pt * m_dpi / 72.0)));
+        f.setBold(bold);
+        return f;
+    }
+
     // Each column takes its share of the page by weight, but never less than its header and its
     // sample value need; what those columns take beyond their share comes out of the others'.
     QList<double> leastWidths() const
@@ -128,22 +138,6 @@ private:
         return least;
     }
 
-    static int lineCount(const QString &text) { return int(text.count(QLatin1Char('\n'))) + 1; }
-
-    double paragraphHeight(const QString &text) const
-    {
-        return QFontMetricsF(m_bodyFont, m_device)
-            .boundingRect(QRectF(0, 0, m_page.width(), 1e6), Qt::TextWordWrap, text)
-            .height();
-    }
-
-    double paragraphsHeight(const QStringList &paragraphs) const
-    {
-        double h = 0;
-        for (const QString &text : paragraphs)
-            h += paragraphHeight(text) + mm(2.5);
-        return h;
-    }
     QList<double> columnWidths() const
     {
         const QList<double> least = leastWidths();
@@ -172,13 +166,21 @@ private:
         return widths;
     }
 
-    QFont font(double pt, bool bold) const
+    static int lineCount(const QString &text) { return int(text.count(QLatin1Char('\n'))) + 1; }
+
+    double paragraphHeight(const QString &text) const
     {
-        QFont f(QStringLiteral("DejaVu Sans"));
-        f.setStyleHint(QFont::SansSerif);
-        f.setPixelSize(std::max(1, qRound(pt * m_dpi / 72.0)));
-        f.setBold(bold);
-        return f;
+        return QFontMetricsF(m_bodyFont, m_device)
+            .boundingRect(QRectF(0, 0, m_page.width(), 1e6), Qt::TextWordWrap, text)
+            .height();
+    }
+
+    double paragraphsHeight(const QStringList &paragraphs) const
+    {
+        double h = 0;
+        for (const QString &text : paragraphs)
+            h += paragraphHeight(text) + mm(2.5);
+        return h;
     }
 
     double headHeight() const
@@ -394,16 +396,6 @@ QSizeF PrintedPages::pageSize() const
     return m_layout->pageSize();
 }
 
-const QList<double> &PrintedPages::columnWidths() const
-{
-    return m_layout->widths();
-}
-
-QFont PrintedPages::bodyFont() const
-{
-    return m_layout->bodyFont();
-}
-
 void PrintedPages::paintPage(QPainter &painter, int page) const
 {
     m_layout->paintPage(painter, page);
@@ -466,10 +458,14 @@ int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs, cons
     return pages;
 }
 
-PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc)
+PrintedColumns PrintedPages::columns() const
 {
-    const PrintedPages layout(device, doc);
-    return {layout.columnWidths(), layout.bodyFont(), printedCellPadding(device)};
+    return {m_layout->widths(), m_layout->bodyFont(), m_layout->padding()};
+}
+
+PrintedColumns printedColumns(const QPaintDevice *device, const PrintedTable &doc)
+{
+    return PrintedPages(device, doc).columns();
 }
 
 double printedCellPadding(const QPaintDevice *device)

@@ -46,6 +46,15 @@ struct PrintedTable
 QString printFooterText(const QDate &date);
 QString printPageCounterText(int page, int pages);
 
+// How the table's columns come out on the device: their widths, the font of the rows, and the
+// blank left on each side of a cell's text.
+struct PrintedColumns
+{
+    QList<double> widths;
+    QFont font;
+    double padding = 0;
+};
+
 // Asked before each page is painted, with the page (from 1) and the number of pages; answering
 // false stops the job before that page.
 using PageProgress = std::function<bool(int page, int pages)>;
@@ -61,9 +70,8 @@ public:
     ~PrintedPages();
     int pages() const;
     QSizeF pageSize() const;                           // in the device's units
-    const QList<double> &columnWidths() const;         // in the device's units
-    QFont bodyFont() const;                            // the font of the rows
     void paintPage(QPainter &painter, int page) const; // page from 0
+    PrintedColumns columns() const;
 
 private:
     Q_DISABLE_COPY_MOVE(PrintedPages)
@@ -94,13 +102,5 @@ using PrintProgress = std::function<bool(int done, int total)>;
 // page counter. Returns the number of pages painted; cancelled is set when progress stopped it.
 int printTables(QPagedPaintDevice *device, const QList<PrintedTable> &docs,
                 const PrintProgress &progress = {}, bool *cancelled = nullptr);
-// How the table's columns come out on the device: their widths, the font of the rows, and the
-// blank left on each side of a cell's text.
-struct PrintedColumns
-{
-    QList<double> widths;
-    QFont font;
-    double padding = 0;
-};
-PrintedColumns printedColumns(QPagedPaintDevice *device, const PrintedTable &doc);
+PrintedColumns printedColumns(const QPaintDevice *device, const PrintedTable &doc);
 double printedCellPadding(const QPaintDevice *device);

@@ -132,6 +132,16 @@ void TestBackupDialogs::exportDialogControls()
     QVERIFY(dlg.fileNameEdit()->text().isEmpty());
     QTest::mouseClick(dlg.diskBox(), Qt::LeftButton);
     QVERIFY(dlg.diskBox()->isChecked());
+    // The keyboard and a screen reader change the pair as a click does.
+    dlg.floppyBox()->setFocus();
+    QTest::keyClick(dlg.floppyBox(), Qt::Key_Space);
+    QVERIFY(dlg.floppyBox()->isChecked());
+    QVERIFY(!dlg.diskBox()->isChecked());
+    QVERIFY(!dlg.changeButton()->isEnabled());
+    dlg.diskBox()->setChecked(true);
+    QVERIFY(!dlg.floppyBox()->isChecked());
+    QCOMPARE(dlg.fileNameEdit()->text(), defaultName);
+    QVERIFY(dlg.changeButton()->isEnabled());
 
     // "Změnit..." starts in Export (made when missing) and takes the chosen name.
     QDir(m_lib->dir()).rmdir(QStringLiteral("Export"));

@@ -157,6 +157,9 @@ void TestDatabase::translation_data()
            "ORDER BY CENA";
     QTest::newRow("limit ends the order") << "SELECT * FROM KNIHY ORDER BY KOD LIMIT 5"
                                           << "SELECT * FROM KNIHY ORDER BY KOD COLLATE CZECH LIMIT 5";
+    QTest::newRow("positions and expressions untouched")
+        << "SELECT * FROM KNIHY ORDER BY 2 DESC, LENGTH(NAZEV), NAZEV"
+        << "SELECT * FROM KNIHY ORDER BY 2 DESC, LENGTH(NAZEV), NAZEV COLLATE CZECH";
     QTest::newRow("unknown column untouched") << "SELECT * FROM KNIHY ORDER BY NOSUCH, KNIHY.CENA"
                                               << "SELECT * FROM KNIHY ORDER BY NOSUCH, KNIHY.CENA";
 }

@@ -24,8 +24,10 @@
 #include "registers/categorydialogs.h"
 #include "registers/clientdialogs.h"
 #include "reports/protocoldialogs.h"
+#include "reports/reminderdialogs.h"
 #include "reports/reportdialogs.h"
 #include "reports/sestavaview.h"
+#include "reports/statisticsview.h"
 #include "search/vyhledavani.h"
 #include "support/guitestsupport.h"
 #include "support/testsupport.h"
@@ -78,7 +80,8 @@ QStringList clashes(const QString &window, const QList<MnemonicOwner> &mnemonics
 {
     QStringList out;
     // Letters that the program's texts themselves give twice in one window.
-    const QStringList shared = {QStringLiteral("&Přírůst. čís. od"), QStringLiteral("&Pořízení od")};
+    const QStringList shared = {QStringLiteral("&Přírůst. čís. od"), QStringLiteral("&Pořízení od"),
+                                QStringLiteral("&Sestava..."), QStringLiteral("&Sestava do HTML...")};
     for (int i = 0; i < mnemonics.size(); ++i)
         for (int j = i + 1; j < mnemonics.size(); ++j)
             if (mnemonics.at(i).key == mnemonics.at(j).key &&
@@ -469,6 +472,20 @@ void TestCzechUi::mnemonicsWithoutClashes()
 
     QStringList found;
     found << clashes(QStringLiteral("menu"), menuMnemonics(m_frame->menuBar()));
+    // Each menu's own items.
+    QList<QMenu *> menus;
+    for (QAction *a : m_frame->menuBar()->actions())
+        menus << a->menu();
+    for (int i = 0; i < menus.size(); ++i) {
+        QList<MnemonicOwner> items;
+        for (QAction *a : menus.at(i)->actions()) {
+            if (a->menu())
+                menus << a->menu();
+            if (const QKeySequence key = QKeySequence::mnemonic(a->text()); !key.isEmpty())
+                items.append({nullptr, -1, a, key, a->text()});
+        }
+        found << clashes(menus.at(i)->title(), items);
+    }
     for (int i = 0; i < view->sheet()->count(); ++i) {
         view->setActivePage(i);
         found << clashes(view->sheet()->tabText(i), mnemonicOwners(m_frame->activeView()));
@@ -517,6 +534,8 @@ void TestCzechUi::mnemonicsWithoutClashes()
     dialogs.emplace_back(new CProtocolChooser(1));
     dialogs.emplace_back(new CProtocolChooser(2));
     dialogs.emplace_back(new CProtocolPeriodList(1));
+    dialogs.emplace_back(new CStatisticsYearDialog);
+    dialogs.emplace_back(new CRemindersDialog);
     dialogs.emplace_back(new CExportBackupDlg);
     dialogs.emplace_back(new CImportBackupDlg);
     for (const auto &d : dialogs) {
@@ -558,6 +577,27 @@ void TestCzechUi::viewLettersBeforeMenus()
     QCOMPARE(popup->title(), QStringLiteral("&Nápověda"));
     popup->close();
     QCOMPARE(limit->isChecked(), !wasLimited);
+
+    // On the returns page "&Vrátit dne" has the letter until its field is disabled (the batch's
+    // date is fixed); then the menu has it.
+    view->setActivePage(CViewZadavani::Vraceni);
+    QWidget *returnDate = view->activePage()->findChild<QWidget *>(QStringLiteral("returnDate"));
+    QWidget *code = view->activePage()->findChild<QWidget *>(QStringLiteral("bookCode"));
+    QVERIFY(returnDate && code);
+    code->setFocus();
+    QTRY_COMPARE(QApplication::focusWidget(), code);
+    QTest::keyClick(code, Qt::Key_V, Qt::AltModifier);
+    QTRY_COMPARE(QApplication::focusWidget(), returnDate);
+    QVERIFY(!QApplication::activePopupWidget());
+    code->setFocus();
+    returnDate->setEnabled(false);
+    QTRY_COMPARE(QApplication::focusWidget(), code);
+    QTest::keyClick(code, Qt::Key_V, Qt::AltModifier);
+    QTRY_VERIFY(QApplication::activePopupWidget());
+    popup = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    QVERIFY(popup);
+    QCOMPARE(popup->title(), QStringLiteral("Na&vigace"));
+    popup->close();
 }
 
 // The lists of the circulation pages make room for their longest normal values: a code of 20
