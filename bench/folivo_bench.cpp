@@ -1469,6 +1469,8 @@ int printFiguresTable(const QString &json)
                 doc.value(QStringLiteral("runs")).toInt(),
                 qPrintable(doc.value(QStringLiteral("machine")).toString()),
                 qPrintable(doc.value(QStringLiteral("date")).toString()));
+    if (doc.contains(QStringLiteral("note")))
+        std::printf("\n%s\n", qPrintable(doc.value(QStringLiteral("note")).toString()));
     return 0;
 }
 
