@@ -26,10 +26,11 @@ case-sensitive compare of codes and names|src/data/database.cpp|s/return "NOCASE
 lost keyword separator|src/data/checks.cpp|s/out \+= QLatin1Char\('~'\) \+ k \+ QLatin1Char\('~'\);/out += QLatin1Char('~') + k;/
 return keeps the holder|src/circulation/circulationcore.cpp|s/book\.m_ID_LIDE_KNIHY = -1;\n//
 an unlimited loan written as limited|src/circulation/circulationcore.cpp|s/row\.m_OMEZOVAT = b\.due != NoDate;/row.m_OMEZOVAT = true;/
-discard without its date|src/circulation/circulationcore.cpp|s/book\.m_DATUM_VYRAZENI = discardDate;\n//
+discard dated a day early|src/circulation/circulationcore.cpp|s/book\.m_DATUM_VYRAZENI = discardDate;/book.m_DATUM_VYRAZENI = discardDate - 1;/
 forbidden apostrophe let through|src/data/checks.cpp|s/case '\\'':\n//
 accession maximum lowered|src/data/recordsets.cpp|s/WHERE PRIRUSTEK_MAX < \?/WHERE PRIRUSTEK_MAX <> ?/
 a lent book accepted for a discard|src/circulation/pagevyrazeni.cpp|s/if \(book->lent\) \{/if (false) {/
+off-by-one in the client's overdue report date|src/data/statements.h|s/(ReportClientOverdue =.*?DATUM_MAX) < %d/$1 <= %d/s
 LIST
 )
 

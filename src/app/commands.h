@@ -1,5 +1,10 @@
 #pragma once
 
+// Command identifiers and view switching belong to the frame; the core offers plain functions.
+#ifdef FOLIVO_CORE_LAYER
+#error "a file of folivo_core uses a notion of the windows"
+#endif
+
 // The program's commands, by the identifiers the menus, tool bar and handlers share.
 namespace Cmd {
 enum : int

@@ -1,5 +1,10 @@
 #pragma once
 
+// Command identifiers and view switching belong to the frame; the core offers plain functions.
+#ifdef FOLIVO_CORE_LAYER
+#error "a file of folivo_core uses a notion of the windows"
+#endif
+
 #include <QString>
 
 // What a command hands the main frame to change the shown view: the target view and, for the

@@ -1,7 +1,7 @@
-#include "app/appstate.h"
 #include "app/messages.h"
 #include "cli/clicommon.h"
 #include "data/database.h"
+#include "data/dates.h"
 #include "reports/printdocs.h"
 
 #include <QDir>
@@ -38,10 +38,8 @@ int cmdProtocol(const QStringList &argv)
     if (args.positional.size() != 2)
         return cliFail(QStringLiteral("protocol needs a kind (loan or return) and a number"));
     const QString kindText = args.positional.at(0);
-    const int kind = kindText == QLatin1String("loan")     ? ProtocolRequest::Loan
-                     : kindText == QLatin1String("return") ? ProtocolRequest::Return
-                                                           : ProtocolRequest::None;
-    if (kind == ProtocolRequest::None)
+    const bool loan = kindText == QLatin1String("loan");
+    if (!loan && kindText != QLatin1String("return"))
         return cliFail(QStringLiteral("unknown protocol kind %1; use loan or return").arg(kindText));
     qint32 number = 0;
     if (!parseWhole(args.positional.at(1), &number))
@@ -66,7 +64,7 @@ int cmdProtocol(const QStringList &argv)
     }
     PrintedTable doc;
     int message = 0;
-    if (kind == ProtocolRequest::Loan) {
+    if (loan) {
         LoanProtocol protocol;
         message = prepareLoanProtocol(number, &protocol);
         doc = loanProtocolDocument(protocol, today());

@@ -31,11 +31,6 @@ QString dateText(const QDate &date)
     return QString::asprintf("%2d.%2d.%4d", date.day(), date.month(), date.year());
 }
 
-QString footerDateText(const QDate &date)
-{
-    return QString::asprintf("%02d.%02d.%d", date.day(), date.month(), date.year());
-}
-
 int daysBetween(DateNumber from, DateNumber to)
 {
     const QDate a = dateFromNumber(from);

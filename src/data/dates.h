@@ -15,8 +15,6 @@ QDate dateFromNumber(DateNumber d);
 // The form shown in every list and field: day and month padded with a blank (" 7. 3.2005").
 QString dateText(DateNumber d);
 QString dateText(const QDate &date);
-// The form of printed page footers: zero-padded ("07.03.2005").
-QString footerDateText(const QDate &date);
 
 // Whole calendar days from `from` to `to` (negative when `to` is earlier).
 int daysBetween(DateNumber from, DateNumber to);

@@ -38,7 +38,6 @@ void TestDataCore::dateTexts()
     QCOMPARE(dateText(20051231), QStringLiteral("31.12.2005"));
     QCOMPARE(dateText(NoDate), QString());
     QCOMPARE(dateText(QDate(2005, 3, 7)), QStringLiteral(" 7. 3.2005"));
-    QCOMPARE(footerDateText(QDate(2005, 3, 7)), QStringLiteral("07.03.2005"));
 }
 
 void TestDataCore::parsing()

@@ -83,23 +83,17 @@ void TestReportCore::narrowedStatements()
              QStringLiteral("SELECT * FROM KNIHY WHERE 1"));
 }
 
+// The titles and kinds the report view and the HTML page show; what the statements select is
+// pinned on a real library below.
 void TestReportCore::statementsAndTitles()
 {
-    const ReportQuery present = fixedReport(ReportKind::Present);
-    QCOMPARE(present.sql,
-             QStringLiteral("SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND NOT KNIHY.VYPUJCENO ORDER "
-                            "BY KNIHY.KOD DESC"));
-    QCOMPARE(present.title, QStringLiteral("Knihy právě přítomné v knihovně"));
+    QCOMPARE(fixedReport(ReportKind::Present).title, QStringLiteral("Knihy právě přítomné v knihovně"));
     QCOMPARE(fixedReport(ReportKind::Lent).title, QStringLiteral("Knihy právě vypůjčené"));
     QCOMPARE(fixedReport(ReportKind::PresentAndLent).title,
              QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
-    QCOMPARE(fixedReport(ReportKind::Discarded).sql,
-             QStringLiteral("SELECT * FROM KNIHY WHERE KNIHY.VYRAZENO ORDER BY KNIHY.KOD DESC"));
     QVERIFY(fixedReport(ReportKind::Category).sql.isEmpty());
 
     const ReportQuery overdue = overdueReport(20050307, QStringLiteral(" 7. 3.2005"));
-    QVERIFY(
-        overdue.sql.contains(QStringLiteral("VYPUJCKY.DATUM_MAX < 20050307)  AND (VYPUJCKY.ID_VYPUJCKY")));
     QCOMPARE(overdue.title, QStringLiteral("Knihy vypůjčené s prodlením počítaným ke dni:  7. 3.2005"));
     QCOMPARE(overdue.kind, 4);
 
@@ -107,23 +101,12 @@ void TestReportCore::statementsAndTitles()
     QCOMPARE(label, QStringLiteral("K017  (Novák Jan)"));
     QCOMPARE(clientLoansReport(12, label).title,
              QStringLiteral("Aktuální výpůjčky klienta: K017  (Novák Jan)"));
-    QCOMPARE(
-        clientLoansReport(12, label).sql,
-        QStringLiteral("SELECT * FROM KNIHY WHERE NOT KNIHY.VYRAZENO AND KNIHY.ID_LIDE_KNIHY = 12 ORDER BY "
-                       "KNIHY.KOD DESC"));
     QCOMPARE(clientHistoryReport(12, label).title,
              QStringLiteral("Historie výpůjček klienta: K017  (Novák Jan)"));
     QCOMPARE(clientHistoryReport(12, label).kind, 3);
     QCOMPARE(categoryReport(4, QStringLiteral("Poezie")).title, QStringLiteral("Knihy v kategorii: Poezie"));
-    QVERIFY(categoryReport(4, QStringLiteral("Poezie"))
-                .sql.contains(QStringLiteral("ID_KATEGORIE_KNIHY = 4 ORDER")));
-
-    // The client's overdue books: the date goes first into the statement, then the client.
     const ReportQuery clientOverdue = clientOverdueReport(12, QStringLiteral("Novák"), QStringLiteral("Jan"),
                                                           20050307, QStringLiteral(" 7. 3.2005"));
-    QVERIFY(clientOverdue.sql.contains(QStringLiteral("DATUM_MAX < 20050307)  AND")));
-    QVERIFY(clientOverdue.sql.contains(
-        QStringLiteral("(VYPUJCKY.ID_LIDE_VYPUJCKY = 12)) ORDER BY KNIHY.KOD DESC")));
     QCOMPARE(clientOverdue.title,
              QStringLiteral("Knihy klienta: Novák Jan, vypůjčené s prodlením ke dni:  7. 3.2005"));
     QCOMPARE(clientOverdue.kind, 9);
@@ -180,6 +163,14 @@ void TestReportCore::reportsOnARealLibrary()
     QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260321, QString())),
              (QStringList{QStringLiteral("002"), QStringLiteral("003"), QStringLiteral("005")}));
     QCOMPARE(run(clientOverdueReport(eva, QString(), QString(), 20260321, QString())), QStringList());
+    // The client's overdue books at their boundary day: a loan due on 20 March is overdue from
+    // 21 March on, not on the 20th; Eva's returned loan never counts for her.
+    QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260320, QString())),
+             (QStringList{QStringLiteral("003"), QStringLiteral("005")}));
+    QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260315, QString())),
+             QStringList{QStringLiteral("003")});
+    QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260314, QString())), QStringList());
+    QCOMPARE(run(clientOverdueReport(eva, QString(), QString(), 20260302, QString())), QStringList());
     QCOMPARE(run(clientLoansReport(jan, QString())),
              (QStringList{QStringLiteral("001"), QStringLiteral("002"), QStringLiteral("003"),
                           QStringLiteral("005")}));

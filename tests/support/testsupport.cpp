@@ -1,5 +1,7 @@
 #include "support/testsupport.h"
 
+#include "circulation/circulationcore.h"
+
 #include "data/database.h"
 #include "data/recordsets.h"
 
@@ -78,50 +80,26 @@ qint32 TestLibrary::addBook(const BookSpec &book)
     return id;
 }
 
+// Loans and returns are written by the program's own write functions, as the pages write them.
 qint32 TestLibrary::lend(const QList<qint32> &books, qint32 client, DateNumber on, DateNumber due)
 {
-    Transaction tx;
-    const qint32 loan = allocateId(Counter::Vypujcky);
-    for (qint32 book : books) {
-        runSql(QStringLiteral("INSERT INTO VYPUJCKY VALUES (?, ?, ?, 0, ?, ?, ?, -1)"),
-               {loan, client, book, on, due != NoDate ? 1 : 0, due});
-        runSql(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = ?, ID_VYPUJCKY_KNIHY = ? "
-                              "WHERE ID_KNIHY_KNIHY = ?"),
-               {client, loan, book});
-    }
-    tx.commit();
-    return loan;
+    QList<LoanBook> loan;
+    for (qint32 book : books)
+        loan << LoanBook{book, due};
+    return lendBooks(client, on, loan);
 }
 
 qint32 TestLibrary::giveBack(const QList<qint32> &books, DateNumber on)
 {
-    Transaction tx;
-    const qint32 ret = allocateId(Counter::Vraceni);
+    QList<ReturnBook> back;
     for (qint32 book : books) {
-        QSqlQuery q =
-            runSql(QStringLiteral("SELECT V.ID_VYPUJCKY_VYPUJCKY, V.ID_LIDE_VYPUJCKY, V.DATUM_MAX, "
-                                  "V.DATUM_PUJCKY, V.OMEZOVAT FROM KNIHY K JOIN VYPUJCKY V ON "
-                                  "V.ID_VYPUJCKY_VYPUJCKY = K.ID_VYPUJCKY_KNIHY AND "
-                                  "V.ID_KNIHY_VYPUJCKY = K.ID_KNIHY_KNIHY WHERE K.ID_KNIHY_KNIHY = ?"),
-                   {book});
-        if (!q.next())
+        const std::optional<BookRow> row = findBookById(book);
+        const std::optional<LoanTerms> terms = row ? loanTerms(row->loan, book) : std::nullopt;
+        if (!row || !terms)
             throw DbError(QStringLiteral("book %1 is not lent").arg(book));
-        const QVariant loan = q.value(0), client = q.value(1), due = q.value(2), lent = q.value(3),
-                       limited = q.value(4);
-        q.finish();
-        runSql(QStringLiteral(
-                   "UPDATE VYPUJCKY SET VRACENO = 1, DATUM_VRACENI = ? WHERE ID_VYPUJCKY_VYPUJCKY = ? AND "
-                   "ID_KNIHY_VYPUJCKY = ?"),
-               {on, loan, book});
-        runSql(
-            QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 0, ID_LIDE_KNIHY = -1, ID_VYPUJCKY_KNIHY = -1 WHERE "
-                           "ID_KNIHY_KNIHY = ?"),
-            {book});
-        runSql(QStringLiteral("INSERT INTO VRACENI VALUES (?, ?, ?, ?, ?, ?, ?)"),
-               {ret, book, client, on, due, lent, limited});
+        back << ReturnBook{book, row->client, row->loan, terms->loanDate, terms->due, terms->limited};
     }
-    tx.commit();
-    return ret;
+    return returnBooks(on, back);
 }
 
 MessageRecorder::MessageRecorder()
