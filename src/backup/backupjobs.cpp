@@ -133,16 +133,6 @@ BackupOutcome swapDatabase(const QString &dataDir, const QString &image)
 
 } // namespace
 
-QString restoredImagePath(const QString &dataDir)
-{
-    return LibraryFiles::restoredImagePath(dataDir);
-}
-
-QString previousImagePath(const QString &dataDir)
-{
-    return LibraryFiles::previousImagePath(dataDir);
-}
-
 BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &callbacks)
 {
     // The library stays open for the whole copy: the lock on it never lapses, so no other copy
@@ -196,7 +186,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
         return BackupOutcome::Stayed;
     }
     QDir(request.dataDir).mkdir(QStringLiteral("Temp"));
-    const QString restored = restoredImagePath(request.dataDir);
+    const QString restored = LibraryFiles::restoredImagePath(request.dataDir);
     // The image is read into a save file beside Temp/Tmp_new.dat, which takes its name only once
     // the whole backup was read: a file left there by an earlier attempt is never in the way.
     QSaveFile temporary(restored);
@@ -211,7 +201,7 @@ BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &cal
     // a second handle on the open library would drop the program's lock when closed.
     const QString live = LibraryFiles::libraryPath(request.dataDir);
     if (sameFile(name, live) || sameFile(name, restored) ||
-        sameFile(name, previousImagePath(request.dataDir))) {
+        sameFile(name, LibraryFiles::previousImagePath(request.dataDir))) {
         discard(temporary);
         showMessage(Message::BackupNotFolivo);
         setBusy(callbacks, false);

@@ -38,7 +38,3 @@ struct ImportRequest
 
 BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &callbacks);
 BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &callbacks);
-
-// The files the import uses, relative to the data directory.
-QString restoredImagePath(const QString &dataDir); // Temp/Tmp_new.dat
-QString previousImagePath(const QString &dataDir); // Temp/Tmp_old.dat

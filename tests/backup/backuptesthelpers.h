@@ -39,6 +39,15 @@ inline QByteArray readFile(const QString &path)
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
+// A disk backup of an arbitrary image, framed as the export frames it.
+inline QByteArray framedBackup(const QByteArray &image, quint32 tag = 5)
+{
+    BackupHeader h;
+    h.dataLength = quint32(image.size());
+    h.tag = tag;
+    return h.toBytes() + image + QByteArray::fromHex("0011001100110011");
+}
+
 inline quint32 wordAt(const QByteArray &bytes, qint64 offset)
 {
     return quint32(quint8(bytes[offset])) | quint32(quint8(bytes[offset + 1])) << 8 |

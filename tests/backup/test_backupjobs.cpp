@@ -3,6 +3,7 @@
 #include "backup/backupjobs.h"
 #include "backuptesthelpers.h"
 #include "data/database.h"
+#include "data/libraryfiles.h"
 #include "data/recordsets.h"
 #include "support/testsupport.h"
 
@@ -61,15 +62,6 @@ ImportRequest importFrom(const TestLibrary &lib, const QString &name)
     r.dataDir = lib.dir();
     r.fileName = name;
     return r;
-}
-
-// A backup of an arbitrary image, framed as the export frames it.
-QByteArray framed(const QByteArray &image)
-{
-    BackupHeader h;
-    h.dataLength = quint32(image.size());
-    h.tag = 5;
-    return h.toBytes() + image + QByteArray::fromHex("0011001100110011");
 }
 
 struct BusyLog
@@ -195,7 +187,7 @@ void TestBackupJobs::diskBackupRestoresTheLibrary()
     messages.clear();
     messages.answerNext(ResultNo);
     QCOMPARE(runImport(importFrom(lib, request.fileName), {}), BackupOutcome::Stayed);
-    QVERIFY(!QFile::exists(restoredImagePath(lib.dir())));
+    QVERIFY(!QFile::exists(LibraryFiles::restoredImagePath(lib.dir())));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 4);
     messages.clear();
     QCOMPARE(runImport(importFrom(lib, QStringLiteral(" ")), {}), BackupOutcome::Stayed);
@@ -212,8 +204,8 @@ void TestBackupJobs::diskBackupRestoresTheLibrary()
     QCOMPARE(messages.shown().at(1).text, RestoreDone);
     QCOMPARE(progress.texts.last(), QStringLiteral("100% hotovo"));
     QVERIFY(Database::isOpen());
-    QVERIFY(!QFile::exists(restoredImagePath(lib.dir())));
-    QVERIFY(!QFile::exists(previousImagePath(lib.dir())));
+    QVERIFY(!QFile::exists(LibraryFiles::restoredImagePath(lib.dir())));
+    QVERIFY(!QFile::exists(LibraryFiles::previousImagePath(lib.dir())));
     QVERIFY(snapshot(lib) == saved);
 
     // The program works on the restored data: the state of the backup, and new writes.
@@ -329,7 +321,7 @@ void TestBackupJobs::unsoundImagesAreRefused()
         pattern(5000), corrupted, lacksTable,    saved.left(saved.size() - 4096),
         withTrigger,   withView,  droppedColumn, brokenRule};
     for (const QByteArray &image : images) {
-        QVERIFY(writeFile(name, framed(image)));
+        QVERIFY(writeFile(name, framedBackup(image)));
         messages.clear();
         QCOMPARE(runImport(importFrom(lib, name), {}), BackupOutcome::Failed);
         QCOMPARE(messages.numbers(), (QList<int>{0, 102}));
@@ -344,13 +336,13 @@ void TestBackupJobs::unsoundImagesAreRefused()
     // schema never is.
     ImportRequest forced = importFrom(lib, name);
     forced.acceptRecordFindings = true;
-    QVERIFY(writeFile(name, framed(withTrigger)));
+    QVERIFY(writeFile(name, framedBackup(withTrigger)));
     QCOMPARE(runImport(forced, {}), BackupOutcome::Failed);
     QVERIFY(snapshot(lib) == saved);
-    QVERIFY(writeFile(name, framed(brokenRule)));
+    QVERIFY(writeFile(name, framedBackup(brokenRule)));
     QCOMPARE(runImport(forced, {}), BackupOutcome::Succeeded);
     QVERIFY(snapshot(lib) == brokenRule);
-    QVERIFY(writeFile(name, framed(saved)));
+    QVERIFY(writeFile(name, framedBackup(saved)));
     QCOMPARE(runImport(importFrom(lib, name), {}), BackupOutcome::Succeeded);
     QVERIFY(snapshot(lib) == saved);
 
@@ -402,7 +394,7 @@ void TestBackupJobs::failedWriteReopensTheDatabase()
 
     // The import's temporary file cannot be created: 101 and nothing else happens.
     const QString backup = QDir(lib.dir()).filePath(QStringLiteral("z.fzl"));
-    QVERIFY(writeFile(backup, framed(saved)));
+    QVERIFY(writeFile(backup, framedBackup(saved)));
     QDir(lib.dir()).mkpath(QStringLiteral("Temp/Tmp_new.dat/blocked"));
     messages.clear();
     const QByteArray current = snapshot(lib);
@@ -458,7 +450,7 @@ void TestBackupJobs::quitDuringExportReopens()
     // A quit during the import's read leaves the database as it was.
     lib.addBook(QStringLiteral("B1"));
     const QByteArray current = snapshot(lib);
-    QVERIFY(writeFile(request.fileName, framed(pattern(300000))));
+    QVERIFY(writeFile(request.fileName, framedBackup(pattern(300000))));
     QCOMPARE(runImport(importFrom(lib, request.fileName), callbacks), BackupOutcome::Quit);
     QVERIFY(Database::isOpen());
     QVERIFY(snapshot(lib) == current);

@@ -3,6 +3,7 @@
 // next command (which first puts a cut-off restore right) must find a sound library that is byte
 // for byte the old one or the new one, and a backup file that is either yesterday's or today's.
 #include "backup/backupcore.h"
+#include "backup/backuptesthelpers.h"
 #include "data/database.h"
 #include "data/libraryfiles.h"
 #include "support/testsupport.h"
@@ -18,19 +19,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace BackupTest;
+
 namespace {
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeAll(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size() && f.flush();
-}
 
 struct Run
 {
@@ -81,22 +72,14 @@ QByteArray makeLibrary(int books, int seed)
     lib.lend(ids.mid(0, 2), client, 20260301, 20260401);
     lib.giveBack(ids.mid(0, 1), 20260310);
     Database::close();
-    return readAll(lib.dbPath());
+    return readFile(lib.dbPath());
 }
 
 // A data directory holding library bytes as its Folivo.db.
 bool plant(const QString &dir, const QByteArray &library)
 {
     QDir(dir).removeRecursively();
-    return QDir().mkpath(dir) && writeAll(QDir(dir).filePath(QStringLiteral("Folivo.db")), library);
-}
-
-QByteArray framedBackup(const QByteArray &image, quint32 tag)
-{
-    BackupHeader h;
-    h.dataLength = quint32(image.size());
-    h.tag = tag;
-    return h.toBytes() + image + QByteArray::fromHex("0011001100110011");
+    return QDir().mkpath(dir) && writeFile(QDir(dir).filePath(QStringLiteral("Folivo.db")), library);
 }
 
 long countSteps(const QStringList &args, const QString &countFile)
@@ -106,7 +89,7 @@ long countSteps(const QStringList &args, const QString &countFile)
         qWarning("the counting run failed (%d): %s", r.code, qPrintable(r.err));
         return -1;
     }
-    return readAll(countFile).trimmed().toLong();
+    return readFile(countFile).trimmed().toLong();
 }
 
 } // namespace
@@ -142,12 +125,12 @@ void TestCrashPoints::importSurvivesAKillAfterEveryStep()
 {
     const QString dir = m_work.filePath(QStringLiteral("import"));
     const QString backup = m_work.filePath(QStringLiteral("novy.fzl"));
-    QVERIFY(writeAll(backup, framedBackup(m_new, 7)));
+    QVERIFY(writeFile(backup, framedBackup(m_new, 7)));
     const QStringList args = withDir({QStringLiteral("backup"), QStringLiteral("import"), backup}, dir);
     QVERIFY(plant(dir, m_old));
     const long steps = countSteps(args, m_work.filePath(QStringLiteral("count")));
     QVERIFY2(steps > 5, qPrintable(QString::number(steps)));
-    QVERIFY(readAll(QDir(dir).filePath(QStringLiteral("Folivo.db"))) == m_new);
+    QVERIFY(readFile(QDir(dir).filePath(QStringLiteral("Folivo.db"))) == m_new);
 
     int sawOld = 0;
     int sawNew = 0;
@@ -158,7 +141,7 @@ void TestCrashPoints::importSurvivesAKillAfterEveryStep()
         // The next command puts things right, then finds the library sound.
         const Run check = cli(withDir({QStringLiteral("check")}, dir));
         QVERIFY2(check.code == 0, qPrintable(QStringLiteral("after step %1: %2").arg(k).arg(check.err)));
-        const QByteArray now = readAll(QDir(dir).filePath(QStringLiteral("Folivo.db")));
+        const QByteArray now = readFile(QDir(dir).filePath(QStringLiteral("Folivo.db")));
         QVERIFY2(now == m_old || now == m_new, qPrintable(QStringLiteral("after step %1").arg(k)));
         (now == m_old ? sawOld : sawNew)++;
         // Nothing of the cut-off restore is left once the library was opened.
@@ -166,7 +149,7 @@ void TestCrashPoints::importSurvivesAKillAfterEveryStep()
             QDir(QDir(dir).filePath(QStringLiteral("Temp"))).entryList(QDir::Files | QDir::Hidden).isEmpty(),
             qPrintable(QStringLiteral("after step %1").arg(k)));
         // And the backup it read is untouched.
-        QVERIFY(readAll(backup) == framedBackup(m_new, 7));
+        QVERIFY(readFile(backup) == framedBackup(m_new, 7));
     }
     QVERIFY(sawOld > 0);
     QVERIFY(sawNew > 0);
@@ -180,7 +163,7 @@ void TestCrashPoints::exportSurvivesAKillAfterEveryStep()
     const QStringList args = withDir(
         {QStringLiteral("backup"), QStringLiteral("export"), backup, QStringLiteral("--overwrite")}, dir);
     QVERIFY(plant(dir, m_old));
-    QVERIFY(writeAll(backup, yesterday));
+    QVERIFY(writeFile(backup, yesterday));
     const long steps = countSteps(args, m_work.filePath(QStringLiteral("count")));
     QVERIFY2(steps > 3, qPrintable(QString::number(steps)));
 
@@ -188,17 +171,17 @@ void TestCrashPoints::exportSurvivesAKillAfterEveryStep()
     int sawToday = 0;
     for (long k = 1; k <= steps; ++k) {
         QVERIFY(plant(dir, m_old));
-        QVERIFY(writeAll(backup, yesterday));
+        QVERIFY(writeFile(backup, yesterday));
         const Run cut = cli(args, k);
         QVERIFY2(cut.killed, qPrintable(QStringLiteral("step %1 of %2 was not reached").arg(k).arg(steps)));
-        const QByteArray file = readAll(backup);
+        const QByteArray file = readFile(backup);
         const bool today = file.size() == m_old.size() + 32 && file.mid(24, m_old.size()) == m_old &&
                            file.right(8) == QByteArray::fromHex("0011001100110011");
         QVERIFY2(file == yesterday || today, qPrintable(QStringLiteral("after step %1").arg(k)));
         (today ? sawToday : sawYesterday)++;
         // The library itself is never touched by an export.
         QCOMPARE(cli(withDir({QStringLiteral("check")}, dir)).code, 0);
-        QVERIFY(readAll(QDir(dir).filePath(QStringLiteral("Folivo.db"))) == m_old);
+        QVERIFY(readFile(QDir(dir).filePath(QStringLiteral("Folivo.db"))) == m_old);
     }
     QVERIFY(sawYesterday > 0);
     QVERIFY(sawToday > 0);
@@ -230,20 +213,20 @@ void TestCrashPoints::openingPutsACutOffRestoreRight()
         QVERIFY(QFile::remove(live));
         QVERIFY(QDir(dir).mkpath(QStringLiteral("Temp")));
         if (!c.previous.isEmpty())
-            QVERIFY(writeAll(previous, c.previous));
+            QVERIFY(writeFile(previous, c.previous));
         if (!c.restored.isEmpty())
-            QVERIFY(writeAll(restored, c.restored));
+            QVERIFY(writeFile(restored, c.restored));
         const Run check = cli(withDir({QStringLiteral("check")}, dir));
         if (c.expected.isEmpty()) {
             // Nothing sound to put back: nothing is made up, and what there is stays.
             QVERIFY2(check.code == 2, c.name);
             QVERIFY2(!QFile::exists(live), c.name);
-            QVERIFY2(readAll(restored) == c.restored, c.name);
+            QVERIFY2(readFile(restored) == c.restored, c.name);
             continue;
         }
         QVERIFY2(check.code == 0, qPrintable(QString::fromLatin1(c.name) + QLatin1Char(' ') + check.err));
         QVERIFY2(check.err.contains(QString::fromUtf8("obnova dat ze zálohy nebyla dokončena")), c.name);
-        QVERIFY2(readAll(live) == c.expected, c.name);
+        QVERIFY2(readFile(live) == c.expected, c.name);
         QVERIFY2(QDir(QDir(dir).filePath(QStringLiteral("Temp"))).entryList(QDir::Files).isEmpty(), c.name);
         // Told once: the next start finds nothing to do.
         QVERIFY2(!cli(withDir({QStringLiteral("check")}, dir)).err.contains(QStringLiteral("obnova")),
@@ -256,7 +239,7 @@ void TestCrashPoints::importReplacesABrokenLibraryAndDropsItsJournal()
     const QString dir = m_work.filePath(QStringLiteral("broken"));
     const QString live = QDir(dir).filePath(QStringLiteral("Folivo.db"));
     const QString backup = m_work.filePath(QStringLiteral("dobra.fzl"));
-    QVERIFY(writeAll(backup, framedBackup(m_new, 9)));
+    QVERIFY(writeFile(backup, framedBackup(m_new, 9)));
 
     // A hot journal: a process that died in the middle of a large transaction on the old library.
     QVERIFY(plant(dir, m_old));
@@ -277,27 +260,27 @@ void TestCrashPoints::importReplacesABrokenLibraryAndDropsItsJournal()
     }
     int status = 0;
     ::waitpid(child, &status, 0);
-    const QByteArray journal = readAll(live + QStringLiteral("-journal"));
+    const QByteArray journal = readFile(live + QStringLiteral("-journal"));
     QVERIFY2(journal.size() > 512, "no hot journal was left");
 
     // The library is then damaged as well, and its journal is still beside it.
-    QVERIFY(writeAll(live, QByteArray(16384, '\x5a')));
-    QVERIFY(writeAll(live + QStringLiteral("-journal"), journal));
+    QVERIFY(writeFile(live, QByteArray(16384, '\x5a')));
+    QVERIFY(writeFile(live + QStringLiteral("-journal"), journal));
     const Run check = cli(withDir({QStringLiteral("check")}, dir));
     QCOMPARE(check.code, 1);
     const Run restore = cli(withDir({QStringLiteral("backup"), QStringLiteral("import"), backup}, dir));
     QVERIFY2(restore.code == 0, qPrintable(restore.err));
     QVERIFY(!QFile::exists(live + QStringLiteral("-journal")));
     QCOMPARE(cli(withDir({QStringLiteral("check")}, dir)).code, 0);
-    QVERIFY(readAll(live) == m_new);
+    QVERIFY(readFile(live) == m_new);
 
     // A missing library and an empty one are restored as well.
     QVERIFY(QFile::remove(live));
     QCOMPARE(cli(withDir({QStringLiteral("backup"), QStringLiteral("import"), backup}, dir)).code, 0);
-    QVERIFY(readAll(live) == m_new);
-    QVERIFY(writeAll(live, QByteArray()));
+    QVERIFY(readFile(live) == m_new);
+    QVERIFY(writeFile(live, QByteArray()));
     QCOMPARE(cli(withDir({QStringLiteral("backup"), QStringLiteral("import"), backup}, dir)).code, 0);
-    QVERIFY(readAll(live) == m_new);
+    QVERIFY(readFile(live) == m_new);
 }
 
 void TestCrashPoints::importKeepsTheLinkAndTheMode()
@@ -312,13 +295,13 @@ void TestCrashPoints::importKeepsTheLinkAndTheMode()
     QVERIFY(QFile::link(target, live));
     QVERIFY(::chmod(QFile::encodeName(target).constData(), 0640) == 0);
     const QString backup = m_work.filePath(QStringLiteral("odkaz.fzl"));
-    QVERIFY(writeAll(backup, framedBackup(m_new, 4)));
+    QVERIFY(writeFile(backup, framedBackup(m_new, 4)));
 
     const Run restore = cli(withDir({QStringLiteral("backup"), QStringLiteral("import"), backup}, dir));
     QVERIFY2(restore.code == 0, qPrintable(restore.err));
     QVERIFY(QFileInfo(live).isSymLink());
     QCOMPARE(QFileInfo(live).symLinkTarget(), target);
-    QVERIFY(readAll(target) == m_new);
+    QVERIFY(readFile(target) == m_new);
     struct stat st;
     QCOMPARE(::stat(QFile::encodeName(target).constData(), &st), 0);
     QCOMPARE(int(st.st_mode & 07777), 0640);
@@ -337,11 +320,11 @@ void TestCrashPoints::tempOnAnotherFileSystem()
     QVERIFY(plant(dir, m_old));
     QVERIFY(QFile::link(other.path(), QDir(dir).filePath(QStringLiteral("Temp"))));
     const QString backup = m_work.filePath(QStringLiteral("jinde.fzl"));
-    QVERIFY(writeAll(backup, framedBackup(m_new, 5)));
+    QVERIFY(writeFile(backup, framedBackup(m_new, 5)));
     const QStringList args = withDir({QStringLiteral("backup"), QStringLiteral("import"), backup}, dir);
     const Run restore = cli(args);
     QVERIFY2(restore.code == 0, qPrintable(restore.err));
-    QVERIFY(readAll(QDir(dir).filePath(QStringLiteral("Folivo.db"))) == m_new);
+    QVERIFY(readFile(QDir(dir).filePath(QStringLiteral("Folivo.db"))) == m_new);
     QVERIFY(QDir(other.path()).entryList(QDir::Files).isEmpty());
     QVERIFY(QDir(dir).entryList({QStringLiteral("Folivo.db.*")}, QDir::Files | QDir::Hidden).isEmpty());
 
@@ -349,10 +332,10 @@ void TestCrashPoints::tempOnAnotherFileSystem()
     const long steps = countSteps(args, m_work.filePath(QStringLiteral("count")));
     QVERIFY(steps > 5);
     for (long k = 1; k <= steps; ++k) {
-        QVERIFY(writeAll(QDir(dir).filePath(QStringLiteral("Folivo.db")), m_old));
+        QVERIFY(writeFile(QDir(dir).filePath(QStringLiteral("Folivo.db")), m_old));
         QVERIFY(cli(args, k).killed);
         QCOMPARE(cli(withDir({QStringLiteral("check")}, dir)).code, 0);
-        const QByteArray now = readAll(QDir(dir).filePath(QStringLiteral("Folivo.db")));
+        const QByteArray now = readFile(QDir(dir).filePath(QStringLiteral("Folivo.db")));
         QVERIFY2(now == m_old || now == m_new, qPrintable(QStringLiteral("after step %1").arg(k)));
     }
 }
