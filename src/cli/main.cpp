@@ -13,6 +13,7 @@ int cmdReport(const QStringList &args);
 int cmdProtocol(const QStringList &args);
 int cmdReminders(const QStringList &args);
 int cmdStatistics(const QStringList &args);
+int cmdCopy(const QStringList &args);
 QCoreApplication *createCliApplication(int &argc, char **argv);
 
 namespace {
@@ -28,6 +29,7 @@ const CliCommandEntry Commands[] = {
     {"reminders", "reminders [--data-dir DIR] [--date D.M.YYYY] [--client CODE] (--pdf FILE | --html FILE)",
      cmdReminders},
     {"statistics", "statistics --year Y [--data-dir DIR] [--html FILE] [--csv FILE]", cmdStatistics},
+    {"copy", "copy --from DIR|URL --to DIR|URL", cmdCopy},
 };
 
 int usage()
