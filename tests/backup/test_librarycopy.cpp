@@ -1,6 +1,9 @@
-// folivo-cli copy between a data directory and a server: the rows arrive as they were, a copy is
-// made only into an empty library, and a copy that does not pass the check installs nothing.
+// Moving a library between a data directory and a server: folivo-cli copy (the rows arrive as
+// they were, a copy is made only into an empty library, a copy that does not pass the check
+// installs nothing) and the backup, whose one file format carries a library from either engine to
+// the other; the reports read the same rows on both.
 #include "backuptesthelpers.h"
+#include "data/database.h"
 #include "data/librarytransfer.h"
 #include "data/serveraddress.h"
 #include "support/testpostgres.h"
@@ -106,6 +109,8 @@ private Q_SLOTS:
     void toTheServerAndBack();
     void onlyIntoAnEmptyLibrary();
     void aBrokenLibraryIsNotInstalled();
+    void backupsCarryALibraryBetweenEngines();
+    void theReportsAreTheSameOnBothEngines();
 };
 
 void TestLibraryCopy::init()
@@ -218,6 +223,119 @@ void TestLibraryCopy::aBrokenLibraryIsNotInstalled()
     QVERIFY2(r.err.contains(QStringLiteral("did not pass the library check")), qPrintable(r.err));
     QVERIFY(!QFile::exists(QDir(target).filePath(QStringLiteral("Folivo.db"))));
     QCOMPARE(QDir(QDir(target).filePath(QStringLiteral("Temp"))).entryList(QDir::Files), QStringList());
+}
+
+void TestLibraryCopy::backupsCarryALibraryBetweenEngines()
+{
+    QTemporaryDir root;
+    const QString source = makeDemo(root, QStringLiteral("puvodni"));
+    QVERIFY(!source.isEmpty());
+    const QString server = TestPostgres::createDatabase(QStringLiteral("backups"));
+    QVERIFY(!server.isEmpty());
+    CliRun r = runCli({QStringLiteral("init"), QStringLiteral("--database"), server});
+    QVERIFY2(r.code == 0, qPrintable(r.err));
+    const QString desk = root.filePath(QStringLiteral("pult"));
+    QVERIFY(QDir().mkpath(desk));
+    const QString fileBackup = root.filePath(QStringLiteral("ze-souboru.fzl"));
+    const QString serverBackup = root.filePath(QStringLiteral("ze-serveru.fzl"));
+    const QStringList onServer = {QStringLiteral("--data-dir"), desk, QStringLiteral("--database"), server};
+
+    r = runCli(QStringList{QStringLiteral("backup"), QStringLiteral("export"), fileBackup,
+                           QStringLiteral("--data-dir"), source});
+    QVERIFY2(r.code == 0, qPrintable(r.err));
+    r = runCli(QStringList{QStringLiteral("backup"), QStringLiteral("import"), fileBackup} + onServer);
+    QVERIFY2(r.code == 0, qPrintable(r.err));
+    r = runCli(QStringList{QStringLiteral("backup"), QStringLiteral("export"), serverBackup} + onServer);
+    QVERIFY2(r.code == 0, qPrintable(r.err));
+    QCOMPARE(QDir(QDir(desk).filePath(QStringLiteral("Temp"))).entryList(QDir::Files), QStringList());
+    const QString back = root.filePath(QStringLiteral("zpet"));
+    QCOMPARE(runCli({QStringLiteral("init"), QStringLiteral("--data-dir"), back}).code, 0);
+    r = runCli({QStringLiteral("backup"), QStringLiteral("import"), serverBackup,
+                QStringLiteral("--data-dir"), back});
+    QVERIFY2(r.code == 0, qPrintable(r.err));
+
+    {
+        Connection a(source);
+        Connection b(server);
+        Connection c(back);
+        QString difference;
+        QVERIFY2(LibraryTransfer::sameRows(a.db(), b.db(), &difference), qPrintable(difference));
+        QVERIFY2(LibraryTransfer::sameRows(a.db(), c.db(), &difference), qPrintable(difference));
+    }
+
+    // A restore on the server waits for the other desks: while one is connected, nothing changes.
+    const QString otherDesk = root.filePath(QStringLiteral("druhy-pult"));
+    QVERIFY(QDir().mkpath(otherDesk));
+    QString detail;
+    QCOMPARE(Database::open(server, &detail, otherDesk), Database::OpenResult::Ok);
+    const QString emptyBackup = root.filePath(QStringLiteral("prazdna.fzl"));
+    const QString empty = root.filePath(QStringLiteral("prazdna"));
+    QCOMPARE(runCli({QStringLiteral("init"), QStringLiteral("--data-dir"), empty}).code, 0);
+    QCOMPARE(runCli({QStringLiteral("backup"), QStringLiteral("export"), emptyBackup,
+                     QStringLiteral("--data-dir"), empty})
+                 .code,
+             0);
+    r = runCli(QStringList{QStringLiteral("backup"), QStringLiteral("import"), emptyBackup} + onServer);
+    QCOMPARE(r.code, 3);
+    Database::close();
+    {
+        Connection a(source);
+        Connection b(server);
+        QString difference;
+        QVERIFY2(LibraryTransfer::sameRows(a.db(), b.db(), &difference), qPrintable(difference));
+    }
+    // Alone, it replaces every table.
+    r = runCli(QStringList{QStringLiteral("backup"), QStringLiteral("import"), emptyBackup} + onServer);
+    QVERIFY2(r.code == 0, qPrintable(r.err));
+    Connection b(server);
+    QCOMPARE(LibraryTransfer::recordCount(b.db()), 0);
+}
+
+void TestLibraryCopy::theReportsAreTheSameOnBothEngines()
+{
+    QTemporaryDir root;
+    const QString source = makeDemo(root, QStringLiteral("sestavy"));
+    QVERIFY(!source.isEmpty());
+    const QString server = emptyServerLibrary(QStringLiteral("reports"));
+    QVERIFY(!server.isEmpty());
+    QCOMPARE(copy(source, server).code, 0);
+    QString client;
+    QString category;
+    {
+        Connection c(source);
+        QSqlQuery q(c.db());
+        QVERIFY(
+            q.exec(QStringLiteral("SELECT KOD FROM LIDE WHERE ID_LIDE_LIDE IN (SELECT ID_LIDE_VYPUJCKY FROM "
+                                  "VYPUJCKY) ORDER BY ID_LIDE_LIDE LIMIT 1")) &&
+            q.next());
+        client = q.value(0).toString();
+        QVERIFY(
+            q.exec(QStringLiteral("SELECT NAZEV FROM KATEGORIE WHERE UKAZOVAT <> 0 ORDER BY 1 LIMIT 1")) &&
+            q.next());
+        category = q.value(0).toString();
+    }
+    const QString desk = root.filePath(QStringLiteral("pult"));
+    QVERIFY(QDir().mkpath(desk));
+    for (int kind = 1; kind <= 9; ++kind) {
+        QStringList args = {QStringLiteral("report"), QString::number(kind)};
+        if (kind == 4 || kind == 9)
+            args << QStringLiteral("--date") << QStringLiteral("15.3.2026");
+        if (kind == 1 || kind == 3 || kind == 9)
+            args << QStringLiteral("--client") << client;
+        if (kind == 2)
+            args << QStringLiteral("--category") << category;
+        const QString fromFile = root.filePath(QStringLiteral("soubor-%1.html").arg(kind));
+        const QString fromServer = root.filePath(QStringLiteral("server-%1.html").arg(kind));
+        CliRun r = runCli(
+            args + QStringList{QStringLiteral("--data-dir"), source, QStringLiteral("--html"), fromFile});
+        QVERIFY2(r.code == 0, qPrintable(QStringLiteral("report %1: %2").arg(kind).arg(r.err)));
+        r = runCli(args + QStringList{QStringLiteral("--data-dir"), desk, QStringLiteral("--database"),
+                                      server, QStringLiteral("--html"), fromServer});
+        QVERIFY2(r.code == 0, qPrintable(QStringLiteral("report %1 on the server: %2").arg(kind).arg(r.err)));
+        const QByteArray a = readFile(fromFile);
+        QVERIFY(a.size() > 200);
+        QVERIFY2(a == readFile(fromServer), qPrintable(QStringLiteral("report %1 differs").arg(kind)));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestLibraryCopy)
