@@ -128,6 +128,14 @@ int copyToServer(End &from, End &to)
         return CopyRefused;
     }
     probe.finish();
+    // Desks hold the library shared while they are connected; the copy fills it alone.
+    if (!probe.exec(QStringLiteral("SELECT pg_try_advisory_lock(%1)").arg(Database::ServerLockKey)) ||
+        !probe.next() || !probe.value(0).toBool()) {
+        cliFail(
+            QStringLiteral("%1 is in use by a desk of the program; close the program first").arg(to.place()));
+        return CopyInUse;
+    }
+    probe.finish();
     const qint64 records = LibraryTransfer::recordCount(to.db());
     if (records != 0) {
         cliFail(QStringLiteral("%1 is not empty (%2 records); a library is copied only into an empty one")
