@@ -195,6 +195,26 @@ void TestReportCore::reportsOnARealLibrary()
     QCOMPARE(broken.message, 34);
     QVERIFY(broken.rows.isEmpty());
     QVERIFY(broken.summary.isEmpty());
+
+    // Rows with the same author share one text; each row still shows its own book's author, a
+    // missing author included.
+    const auto withAuthor = [&](const char *code, const QString &author) {
+        TestLibrary::BookSpec b = book(QString::fromLatin1(code), 10, poezie);
+        b.author = author;
+        lib.addBook(b);
+    };
+    withAuthor("007", QStringLiteral("Erben"));
+    withAuthor("008", QStringLiteral("Čapek"));
+    withAuthor("009", QStringLiteral("Erben"));
+    withAuthor("010", QString());
+    QStringList authors;
+    for (const ReportRow &r : runReport(fixedReport(ReportKind::PresentAndLent).sql).rows)
+        authors << r.code + QLatin1Char(' ') + r.author;
+    QCOMPARE(authors,
+             (QStringList{QStringLiteral("001 Božena Němcová"), QStringLiteral("002 Božena Němcová"),
+                          QStringLiteral("003 Božena Němcová"), QStringLiteral("004 Božena Němcová"),
+                          QStringLiteral("005 Božena Němcová"), QStringLiteral("007 Erben"),
+                          QStringLiteral("008 Čapek"), QStringLiteral("009 Erben"), QStringLiteral("010 ")}));
 }
 
 // Codes and names are listed in Czech order, letter case aside: accents after their letter, CH
