@@ -1405,6 +1405,7 @@ struct Bench
                    sqliteText(selectOnly(jet, QStringLiteral("KNIHY"),
                                          {QStringLiteral("KOD"), QStringLiteral("NAZEV"),
                                           QStringLiteral("AUTOR"), QStringLiteral("ID_KNIHY_KNIHY")})));
+        const int columns[] = {base.column("KOD"), base.column("NAZEV"), base.column("AUTOR")};
         openOurs(bigDb());
         int shown = 0;
         const auto t = paired(
@@ -1424,7 +1425,7 @@ struct Bench
                 std::string arena;
                 std::vector<std::pair<size_t, int>> rows;
                 while (base.step())
-                    for (int c : {base.column("KOD"), base.column("NAZEV"), base.column("AUTOR")}) {
+                    for (int c : columns) {
                         const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(*base, c));
                         const int n = sqlite3_column_bytes(*base, c);
                         rows.emplace_back(arena.size(), n);
@@ -1755,6 +1756,16 @@ QString machine()
              QString::fromLatin1(sqlite3_libversion()));
 }
 
+// The one-minute load average of the machine, as /proc/loadavg gives it ("?" when unknown): the
+// other programs running beside the bench slow both sides of every case.
+QString loadAverage()
+{
+    QFile f(QStringLiteral("/proc/loadavg"));
+    if (!f.open(QIODevice::ReadOnly))
+        return QStringLiteral("?");
+    return QString::fromLatin1(f.readAll().split(' ').value(0));
+}
+
 // The README's table, made from the figures of a run: one line per case.
 int printFiguresTable(const QString &json)
 {
@@ -1796,6 +1807,9 @@ int printFiguresTable(const QString &json)
                 doc.value(QStringLiteral("runs")).toInt(),
                 qPrintable(doc.value(QStringLiteral("machine")).toString()),
                 qPrintable(doc.value(QStringLiteral("date")).toString()));
+    if (doc.contains(QStringLiteral("load")))
+        std::printf("\nLoad of the machine (one-minute average) at the start and at the end of the run: %s\n",
+                    qPrintable(doc.value(QStringLiteral("load")).toString()));
     if (doc.contains(QStringLiteral("note")))
         std::printf("\n%s\n", qPrintable(doc.value(QStringLiteral("note")).toString()));
     return 0;
@@ -1815,7 +1829,9 @@ int main(int argc, char **argv)
     installUnattendedMessages();
     Bench bench;
     QString json;
-    QStringList only; // groups to run: reports, annual, circulation, browse, startup, memory, backup
+    // groups to run: reports, annual, circulation, browse, startup, memory, backup, check, html,
+    // picker, printing, frame
+    QStringList only;
     const QStringList args = QCoreApplication::arguments();
     for (int i = 1; i < args.size(); ++i) {
         const QString &a = args.at(i);
@@ -1839,7 +1855,8 @@ int main(int argc, char **argv)
     bench.work = QDir(bench.work).absolutePath();
     bench.prepareDirs();
 
-    std::printf("Folivo benchmarks, %d runs each (median)\n", bench.runs);
+    const QString loadAtStart = loadAverage();
+    std::printf("Folivo benchmarks, %d runs each (median), load %s\n", bench.runs, qPrintable(loadAtStart));
     if (only.isEmpty() || only.contains(QLatin1String("reports")))
         bench.reportsAndSearch();
     if (only.isEmpty() || only.contains(QLatin1String("annual")))
@@ -1897,6 +1914,7 @@ int main(int argc, char **argv)
         const QJsonObject doc{{QStringLiteral("machine"), machine()},
                               {QStringLiteral("date"), QDateTime::currentDateTimeUtc().toString(Qt::ISODate)},
                               {QStringLiteral("runs"), bench.runs},
+                              {QStringLiteral("load"), loadAtStart + QStringLiteral(" / ") + loadAverage()},
                               {QStringLiteral("cases"), rows}};
         if (!out.open(QIODevice::WriteOnly) || out.write(QJsonDocument(doc).toJson()) < 0)
             die(QStringLiteral("cannot write %1").arg(json));
