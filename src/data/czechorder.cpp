@@ -86,10 +86,15 @@ struct AsciiWeights
     }
 };
 
+bool printable(char c)
+{
+    return unsigned(uchar(c)) - AsciiWeights::First <= unsigned(AsciiWeights::Last - AsciiWeights::First);
+}
+
 bool printableAscii(const char *text, int length)
 {
     for (int i = 0; i < length; ++i)
-        if (uchar(text[i]) < AsciiWeights::First || uchar(text[i]) > AsciiWeights::Last)
+        if (!printable(text[i]))
             return false;
     return true;
 }
@@ -123,9 +128,12 @@ bool compareAscii(const char *a, int lengthA, const char *b, int lengthB, int *r
     // one library mostly share their first characters, and a sort compares them many times.
     const int common = std::min(lengthA, lengthB);
     int start = 0;
-    while (start < common && a[start] == b[start])
+    while (start < common && a[start] == b[start]) {
+        if (!printable(a[start]))
+            return false;
         ++start;
-    if (!printableAscii(a, lengthA) || !printableAscii(b + start, lengthB - start))
+    }
+    if (!printableAscii(a + start, lengthA - start) || !printableAscii(b + start, lengthB - start))
         return false;
     if (start > 0 && isC(a[start - 1]))
         --start;
