@@ -5,6 +5,7 @@
 //   folivo-bench --library FILE --work DIR [--runs N] [--json FILE]
 //   folivo-bench --child startup|memory DIR      (the measured child processes)
 
+#include "app/appstate.h"
 #include "app/commands.h"
 #include "app/mainframe.h"
 #include "app/messages.h"
@@ -15,6 +16,8 @@
 #include "catalogue/bookdialogs.h"
 #include "catalogue/pageprohlizeni.h"
 #include "circulation/circulationcore.h"
+#include "circulation/pagevypujcky.h"
+#include "circulation/viewzadavani.h"
 #include "data/consistency.h"
 #include "data/czechlike.h"
 #include "data/czechorder.h"
@@ -38,13 +41,18 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLineEdit>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QPointer>
 #include <QPrinter>
 #include <QProcess>
+#include <QPushButton>
 #include <QSysInfo>
 #include <QTableView>
 #include <QThread>
@@ -52,6 +60,7 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
+#include <unicode/ucol.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -108,17 +117,73 @@ double timeOnce(const std::function<void()> &f)
 
 // Runs ours and the baseline in turn, run by run (A B A B ...), after one warm-up of each, so that
 // a machine that is busy for a while slows both sides alike.
+// Each side's untimed step, when given, runs before each of its runs (to put back what the run
+// changed).
 std::pair<Timing, Timing> paired(const std::function<void()> &ours, const std::function<void()> &base,
-                                 int runs)
+                                 int runs, const std::function<void()> &beforeOurs = {},
+                                 const std::function<void()> &beforeBase = {})
 {
-    ours();
-    base();
+    const auto run = [](const std::function<void()> &before, const std::function<void()> &f) {
+        if (before)
+            before();
+        return timeOnce(f);
+    };
+    run(beforeOurs, ours);
+    run(beforeBase, base);
     std::vector<double> a, b;
     for (int i = 0; i < runs; ++i) {
-        a.push_back(timeOnce(ours));
-        b.push_back(timeOnce(base));
+        a.push_back(run(beforeOurs, ours));
+        b.push_back(run(beforeBase, base));
     }
     return {summarize(a), summarize(b)};
+}
+
+// Counts the paint events of one widget: a case that ends "painted" runs the event loop until the
+// widget it waits for was painted once more.
+class PaintWatch final : public QObject
+{
+public:
+    explicit PaintWatch(QWidget *widget) : m_widget(widget) { widget->installEventFilter(this); }
+    ~PaintWatch() override
+    {
+        if (m_widget)
+            m_widget->removeEventFilter(this);
+    }
+    PaintWatch(const PaintWatch &) = delete;
+    PaintWatch &operator=(const PaintWatch &) = delete;
+
+    int painted() const { return m_painted; }
+    // Runs the event loop until a paint event after the count `before` was handled.
+    void waitBeyond(int before) const
+    {
+        QElapsedTimer t;
+        t.start();
+        while (m_painted == before) {
+            QCoreApplication::processEvents();
+            if (t.elapsed() > 20000)
+                die(QStringLiteral("%1 was never painted")
+                        .arg(m_widget ? m_widget->objectName() : QString()));
+        }
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == m_widget && event->type() == QEvent::Paint)
+            ++m_painted;
+        return false;
+    }
+
+private:
+    QPointer<QWidget> m_widget;
+    int m_painted = 0;
+};
+
+// Lets every pending event run (layouts, paints) before a measured step.
+void settle()
+{
+    for (int i = 0; i < 5; ++i)
+        QCoreApplication::processEvents();
 }
 
 // Every box the program would show is printed instead; questions are answered yes.
@@ -337,6 +402,18 @@ public:
         return m_rows.size() + (total < 0 ? 1 : 0);
     }
 
+    // The rows read by the last run, sorted again by their title as a program already holding
+    // them would: a stable sort comparing the UTF-8 texts with the collator.
+    void sortByTitle(UCollator *collator)
+    {
+        const char *arena = m_arena.data();
+        std::stable_sort(m_rows.begin(), m_rows.end(), [&](const Row &a, const Row &b) {
+            UErrorCode status = U_ZERO_ERROR;
+            return ucol_strcollUTF8(collator, arena + a.title.offset, a.title.bytes, arena + b.title.offset,
+                                    b.title.bytes, &status) == UCOL_LESS;
+        });
+    }
+
 private:
     struct Text
     {
@@ -363,6 +440,40 @@ private:
     std::string m_arena;
     std::vector<Row> m_rows;
     std::unordered_map<int, Text> m_names;
+};
+
+// The Czech order of the report list's header sort (letter case counted), straight from ICU, the
+// library under Qt's collator, registered on the baseline's connection as CZECH_ICU.
+class IcuCzech final
+{
+public:
+    IcuCzech()
+    {
+        UErrorCode status = U_ZERO_ERROR;
+        m_collator = ucol_open("cs_CZ", &status);
+        if (U_FAILURE(status))
+            die(QStringLiteral("no Czech collator in ICU"));
+        ucol_setStrength(m_collator, UCOL_TERTIARY);
+    }
+    ~IcuCzech() { ucol_close(m_collator); }
+    IcuCzech(const IcuCzech &) = delete;
+    IcuCzech &operator=(const IcuCzech &) = delete;
+    UCollator *get() const { return m_collator; }
+    void registerOn(sqlite3 *db) const
+    {
+        if (sqlite3_create_collation_v2(db, "CZECH_ICU", SQLITE_UTF8, m_collator, collate, nullptr) !=
+            SQLITE_OK)
+            die(QStringLiteral("cannot register CZECH_ICU"));
+    }
+
+private:
+    static int collate(void *collator, int lengthA, const void *a, int lengthB, const void *b)
+    {
+        UErrorCode status = U_ZERO_ERROR;
+        return ucol_strcollUTF8(static_cast<UCollator *>(collator), static_cast<const char *>(a), lengthA,
+                                static_cast<const char *>(b), lengthB, &status);
+    }
+    UCollator *m_collator = nullptr;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -978,11 +1089,15 @@ struct Bench
                 [&] {
                     if (!page.showBook(order[size_t(op.start)]))
                         die(QStringLiteral("browse start row missing"));
-                    for (int s = 0; s < steps; ++s)
+                    // Each step to the repainted page: its widgets paint the new book.
+                    for (int s = 0; s < steps; ++s) {
                         page.navigate(op.command);
+                        page.repaint();
+                    }
                 },
                 [&] { baseWalk(op); }, runs);
-            addCase(timedCase(op.name, perStep(t), baseName, 2.0));
+            addCase(
+                timedCase(op.name + QStringLiteral(", to the painted page"), perStep(t), baseName, 16, true));
         }
         // What the page reads per step, without its widgets: the book, its category, its holder.
         const auto reads = paired(
@@ -1012,7 +1127,10 @@ struct Bench
                double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
     }
 
-    double childRun(const QStringList &args, QByteArray *output = nullptr, double *cpuMs = nullptr)
+    // Runs a child and returns its wall time in ms: to its end, or with untilLine to the first line
+    // it writes.
+    double childRun(const QStringList &args, QByteArray *output = nullptr, double *cpuMs = nullptr,
+                    bool untilLine = false)
     {
         const double cpuBefore = childrenCpuMs();
         QProcess p;
@@ -1020,9 +1138,17 @@ struct Bench
         QElapsedTimer t;
         t.start();
         p.start(QCoreApplication::applicationFilePath(), args);
+        double ms = 0;
+        if (untilLine) {
+            while (!p.canReadLine())
+                if (!p.waitForReadyRead(120000))
+                    die(QStringLiteral("child %1 wrote nothing").arg(args.join(QLatin1Char(' '))));
+            ms = msSince(t);
+        }
         if (!p.waitForFinished(120000) || p.exitCode() != 0)
             die(QStringLiteral("child %1 failed").arg(args.join(QLatin1Char(' '))));
-        const double ms = msSince(t);
+        if (!untilLine)
+            ms = msSince(t);
         if (cpuMs)
             *cpuMs = childrenCpuMs() - cpuBefore;
         if (output)
@@ -1038,9 +1164,9 @@ struct Bench
         for (int i = 0; i <= count; ++i) {
             double bc = 0, ec = 0;
             const double b =
-                childRun({QStringLiteral("--child"), QStringLiteral("startup"), bigDir}, nullptr, &bc);
-            const double e =
-                childRun({QStringLiteral("--child"), QStringLiteral("startup"), emptyDir}, nullptr, &ec);
+                childRun({QStringLiteral("--child"), QStringLiteral("startup"), bigDir}, nullptr, &bc, true);
+            const double e = childRun({QStringLiteral("--child"), QStringLiteral("startup"), emptyDir},
+                                      nullptr, &ec, true);
             if (i) {
                 big.push_back(b);
                 empty.push_back(e);
@@ -1048,10 +1174,24 @@ struct Bench
                 emptyCpu.push_back(ec);
             }
         }
-        addCase({QStringLiteral("start-up to the entry view"), QStringLiteral("ms"), median(big),
-                 median(empty), QStringLiteral("start-up on an empty library"), 1.2, false});
-        addCase({QStringLiteral("  (info) start-up, CPU time"), QStringLiteral("ms"), median(bigCpu),
-                 median(emptyCpu), QStringLiteral("start-up on an empty library, CPU time"), 1.2, false});
+        Case wall{QStringLiteral("start-up to the first painted entry view"),
+                  QStringLiteral("ms"),
+                  median(big),
+                  median(empty),
+                  QStringLiteral("start-up on an empty library"),
+                  150};
+        wall.absolute = true;
+        wall.oursMin = *std::min_element(big.begin(), big.end());
+        wall.baseMin = *std::min_element(empty.begin(), empty.end());
+        addCase(wall);
+        addCase({QStringLiteral("  (info) start-up and exit, CPU time"), QStringLiteral("ms"), median(bigCpu),
+                 median(emptyCpu), QStringLiteral("start-up on an empty library, CPU time"), 0, false});
+    }
+
+    // A child's last line of output (the first says when it was painted).
+    static QByteArray lastLine(const QByteArray &output)
+    {
+        return output.trimmed().split('\n').last().trimmed();
     }
 
     void memory()
@@ -1059,7 +1199,7 @@ struct Bench
         auto hwm = [&](const QString &dir) {
             QByteArray out;
             childRun({QStringLiteral("--child"), QStringLiteral("memory"), dir}, &out);
-            return out.trimmed().toDouble() / 1024.0;
+            return lastLine(out).toDouble() / 1024.0;
         };
         std::vector<double> big, empty;
         for (int i = 0; i < 3; ++i) {
@@ -1072,7 +1212,7 @@ struct Bench
         for (int i = 0; i < 3; ++i) {
             QByteArray out;
             childRun({QStringLiteral("--child"), QStringLiteral("preview"), bigDir}, &out);
-            preview.push_back(out.trimmed().toDouble() / 1024.0);
+            preview.push_back(lastLine(out).toDouble() / 1024.0);
         }
         addCase({QStringLiteral("peak memory, preview of report 8"), QStringLiteral("MB"), median(preview),
                  median(big), QStringLiteral("report 8 shown"), 1.5, false});
@@ -1223,6 +1363,12 @@ struct Bench
                            "WHERE ID_KATEGORIE_KATEGORIE = KNIHY.ID_KATEGORIE_KNIHY), "
                            "printf('%.2f', KNIHY.CENA)") +
             where;
+        // The statement sorts its codes with the program's Czech collation: the shell loads it.
+        const QString collation =
+            QCoreApplication::applicationDirPath() + QStringLiteral("/libczech_collation.so");
+        if (!QFileInfo::exists(collation))
+            die(QStringLiteral("no Czech collation extension beside the bench: %1").arg(collation));
+        const QString load = QStringLiteral(".load \"%1\" folivo_czech_collation_init").arg(collation);
         const QString ours = work + QStringLiteral("/ours.html");
         const QString base = work + QStringLiteral("/base.html");
         const auto run = [](const QString &program, const QStringList &args, const QString &output) {
@@ -1241,7 +1387,8 @@ struct Bench
                     QString());
             },
             [&] {
-                run(QStringLiteral("sqlite3"), {QStringLiteral("-html"), baseDb(), sql}, base);
+                run(QStringLiteral("sqlite3"),
+                    {QStringLiteral("-html"), QStringLiteral("-cmd"), load, baseDb(), sql}, base);
             },
             runs);
         addCase(timedCase(QStringLiteral("report 7 --html, end to end"), t,
@@ -1258,6 +1405,7 @@ struct Bench
                    sqliteText(selectOnly(jet, QStringLiteral("KNIHY"),
                                          {QStringLiteral("KOD"), QStringLiteral("NAZEV"),
                                           QStringLiteral("AUTOR"), QStringLiteral("ID_KNIHY_KNIHY")})));
+        const int columns[] = {base.column("KOD"), base.column("NAZEV"), base.column("AUTOR")};
         openOurs(bigDb());
         int shown = 0;
         const auto t = paired(
@@ -1277,7 +1425,7 @@ struct Bench
                 std::string arena;
                 std::vector<std::pair<size_t, int>> rows;
                 while (base.step())
-                    for (int c : {base.column("KOD"), base.column("NAZEV"), base.column("AUTOR")}) {
+                    for (int c : columns) {
                         const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(*base, c));
                         const int n = sqlite3_column_bytes(*base, c);
                         rows.emplace_back(arena.size(), n);
@@ -1349,6 +1497,177 @@ struct Bench
         addCase(timedCase(QStringLiteral("PDF of report 8"), file,
                           QStringLiteral("the same pages into a plain file, no save file"), 1.2));
     }
+
+    // The program's main frame on the 100k library, driven as the librarian drives it: report 8
+    // from its menu command to the first painted row, a click on the title header of the shown
+    // report to the repainted list, and a loan of ten books from "Půjčit" to the cleared page.
+    void frameSteps()
+    {
+        Raw raw(baseDb());
+        const IcuCzech icu;
+        icu.registerOn(raw.db());
+        QCoreApplication::setOrganizationName(QStringLiteral("Folivo"));
+        QCoreApplication::setApplicationName(QStringLiteral("Folivo"));
+        StartupOptions options;
+        options.dataDir = bigDir;
+        options.floppyDir = bigDir;
+        int exitCode = 0;
+        std::unique_ptr<CMainFrame> frame(startProgram(options, &exitCode));
+        if (!frame)
+            die(QStringLiteral("the program did not start on the big library"));
+        // No protocol after the loan: the bench times the loan, not the printer.
+        AppState::instance().settings.loanProtocol = SettingsRecord::PrintNever;
+        frame->resize(1024, 768);
+        frame->show();
+        settle();
+        const auto toEntryView = [&] {
+            frame->switchView(ViewSwitchRequest{});
+            settle();
+        };
+        const auto reportView = [&] {
+            auto *view = qobject_cast<CSestavaView *>(frame->view(ViewSwitchRequest::ReportView));
+            if (!view)
+                die(QStringLiteral("no report view"));
+            return view;
+        };
+
+        // Report 8 from the menu command to its first painted row.
+        const std::string report8Sql = sqliteText(selectOnly(
+            fixedReport(ReportKind::PresentAndLent).sql, QStringLiteral("KNIHY"),
+            {QStringLiteral("ID_KNIHY_KNIHY"), QStringLiteral("ID_KATEGORIE_KNIHY"), QStringLiteral("KOD"),
+             QStringLiteral("NAZEV"), QStringLiteral("AUTOR"), QStringLiteral("CENA")}));
+        TightReport tight(raw.db(), report8Sql);
+        std::unique_ptr<PaintWatch> rows;
+        size_t baseRows = 0;
+        const auto menu = paired(
+            [&] {
+                frame->runCommand(Cmd::ReportPresentAndLent);
+                if (!rows)
+                    rows = std::make_unique<PaintWatch>(reportView()->list()->viewport());
+                rows->waitBeyond(rows->painted());
+            },
+            [&] { baseRows = tight.run(); }, runs, toEntryView);
+        CSestavaView *view = reportView();
+        if (size_t(view->model()->rowCount()) != baseRows || frame->activeView() != view)
+            die(QStringLiteral("report 8 from the menu: %1 rows, the baseline %2")
+                    .arg(view->model()->rowCount())
+                    .arg(baseRows));
+        addCase(timedCase(QStringLiteral("report 8 from the menu to its first painted row"), menu,
+                          QStringLiteral("same statement, C API, prepared once"), 150, true));
+
+        // A click on the "Název" header of the shown report 8, to the repainted list.
+        QHeaderView *header = view->list()->horizontalHeader();
+        const auto click = [&](int section) {
+            const QPoint at(header->sectionViewportPosition(section) + header->sectionSize(section) / 2,
+                            header->height() / 2);
+            const QPoint global = header->viewport()->mapToGlobal(at);
+            QMouseEvent press(QEvent::MouseButtonPress, at, global, Qt::LeftButton, Qt::LeftButton,
+                              Qt::NoModifier);
+            QMouseEvent release(QEvent::MouseButtonRelease, at, global, Qt::LeftButton, Qt::NoButton,
+                                Qt::NoModifier);
+            QApplication::sendEvent(header->viewport(), &press);
+            QApplication::sendEvent(header->viewport(), &release);
+        };
+        std::string ordered = report8Sql;
+        const std::string byCode = "ORDER BY KNIHY.KOD COLLATE CZECH DESC";
+        const size_t orderAt = ordered.find(byCode);
+        if (orderAt == std::string::npos)
+            die(QStringLiteral("report 8 is not ordered by its code: %1")
+                    .arg(QString::fromStdString(report8Sql)));
+        // The list shows the statement's rows reversed: descending here is ascending there.
+        ordered.replace(orderAt, byCode.size(), "ORDER BY KNIHY.NAZEV COLLATE CZECH_ICU DESC");
+        TightReport sortedTight(raw.db(), ordered);
+        const auto byTitle = paired(
+            [&] {
+                click(CReportModel::Title);
+                rows->waitBeyond(rows->painted());
+            },
+            [&] { baseRows = sortedTight.run(); }, runs,
+            [&] {
+                click(CReportModel::Code); // back to the order the report came in
+                settle();
+            });
+        for (int i = 1; i < view->model()->rowCount(); ++i)
+            if (czechCompare(view->model()->row(i - 1).title, view->model()->row(i).title) > 0)
+                die(QStringLiteral("the header click did not sort the titles (row %1)").arg(i));
+        addCase(timedCase(QStringLiteral("report 8 sorted by title (header click to the repainted list)"),
+                          byTitle, QStringLiteral("same statement with ORDER BY, C API, prepared once"),
+                          1.2));
+        // The same click against a program that holds the rows already and sorts them itself.
+        const auto inMemory = paired(
+            [&] {
+                click(CReportModel::Title);
+                rows->waitBeyond(rows->painted());
+            },
+            [&] { tight.sortByTitle(icu.get()); }, runs,
+            [&] {
+                click(CReportModel::Code);
+                settle();
+            },
+            [&] { tight.run(); });
+        addCase(timedCase(QStringLiteral("  (info) the same sort against rows in memory"), inMemory,
+                          QStringLiteral("rows already read, stable sort comparing with ICU"), 0));
+        rows.reset();
+        toEntryView();
+
+        // A loan of ten books from "Půjčit" to the cleared loans page.
+        auto *entry = qobject_cast<CViewZadavani *>(frame->view(ViewSwitchRequest::EntryView));
+        if (!entry)
+            die(QStringLiteral("no entry view"));
+        entry->setActivePage(CViewZadavani::Vypujcky);
+        auto *page = qobject_cast<CPageVypujcky *>(entry->page(CViewZadavani::Vypujcky));
+        auto *bookCode = page ? page->findChild<QLineEdit *>(QStringLiteral("bookCode")) : nullptr;
+        auto *clientCode = page ? page->findChild<QLineEdit *>(QStringLiteral("clientCode")) : nullptr;
+        auto *lend = page ? page->findChild<QPushButton *>(QStringLiteral("lend")) : nullptr;
+        auto *list = page ? page->findChild<QTableView *>() : nullptr;
+        if (!bookCode || !clientCode || !lend || !list)
+            die(QStringLiteral("the loans page lacks its fields"));
+        settle();
+        const PaintWatch cleared(list->viewport());
+        const CirculationData d = circulationData(raw.db());
+        bool returned = true;
+        const auto prepare = [&] {
+            if (!returned)
+                ourReturn(d);
+            for (const QString &code : d.ours) {
+                bookCode->setText(code);
+                page->lookUpBook();
+                page->addBook();
+            }
+            clientCode->setText(d.client);
+            page->lookUpClient();
+            if (page->list()->size() != d.ours.size() || page->clientId() == -1)
+                die(QStringLiteral("the loans page did not take the books and the client"));
+            settle();
+        };
+        bool baseReturned = true;
+        const auto loan = paired(
+            [&] {
+                lend->click();
+                cleared.waitBeyond(cleared.painted());
+                returned = false;
+            },
+            [&] {
+                baseLoan(raw.db(), d);
+                baseReturned = false;
+            },
+            runs, prepare,
+            [&] {
+                if (!baseReturned)
+                    baseReturn(raw.db(), d);
+                baseReturned = true;
+            });
+        if (!page->list()->isEmpty())
+            die(QStringLiteral("the loans page was not cleared"));
+        if (!returned)
+            ourReturn(d);
+        if (!baseReturned)
+            baseReturn(raw.db(), d);
+        addCase(timedCase(QStringLiteral("loan of 10 books, \"Půjčit\" to the cleared page"), loan,
+                          QStringLiteral("same statements, C API, one transaction"), 16, true));
+        frame.reset();
+        Database::close();
+    }
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -1370,10 +1689,19 @@ int child(const QString &what, const QString &dir)
     CMainFrame *frame = startProgram(options, &exitCode);
     if (!frame)
         return 3;
-    frame->show();
-    QCoreApplication::processEvents();
-    CFrameView *entry = frame->activeView();
-    if (!entry || entry->viewTarget() != ViewSwitchRequest::EntryView || !entry->isVisible())
+    auto *entry = qobject_cast<CViewZadavani *>(frame->activeView());
+    if (!entry || !entry->activePage())
+        return 4;
+    {
+        // Start-up ends when the entry view's page is painted: the parent takes the time when this
+        // line arrives.
+        const PaintWatch page(entry->activePage());
+        frame->show();
+        page.waitBeyond(0);
+        std::printf("painted\n");
+        std::fflush(stdout);
+    }
+    if (!entry->isVisible())
         return 4;
     if (what == QLatin1String("memory") || what == QLatin1String("preview")) {
         const ReportQuery q = fixedReport(ReportKind::PresentAndLent);
@@ -1428,6 +1756,16 @@ QString machine()
              QString::fromLatin1(sqlite3_libversion()));
 }
 
+// The one-minute load average of the machine, as /proc/loadavg gives it ("?" when unknown): the
+// other programs running beside the bench slow both sides of every case.
+QString loadAverage()
+{
+    QFile f(QStringLiteral("/proc/loadavg"));
+    if (!f.open(QIODevice::ReadOnly))
+        return QStringLiteral("?");
+    return QString::fromLatin1(f.readAll().split(' ').value(0));
+}
+
 // The README's table, made from the figures of a run: one line per case.
 int printFiguresTable(const QString &json)
 {
@@ -1469,6 +1807,9 @@ int printFiguresTable(const QString &json)
                 doc.value(QStringLiteral("runs")).toInt(),
                 qPrintable(doc.value(QStringLiteral("machine")).toString()),
                 qPrintable(doc.value(QStringLiteral("date")).toString()));
+    if (doc.contains(QStringLiteral("load")))
+        std::printf("\nLoad of the machine (one-minute average) at the start and at the end of the run: %s\n",
+                    qPrintable(doc.value(QStringLiteral("load")).toString()));
     if (doc.contains(QStringLiteral("note")))
         std::printf("\n%s\n", qPrintable(doc.value(QStringLiteral("note")).toString()));
     return 0;
@@ -1488,7 +1829,9 @@ int main(int argc, char **argv)
     installUnattendedMessages();
     Bench bench;
     QString json;
-    QStringList only; // groups to run: reports, annual, circulation, browse, startup, memory, backup
+    // groups to run: reports, annual, circulation, browse, startup, memory, backup, check, html,
+    // picker, printing, frame
+    QStringList only;
     const QStringList args = QCoreApplication::arguments();
     for (int i = 1; i < args.size(); ++i) {
         const QString &a = args.at(i);
@@ -1512,7 +1855,8 @@ int main(int argc, char **argv)
     bench.work = QDir(bench.work).absolutePath();
     bench.prepareDirs();
 
-    std::printf("Folivo benchmarks, %d runs each (median)\n", bench.runs);
+    const QString loadAtStart = loadAverage();
+    std::printf("Folivo benchmarks, %d runs each (median), load %s\n", bench.runs, qPrintable(loadAtStart));
     if (only.isEmpty() || only.contains(QLatin1String("reports")))
         bench.reportsAndSearch();
     if (only.isEmpty() || only.contains(QLatin1String("annual")))
@@ -1535,6 +1879,8 @@ int main(int argc, char **argv)
         bench.picker();
     if (only.isEmpty() || only.contains(QLatin1String("printing")))
         bench.printing();
+    if (only.isEmpty() || only.contains(QLatin1String("frame")))
+        bench.frameSteps();
 
     std::printf("\n%-48s %12s %12s %7s %9s  %s\n", "case", "ours", "baseline", "ratio", "target", "holds");
     int missed = 0;
@@ -1568,6 +1914,7 @@ int main(int argc, char **argv)
         const QJsonObject doc{{QStringLiteral("machine"), machine()},
                               {QStringLiteral("date"), QDateTime::currentDateTimeUtc().toString(Qt::ISODate)},
                               {QStringLiteral("runs"), bench.runs},
+                              {QStringLiteral("load"), loadAtStart + QStringLiteral(" / ") + loadAverage()},
                               {QStringLiteral("cases"), rows}};
         if (!out.open(QIODevice::WriteOnly) || out.write(QJsonDocument(doc).toJson()) < 0)
             die(QStringLiteral("cannot write %1").arg(json));

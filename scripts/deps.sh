@@ -3,7 +3,7 @@
 set -euo pipefail
 packages=(cmake ninja-build g++ ccache qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libsqlite3-dev
           libgl1-mesa-dev xvfb xauth poppler-utils fonts-dejavu-core sqlite3
-          qt6-translations-l10n postgresql-15 libqt6sql6-psql libpq-dev)
+          qt6-translations-l10n postgresql-15 libqt6sql6-psql libpq-dev libicu-dev)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

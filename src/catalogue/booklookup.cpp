@@ -3,8 +3,8 @@
 #include "data/database.h"
 #include "data/directquery.h"
 #include "data/recordsets.h"
+#include "data/sharedtexts.h"
 #include "data/statements.h"
-
 
 std::vector<qint32> browseOrder()
 {
@@ -54,8 +54,9 @@ QList<PickerRow> pickerRows(const QString &jetSql)
     if (code < 0 || title < 0 || author < 0 || id < 0)
         throw DbError(QStringLiteral("a book list needs the columns of KNIHY: ") + jetSql);
     QList<PickerRow> rows;
+    SharedTexts authors;
     while (q.next())
-        rows << PickerRow{q.text(code), q.text(title), q.text(author), qint32(q.integer(id))};
+        rows << PickerRow{q.text(code), q.text(title), authors.text(q, author), qint32(q.integer(id))};
     std::reverse(rows.begin(), rows.end());
     return rows;
 }

@@ -23,6 +23,8 @@ struct PickerRow
     QString author;
     qint32 id = -1;
 };
+// Made of relocatable members: the list of a whole catalogue grows by reallocating its block.
+Q_DECLARE_TYPEINFO(PickerRow, Q_RELOCATABLE_TYPE);
 // The book lists a picker offers.
 enum class BookList
 {

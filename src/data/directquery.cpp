@@ -171,6 +171,12 @@ QString DirectQuery::text(int column) const
     return QString::fromUtf8(t, sqlite3_column_bytes(m_stmt, column));
 }
 
+QByteArrayView DirectQuery::utf8(int column) const
+{
+    const auto *t = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
+    return t ? QByteArrayView(t, sqlite3_column_bytes(m_stmt, column)) : QByteArrayView();
+}
+
 QVariant DirectQuery::value(int column) const
 {
     switch (sqlite3_column_type(m_stmt, column)) {

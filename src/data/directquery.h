@@ -42,6 +42,8 @@ public:
     qint64 integer(int column) const;
     double real(int column) const;
     QString text(int column) const; // a null QString for NULL
+    // The text's UTF-8 bytes, valid until the next step; a null view for NULL.
+    QByteArrayView utf8(int column) const;
     // The column as the driver gives it: qlonglong, double, QString, QByteArray, or an invalid
     // QVariant for NULL.
     QVariant value(int column) const;

@@ -136,8 +136,30 @@ int formatPrice(char *out, size_t size, float price)
         const QByteArray text = QString::asprintf("%.02f", double(price)).toLatin1();
         return std::snprintf(out, size, "%s", text.constData());
     }
+    // The digits are written from the end: a page of 100,000 books would spend a tenth of its
+    // time in snprintf.
     const long long n = std::llround(std::fabs(cents));
-    return std::snprintf(out, size, "%s%lld.%02lld", std::signbit(price) ? "-" : "", n / 100, n % 100);
+    char digits[32];
+    char *const end = digits + sizeof digits;
+    char *p = end;
+    const int hundredths = int(n % 100);
+    *--p = char('0' + hundredths % 10);
+    *--p = char('0' + hundredths / 10);
+    *--p = '.';
+    long long whole = n / 100;
+    do {
+        *--p = char('0' + whole % 10);
+        whole /= 10;
+    } while (whole > 0);
+    if (std::signbit(price))
+        *--p = '-';
+    const size_t length = size_t(end - p);
+    if (size == 0)
+        return int(length);
+    const size_t copied = std::min(length, size - 1);
+    std::memcpy(out, p, copied);
+    out[copied] = '\0';
+    return int(length);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "data/database.h"
 #include "data/directquery.h"
 #include "data/recordsets.h"
+#include "data/sharedtexts.h"
 #include "data/statements.h"
 
 #include <QHash>
@@ -167,6 +168,7 @@ ReportResult runReport(const QString &jetSql)
         if (iId < 0 || iCategory < 0 || iCode < 0 || iTitle < 0 || iAuthor < 0 || iPrice < 0)
             throw DbError(QStringLiteral("the report statement does not return KNIHY rows"));
         CategoryNames categories;
+        SharedTexts authors;
         double total = 0;
         while (books.next()) {
             ReportRow row;
@@ -177,7 +179,7 @@ ReportResult runReport(const QString &jetSql)
             }
             row.code = books.text(iCode);
             row.title = books.text(iTitle);
-            row.author = books.text(iAuthor);
+            row.author = authors.text(books, iAuthor);
             row.price = float(books.real(iPrice));
             row.bookId = qint32(books.integer(iId));
             total += double(row.price);

@@ -17,6 +17,9 @@ struct ReportRow
     float price = 0;  // KNIHY.CENA
     qint32 bookId = -1;
 };
+// Made of relocatable members: a list of 100,000 rows grows by reallocating its block instead
+// of moving every row one by one.
+Q_DECLARE_TYPEINFO(ReportRow, Q_RELOCATABLE_TYPE);
 
 // The report kinds; 0 is sent when the report view is left, -1 means nothing shown yet.
 namespace ReportKind {
