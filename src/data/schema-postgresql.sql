@@ -97,3 +97,18 @@ CREATE INDEX VYPUJCKY_DATUM ON VYPUJCKY (DATUM_PUJCKY);
 CREATE INDEX VRACENI_ID ON VRACENI (ID_VRACENI_VRACENI);
 CREATE INDEX VRACENI_KNIHY ON VRACENI (ID_KNIHY_VRACENI);
 CREATE INDEX VRACENI_DATUM ON VRACENI (DATUM_VRACENI);
+
+-- The program compares codes, names and LIKE patterns with letter case ignored for every letter,
+-- by the full case folding of Unicode: both sides are folded by folivo_fold. lower() (ICU's, the
+-- same on every server) folds all but a few letters; those are mapped to their folding first.
+CREATE FUNCTION folivo_fold(t TEXT) RETURNS TEXT
+    LANGUAGE sql IMMUTABLE PARALLEL SAFE
+    RETURN lower(replace(replace(replace(translate(t, 'ſµς', 'sμσ'), 'ß', 'ss'), 'ẞ', 'ss'), 'ŉ', 'ʼn')
+                 COLLATE "und-x-icu");
+-- TOTAL() of the library file's statements sums numbers and truth values (true as 1).
+CREATE FUNCTION folivo_number(b BOOLEAN) RETURNS DOUBLE PRECISION
+    LANGUAGE sql IMMUTABLE PARALLEL SAFE
+    RETURN CASE WHEN b THEN 1.0 WHEN NOT b THEN 0.0 END;
+CREATE FUNCTION folivo_number(x DOUBLE PRECISION) RETURNS DOUBLE PRECISION
+    LANGUAGE sql IMMUTABLE PARALLEL SAFE
+    RETURN x;
