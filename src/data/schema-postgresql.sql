@@ -99,12 +99,13 @@ CREATE INDEX VRACENI_KNIHY ON VRACENI (ID_KNIHY_VRACENI);
 CREATE INDEX VRACENI_DATUM ON VRACENI (DATUM_VRACENI);
 
 -- The program compares codes, names and LIKE patterns with letter case ignored for every letter,
--- by the full case folding of Unicode: both sides are folded by folivo_fold. lower() (ICU's, the
--- same on every server) folds all but a few letters; those are mapped to their folding first.
+-- by Unicode's simple case folding, one letter to one letter: both sides are folded by folivo_fold.
+-- lower() (ICU's, the same on every server) gives that folding for all but a few letters: those
+-- are mapped after it (ς, which lower() gives for a final Σ, too), and İ, which lower() would make two letters, is kept as it is.
 CREATE FUNCTION folivo_fold(t TEXT) RETURNS TEXT
     LANGUAGE sql IMMUTABLE PARALLEL SAFE
-    RETURN lower(replace(replace(replace(translate(t, 'ſµς', 'sμσ'), 'ß', 'ss'), 'ẞ', 'ss'), 'ŉ', 'ʼn')
-                 COLLATE "und-x-icu");
+    RETURN translate(replace(lower(replace(t, 'İ', U&'\E000') COLLATE "und-x-icu"), U&'\E000', 'İ'),
+                     'ſµς', 'sμσ');
 -- TOTAL() of the library file's statements sums numbers and truth values (true as 1).
 CREATE FUNCTION folivo_number(b BOOLEAN) RETURNS DOUBLE PRECISION
     LANGUAGE sql IMMUTABLE PARALLEL SAFE
