@@ -6,6 +6,7 @@
 #include "data/directquery.h"
 #include "data/libraryfiles.h"
 #include "data/librarylock.h"
+#include "data/postgresdialect.h"
 #include "data/safefile.h"
 #include "data/serveraddress.h"
 
@@ -658,13 +659,17 @@ const char *textEqualityCollation(const QString &text)
     return "NOCASE";
 }
 
-QSqlQuery prepareSql(const QString &sql)
+QSqlQuery prepareSql(const QString &sqliteSql)
 {
     QSqlDatabase db = Database::connection();
     if (!db.isOpen())
         throw DbError(QStringLiteral("the database is not open"));
+    const bool server = s_engine == Database::Engine::PostgreSQL;
+    const QString sql = server ? sqliteToPostgres(sqliteSql) : sqliteSql;
     QSqlQuery q(db);
     q.setForwardOnly(true);
+    if (server)
+        q.setNumericalPrecisionPolicy(QSql::LowPrecisionDouble);
     if (!q.prepare(sql))
         throw DbError(errorText(q.lastError()), sql);
     return q;
@@ -678,6 +683,15 @@ void execPrepared(QSqlQuery &query)
 
 QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)
 {
+    if (s_engine == Database::Engine::PostgreSQL && bindValues.isEmpty()) {
+        // Run as it stands: the server prepares no statement that changes its tables or indexes.
+        QSqlQuery q(Database::connection());
+        q.setNumericalPrecisionPolicy(QSql::LowPrecisionDouble);
+        const QString translated = sqliteToPostgres(sql);
+        if (!q.exec(translated))
+            throw DbError(errorText(q.lastError()), translated);
+        return q;
+    }
     QSqlQuery q = prepareSql(sql);
     for (const QVariant &v : bindValues)
         q.addBindValue(v);

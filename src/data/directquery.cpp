@@ -1,9 +1,14 @@
 #include "data/directquery.h"
 
 #include "data/database.h"
+#include "data/postgresdialect.h"
 
+#include <QRegularExpression>
 #include <QSet>
 #include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
 #include <QVariant>
 
 #include <sqlite3.h>
@@ -34,8 +39,27 @@ sqlite3 *connectionHandle()
 
 } // namespace
 
-DirectQuery::DirectQuery(const QString &sql) : m_db(connectionHandle())
+DirectQuery::DirectQuery(const QString &sql)
 {
+    if (Database::engine() == Database::Engine::PostgreSQL) {
+        QSqlDatabase db = Database::connection();
+        if (!db.isOpen())
+            throw DbError(QStringLiteral("the database is not open"));
+        m_serverSql = sqliteToPostgres(sql);
+        static const QRegularExpression parameter(QStringLiteral("\\$(\\d+)"));
+        for (auto m = parameter.globalMatch(m_serverSql); m.hasNext();)
+            m_serverParameters = std::max(m_serverParameters, m.next().captured(1).toInt());
+        m_server = std::make_unique<QSqlQuery>(db);
+        // Not forward-only: the driver would stream the rows, and a second statement run meanwhile
+        // (a lookup for each row of a report) would cut the first one off.
+        m_server->setForwardOnly(false);
+        m_server->setNumericalPrecisionPolicy(QSql::LowPrecisionDouble);
+        if (!m_server->prepare(m_serverSql))
+            throw DbError(m_server->lastError().text(), m_serverSql);
+        liveStatements().insert(this);
+        return;
+    }
+    m_db = connectionHandle();
     const QByteArray text = sql.toUtf8();
     if (sqlite3_prepare_v2(m_db, text.constData(), int(text.size()), &m_stmt, nullptr) != SQLITE_OK) {
         const QString error = QString::fromUtf8(sqlite3_errmsg(m_db));
@@ -58,6 +82,52 @@ void DirectQuery::finalize()
 {
     sqlite3_finalize(m_stmt);
     m_stmt = nullptr;
+    m_server.reset();
+}
+
+void DirectQuery::checkAlive() const
+{
+    if (!m_stmt && !m_server)
+        throw DbError(QStringLiteral("the database was closed"));
+}
+
+void DirectQuery::executeOnServer() const
+{
+    if (m_executed)
+        return;
+    if (!m_server->exec())
+        throw DbError(m_server->lastError().text(), m_serverSql);
+    m_executed = true;
+}
+
+// The result's columns, known only once the statement ran: a statement whose values are not all
+// bound yet runs once with NULL for them, and runs again at its first step.
+void DirectQuery::describeOnServer() const
+{
+    if (m_serverColumns)
+        return;
+    const QVariantList bound = m_server->boundValues();
+    bool complete = true;
+    for (int i = 0; i < m_serverParameters; ++i) {
+        if (i >= bound.size() || !bound.at(i).isValid()) {
+            complete = false;
+            m_server->bindValue(i, QVariant());
+        }
+    }
+    executeOnServer();
+    m_serverColumns = std::make_unique<QSqlRecord>(m_server->record());
+    if (!complete) {
+        m_server->finish();
+        m_executed = false;
+    }
+}
+
+qint64 DirectQuery::rowsAffected() const
+{
+    checkAlive();
+    if (m_server)
+        return m_server->numRowsAffected();
+    return sqlite3_changes(m_db);
 }
 
 void DirectQuery::finalizeAll()
@@ -69,11 +139,19 @@ void DirectQuery::finalizeAll()
 
 int DirectQuery::columnCount() const
 {
+    if (m_server) {
+        describeOnServer();
+        return m_serverColumns->count();
+    }
     return m_stmt ? sqlite3_column_count(m_stmt) : 0;
 }
 
 int DirectQuery::column(const char *name) const
 {
+    if (m_server) {
+        describeOnServer();
+        return m_serverColumns->indexOf(QString::fromLatin1(name));
+    }
     const int count = sqlite3_column_count(m_stmt);
     for (int i = 0; i < count; ++i)
         if (qstricmp(sqlite3_column_name(m_stmt, i), name) == 0)
@@ -83,16 +161,30 @@ int DirectQuery::column(const char *name) const
 
 void DirectQuery::bind(int position, qint64 value)
 {
-    if (!m_stmt)
-        throw DbError(QStringLiteral("the database was closed"));
+    checkAlive();
+    if (m_server) {
+        bindValue(position, QVariant(qlonglong(value)));
+        return;
+    }
     if (sqlite3_bind_int64(m_stmt, position, value) != SQLITE_OK)
         throw DbError(QString::fromUtf8(sqlite3_errmsg(m_db)), QString::fromUtf8(sqlite3_sql(m_stmt)));
 }
 
 void DirectQuery::bindValue(int position, const QVariant &value)
 {
-    if (!m_stmt)
-        throw DbError(QStringLiteral("the database was closed"));
+    checkAlive();
+    if (m_server) {
+        // As the engine of the file binds it: a null text or an invalid value is NULL.
+        const bool null =
+            !value.isValid() || (value.typeId() == QMetaType::QString && value.toString().isNull());
+        // A value bound after a run (the one that read the columns) is for the next run.
+        if (m_executed) {
+            m_server->finish();
+            m_executed = false;
+        }
+        m_server->bindValue(position - 1, null ? QVariant() : value);
+        return;
+    }
     int rc = SQLITE_OK;
     switch (value.typeId()) {
     case QMetaType::UnknownType:
@@ -133,8 +225,11 @@ void DirectQuery::bindValue(int position, const QVariant &value)
 
 bool DirectQuery::next()
 {
-    if (!m_stmt)
-        throw DbError(QStringLiteral("the database was closed"));
+    checkAlive();
+    if (m_server) {
+        executeOnServer();
+        return m_server->next();
+    }
     const int rc = sqlite3_step(m_stmt);
     if (rc == SQLITE_ROW)
         return true;
@@ -147,6 +242,10 @@ bool DirectQuery::next()
 
 void DirectQuery::reset()
 {
+    if (m_server) {
+        m_server->finish();
+        m_executed = false;
+    }
     if (m_stmt) {
         sqlite3_reset(m_stmt);
         sqlite3_clear_bindings(m_stmt);
@@ -155,16 +254,24 @@ void DirectQuery::reset()
 
 qint64 DirectQuery::integer(int column) const
 {
+    if (m_server)
+        return m_server->value(column).toLongLong();
     return sqlite3_column_int64(m_stmt, column);
 }
 
 double DirectQuery::real(int column) const
 {
+    if (m_server)
+        return m_server->value(column).toDouble();
     return sqlite3_column_double(m_stmt, column);
 }
 
 QString DirectQuery::text(int column) const
 {
+    if (m_server) {
+        const QVariant v = m_server->value(column);
+        return v.isNull() ? QString() : v.toString();
+    }
     const auto *t = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
     if (!t)
         return QString();
@@ -179,6 +286,30 @@ QByteArrayView DirectQuery::utf8(int column) const
 
 QVariant DirectQuery::value(int column) const
 {
+    if (m_server) {
+        // The values as the file's engine hands them over: whole numbers (and truth values) as
+        // qlonglong, reals as double, texts as QString, NULL as an invalid value.
+        const QVariant v = m_server->value(column);
+        if (v.isNull())
+            return QVariant();
+        switch (v.typeId()) {
+        case QMetaType::Bool:
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+        case QMetaType::Short:
+        case QMetaType::UShort:
+            return QVariant(qlonglong(v.toLongLong()));
+        case QMetaType::Double:
+        case QMetaType::Float:
+            return QVariant(v.toDouble());
+        case QMetaType::QByteArray:
+            return v;
+        default:
+            return QVariant(v.toString());
+        }
+    }
     switch (sqlite3_column_type(m_stmt, column)) {
     case SQLITE_INTEGER:
         return QVariant(qlonglong(sqlite3_column_int64(m_stmt, column)));

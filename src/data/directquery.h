@@ -14,11 +14,15 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+class QSqlQuery;
+class QSqlRecord;
 
 // A statement stepped straight on the library connection's engine handle: reports read tens of
 // thousands of rows, record sets run many small statements, and the driver's own layer costs
 // more than the statements there. Columns are read by index, texts as UTF-8. Throws DbError like
 // runSql. Closing the database finalizes every statement still alive; one used after that throws.
+// On a server the statement (SQLite's dialect, translated by sqliteToPostgres) runs as a
+// forward-only query of the driver, executed at the first step with the values bound by then.
 class DirectQuery final
 {
 public:
@@ -38,6 +42,8 @@ public:
     bool next();
     // Makes the statement ready to run again with new bindings.
     void reset();
+    // The rows the last INSERT, UPDATE or DELETE run by this statement wrote.
+    qint64 rowsAffected() const;
 
     qint64 integer(int column) const;
     double real(int column) const;
@@ -53,8 +59,16 @@ public:
 
 private:
     void finalize();
+    void checkAlive() const;
+    void executeOnServer() const;
+    void describeOnServer() const;
     sqlite3 *m_db = nullptr;
     sqlite3_stmt *m_stmt = nullptr;
+    std::unique_ptr<QSqlQuery> m_server; // the statement on a server, instead of m_stmt
+    QString m_serverSql;
+    int m_serverParameters = 0;
+    mutable bool m_executed = false;
+    mutable std::unique_ptr<QSqlRecord> m_serverColumns;
 };
 
 // The statement with its leading "SELECT * FROM table " narrowed to the listed columns of that

@@ -65,15 +65,31 @@ void FieldExchange::Single(const char *column, float &field)
 namespace {
 
 // Runs a write whose text is the same for every row of a table on its kept prepared statement.
-void runPooled(const QString &sql, const QVariantList &binds)
+// Returns the rows it wrote; *returned gets the first column of a row the statement returns.
+qint64 runPooled(const QString &sql, const QVariantList &binds, QVariant *returned = nullptr)
 {
     quint64 generation = 0;
     std::unique_ptr<DirectQuery> q = StatementPool::take(sql, &generation);
     for (int i = 0; i < binds.size(); ++i)
         q->bindValue(i + 1, binds.at(i));
+    qint64 rows = 0;
     while (q->next()) {
+        ++rows;
+        if (returned)
+            *returned = q->value(0);
     }
+    if (!returned)
+        rows = q->rowsAffected();
     StatementPool::giveBack(sql, std::move(q), generation);
+    return rows;
+}
+
+// How the engine finds a row again: the file's rowid; on a server the row's place (ctid), which
+// every write of the row changes, so that a row another desk wrote meanwhile is not found.
+QString rowIdentity()
+{
+    return Database::engine() == Database::Engine::PostgreSQL ? QStringLiteral("ctid")
+                                                              : QStringLiteral("rowid");
 }
 
 } // namespace
@@ -94,7 +110,7 @@ void RecordSet::open(const QString &jetSql)
     close();
     QString sql = jetSql.trimmed();
     if (sql.isEmpty() || sql == defaultSql()) {
-        sql = QStringLiteral("SELECT rowid, * FROM ") + tableName();
+        sql = QStringLiteral("SELECT %1, * FROM ").arg(rowIdentity()) + tableName();
     } else {
         sql = jetToSqlite(sql);
         // Every statement of a record set selects all columns of its table; the row's identity
@@ -102,8 +118,7 @@ void RecordSet::open(const QString &jetSql)
         const QString star = QStringLiteral("SELECT * FROM ");
         if (!sql.startsWith(star, Qt::CaseInsensitive))
             throw DbError(QStringLiteral("a record set needs SELECT * FROM ...: ") + jetSql);
-        sql = QStringLiteral("SELECT ") + tableName() + QStringLiteral(".rowid, * FROM ") +
-              sql.mid(star.size());
+        sql = QStringLiteral("SELECT %1.%2, * FROM ").arg(tableName(), rowIdentity()) + sql.mid(star.size());
     }
     // The values of the statement are bound, so a lookup by another code reuses its statement.
     QVariantList binds;
@@ -296,11 +311,19 @@ void RecordSet::update()
             bind << vals.first();
         }
         bind << read.at(0);
-        runPooled(QStringLiteral("UPDATE %1 SET %2 WHERE rowid = ?")
-                      .arg(tableName(), sets.join(QLatin1String(", "))),
-                  bind);
+        // The row is written where it was read; when it is gone or was moved by another desk's
+        // write, nothing is written and the write fails rather than pass unnoticed.
+        const bool server = Database::engine() == Database::Engine::PostgreSQL;
+        QVariant identity = read.at(0);
+        const qint64 written = runPooled(QStringLiteral("UPDATE %1 SET %2 WHERE %3 = ?%4")
+                                             .arg(tableName(), sets.join(QLatin1String(", ")), rowIdentity(),
+                                                  server ? QStringLiteral(" RETURNING ctid") : QString()),
+                                         bind, server ? &identity : nullptr);
+        if (written != 1)
+            throw DbError(QStringLiteral("the row of %1 being written was changed or removed meanwhile")
+                              .arg(tableName()));
         QVariantList row;
-        row << m_rows[m_current].at(0);
+        row << identity;
         row << vals;
         m_rows[m_current] = row;
     } else {
@@ -313,7 +336,10 @@ void RecordSet::deleteRow()
 {
     if (isEOF() || isBOF())
         throw DbError(QStringLiteral("no current row to delete in ") + tableName());
-    runPooled(QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(tableName()), {m_rows[m_current].at(0)});
+    if (runPooled(QStringLiteral("DELETE FROM %1 WHERE %2 = ?").arg(tableName(), rowIdentity()),
+                  {m_rows[m_current].at(0)}) != 1)
+        throw DbError(
+            QStringLiteral("the row of %1 being removed was changed or removed meanwhile").arg(tableName()));
     m_rows.removeAt(m_current);
     loadCurrent();
 }

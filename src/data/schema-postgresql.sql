@@ -97,3 +97,19 @@ CREATE INDEX VYPUJCKY_DATUM ON VYPUJCKY (DATUM_PUJCKY);
 CREATE INDEX VRACENI_ID ON VRACENI (ID_VRACENI_VRACENI);
 CREATE INDEX VRACENI_KNIHY ON VRACENI (ID_KNIHY_VRACENI);
 CREATE INDEX VRACENI_DATUM ON VRACENI (DATUM_VRACENI);
+
+-- The program compares codes, names and LIKE patterns with letter case ignored for every letter,
+-- by Unicode's simple case folding, one letter to one letter: both sides are folded by folivo_fold.
+-- lower() (ICU's, the same on every server) gives that folding for all but a few letters: those
+-- are mapped after it (ς, which lower() gives for a final Σ, too), and İ, which lower() would make two letters, is kept as it is.
+CREATE FUNCTION folivo_fold(t TEXT) RETURNS TEXT
+    LANGUAGE sql IMMUTABLE PARALLEL SAFE
+    RETURN translate(replace(lower(replace(t, 'İ', U&'\E000') COLLATE "und-x-icu"), U&'\E000', 'İ'),
+                     'ſµς', 'sμσ');
+-- TOTAL() of the library file's statements sums numbers and truth values (true as 1).
+CREATE FUNCTION folivo_number(b BOOLEAN) RETURNS DOUBLE PRECISION
+    LANGUAGE sql IMMUTABLE PARALLEL SAFE
+    RETURN CASE WHEN b THEN 1.0 WHEN NOT b THEN 0.0 END;
+CREATE FUNCTION folivo_number(x DOUBLE PRECISION) RETURNS DOUBLE PRECISION
+    LANGUAGE sql IMMUTABLE PARALLEL SAFE
+    RETURN x;

@@ -10,6 +10,8 @@ class TestCirculationCore : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase_data() { TestLibrary::bothEngines(); }
+    void init() { FOLIVO_ENGINE_INIT(); }
     void lendUnderOneNumber();
     void lendFailureWritesNothing();
     void returnUnderOneNumber();
@@ -93,16 +95,14 @@ void TestCirculationCore::lendFailureWritesNothing()
     QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
 
     // A failure of the database itself in the middle of the batch.
-    runSql(
-        QStringLiteral("CREATE TRIGGER fail_loan BEFORE INSERT ON VYPUJCKY WHEN NEW.ID_KNIHY_VYPUJCKY = %1 "
-                       "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
-            .arg(a));
+    lib.plantFailure(QStringLiteral("fail_loan"), QStringLiteral("BEFORE INSERT"), QStringLiteral("VYPUJCKY"),
+                     QStringLiteral("NEW.ID_KNIHY_VYPUJCKY = %1").arg(a));
     QVERIFY_THROWS_EXCEPTION(DbError, lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY")), 0);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 0);
     QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
 
-    runSql(QStringLiteral("DROP TRIGGER fail_loan"));
+    lib.removeFailure(QStringLiteral("fail_loan"), QStringLiteral("VYPUJCKY"));
     QCOMPARE(lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}), before);
 }
 
@@ -172,10 +172,8 @@ void TestCirculationCore::returnFailureWritesNothing()
     QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before);
 
     runSql(QStringLiteral("UPDATE VYPUJCKY SET ID_VYPUJCKY_VYPUJCKY = %1").arg(loan));
-    runSql(
-        QStringLiteral("CREATE TRIGGER fail_return BEFORE INSERT ON VRACENI WHEN NEW.ID_KNIHY_VRACENI = %1 "
-                       "BEGIN SELECT RAISE(ABORT, 'disk full'); END")
-            .arg(a));
+    lib.plantFailure(QStringLiteral("fail_return"), QStringLiteral("BEFORE INSERT"),
+                     QStringLiteral("VRACENI"), QStringLiteral("NEW.ID_KNIHY_VRACENI = %1").arg(a));
     QVERIFY_THROWS_EXCEPTION(DbError, returnBooks(20260315, books));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM VRACENI")), 0);
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYPUJCENO")), 3);
@@ -205,11 +203,11 @@ void TestCirculationCore::discardAndRestore()
     QVERIFY(!discardBook(12345, 20260315));
     QCOMPARE(lib.count(idsRow), counters); // discarding takes no identifier
 
-    runSql(QStringLiteral(
-        "CREATE TRIGGER fail_discard BEFORE UPDATE ON KNIHY BEGIN SELECT RAISE(ABORT, 'x'); END"));
+    lib.plantFailure(QStringLiteral("fail_discard"), QStringLiteral("BEFORE UPDATE"),
+                     QStringLiteral("KNIHY"));
     QVERIFY_THROWS_EXCEPTION(DbError, discardBook(b, 20260315));
     QVERIFY_THROWS_EXCEPTION(DbError, restoreBook(a, poetry));
-    runSql(QStringLiteral("DROP TRIGGER fail_discard"));
+    lib.removeFailure(QStringLiteral("fail_discard"), QStringLiteral("KNIHY"));
     QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE VYRAZENO")), 1);
 
     const qint64 accession =

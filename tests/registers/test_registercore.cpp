@@ -11,9 +11,8 @@ namespace {
 // Makes every insert into (or update of) a table fail, as a full disk or a broken file would.
 void breakWrites(const QString &table, const char *when)
 {
-    runSql(
-        QStringLiteral("CREATE TRIGGER broken_%1_%2 BEFORE %2 ON %1 BEGIN SELECT RAISE(ABORT, 'broken'); END")
-            .arg(table, QString::fromLatin1(when)));
+    TestLibrary::plantFailure(QStringLiteral("broken_%1_%2").arg(table, QString::fromLatin1(when)),
+                              QStringLiteral("BEFORE %1").arg(QString::fromLatin1(when)), table);
 }
 
 ClientEntry entry(const QString &code, const QString &first = QStringLiteral("Jana"),
@@ -33,6 +32,8 @@ class TestRegisterCore : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase_data() { TestLibrary::bothEngines(); }
+    void init() { FOLIVO_ENGINE_INIT(); }
     void categoryNamesAreNeverReused();
     void renameFindsTheOldName();
     void removalNeedsNoBookInStock();
@@ -274,7 +275,7 @@ void TestRegisterCore::editWritesOnlyWhatChanged()
     // Nothing differs: no update is attempted (it would fail).
     QVERIFY(!changeClient(id, clientDataFromEntry(e)));
 
-    runSql(QStringLiteral("DROP TRIGGER broken_LIDE_UPDATE"));
+    TestLibrary::removeFailure(QStringLiteral("broken_LIDE_UPDATE"), QStringLiteral("LIDE"));
     // Clearing the address keeps the old text; only the flag changes.
     e.address.clear();
     QVERIFY(changeClient(id, clientDataFromEntry(e)));

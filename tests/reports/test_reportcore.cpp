@@ -49,6 +49,8 @@ class TestReportCore : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase_data() { TestLibrary::bothEngines(); }
+    void init() { FOLIVO_ENGINE_INIT(); }
     void statementsAndTitles();
     void narrowedStatements();
     void reportsOnARealLibrary();
@@ -597,7 +599,7 @@ void TestReportCore::commandLine()
     QByteArray err;
     auto cli = [&](const char *args, const QString &target = QString()) {
         QStringList list = QString::fromUtf8(args).split(QLatin1Char('|'));
-        list << QStringLiteral("--data-dir") << dataDir;
+        list << lib.cliOptions();
         if (list.first() == u"protocol")
             list << QStringLiteral("--pdf") << target;
         else if (!target.isNull())
@@ -620,7 +622,7 @@ void TestReportCore::commandLine()
     QVERIFY(readAll(out).contains("<TD ALIGN=\"LEFT\">  003  </TD>"));
 
     // A category is named as the program compares names: letter case aside, for every letter.
-    QVERIFY(Database::open(lib.dbPath()) == Database::OpenResult::Ok);
+    QVERIFY(lib.reopen());
     lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Naučná"));
     Database::close();
@@ -669,7 +671,7 @@ void TestReportCore::commandLine()
     const QString pdf = QDir(dataDir).filePath(QStringLiteral("loan.pdf"));
     QCOMPARE(cli(QStringLiteral("protocol|loan|%1").arg(loan).toUtf8().constData(), pdf), 0);
     QVERIFY(readAll(pdf).startsWith("%PDF"));
-    QVERIFY(Database::open(lib.dbPath()) == Database::OpenResult::Ok);
+    QVERIFY(lib.reopen());
 }
 
 QTEST_GUILESS_MAIN(TestReportCore)

@@ -62,6 +62,8 @@ class TestSearchCore : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase_data() { TestLibrary::bothEngines(); }
+    void init() { FOLIVO_ENGINE_INIT(); }
     void emptyForm();
     void clauseForms();
     void clauseOrder();

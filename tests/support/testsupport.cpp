@@ -4,17 +4,49 @@
 
 #include "data/database.h"
 #include "data/recordsets.h"
+#include "support/testpostgres.h"
 
 #include <QDir>
 #include <QFile>
+#include <QSqlError>
 #include <QSqlQuery>
+#include <QTest>
+
+namespace {
+bool s_onServer = false;
+}
+
+void TestLibrary::bothEngines()
+{
+    QTest::addColumn<bool>("server");
+    QTest::newRow("sqlite") << false;
+    QTest::newRow("postgresql") << true;
+}
+
+bool TestLibrary::useEngineOfRow(QString *why)
+{
+    QFETCH_GLOBAL(bool, server);
+    s_onServer = server;
+    return !server || TestPostgres::available(why);
+}
+
+bool TestLibrary::onServer()
+{
+    return s_onServer;
+}
 
 TestLibrary::TestLibrary()
 {
     Database::close();
     QString error;
-    m_valid = m_dir.isValid() && Database::createEmpty(dbPath(), &error) &&
-              Database::open(dbPath(), &error) == Database::OpenResult::Ok;
+    if (s_onServer) {
+        m_url = TestPostgres::createDatabase(QString::fromLatin1(QTest::currentTestFunction()).toLower());
+        m_valid = m_dir.isValid() && !m_url.isEmpty() && Database::createOnServer(m_url, &error) &&
+                  Database::open(m_url, &error, m_dir.path()) == Database::OpenResult::Ok;
+    } else {
+        m_valid = m_dir.isValid() && Database::createEmpty(dbPath(), &error) &&
+                  Database::open(dbPath(), &error) == Database::OpenResult::Ok;
+    }
     if (!m_valid) // nothing a test could check would mean anything
         qFatal("test library: %s", qPrintable(error));
 }
@@ -22,6 +54,19 @@ TestLibrary::TestLibrary()
 TestLibrary::~TestLibrary()
 {
     Database::close();
+}
+
+bool TestLibrary::reopen()
+{
+    return Database::open(location(), nullptr, m_dir.path()) == Database::OpenResult::Ok;
+}
+
+QStringList TestLibrary::cliOptions() const
+{
+    QStringList options{QStringLiteral("--data-dir"), dir()};
+    if (!m_url.isEmpty())
+        options << QStringLiteral("--database") << m_url;
+    return options;
 }
 
 QString TestLibrary::dbPath() const
@@ -33,6 +78,37 @@ qint64 TestLibrary::count(const QString &sql) const
 {
     QSqlQuery q = runSql(sql);
     return q.next() ? q.value(0).toLongLong() : -1;
+}
+
+void TestLibrary::plantFailure(const QString &name, const QString &timing, const QString &table,
+                               const QString &condition)
+{
+    QSqlQuery q(Database::connection());
+    bool ok = true;
+    if (onServer()) {
+        ok = q.exec(QStringLiteral(
+                 "CREATE OR REPLACE FUNCTION folivo_test_failure() RETURNS trigger LANGUAGE plpgsql "
+                 "AS $$ BEGIN RAISE EXCEPTION 'disk full'; END $$")) &&
+             q.exec(QStringLiteral(
+                        "CREATE TRIGGER %1 %2 ON %3 FOR EACH ROW %4 EXECUTE FUNCTION folivo_test_failure()")
+                        .arg(name, timing, table,
+                             condition.isEmpty() ? QString() : QStringLiteral("WHEN (%1)").arg(condition)));
+    } else {
+        ok =
+            q.exec(QStringLiteral("CREATE TRIGGER %1 %2 ON %3 %4 BEGIN SELECT RAISE(ABORT, 'disk full'); END")
+                       .arg(name, timing, table,
+                            condition.isEmpty() ? QString() : QStringLiteral("WHEN %1").arg(condition)));
+    }
+    if (!ok)
+        qFatal("cannot plant the failure %s: %s", qPrintable(name), qPrintable(q.lastError().text()));
+}
+
+void TestLibrary::removeFailure(const QString &name, const QString &table)
+{
+    QSqlQuery q(Database::connection());
+    if (!q.exec(onServer() ? QStringLiteral("DROP TRIGGER %1 ON %2").arg(name, table)
+                           : QStringLiteral("DROP TRIGGER %1").arg(name)))
+        qFatal("cannot remove the failure %s: %s", qPrintable(name), qPrintable(q.lastError().text()));
 }
 
 qint32 TestLibrary::ids(const char *column) const

@@ -6,19 +6,34 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 // A fresh data directory with an empty library database made from the shipped schema, opened
-// as the program's database for the life of the object. A library that cannot be made ends the
-// test program.
+// as the program's database for the life of the object: the file Folivo.db, or a fresh database
+// on the test server when the test runs in the "postgresql" row of bothEngines(). A library that
+// cannot be made ends the test program.
 class TestLibrary final
 {
 public:
     TestLibrary();
+    // The rows "sqlite" and "postgresql" for a test class's initTestCase_data(): every test
+    // function runs once on each engine.
+    static void bothEngines();
+    // For the test class's init(): makes the libraries of the test on its row's engine. False,
+    // with the reason, when the row needs a server and none can be had (see FOLIVO_ENGINE_INIT).
+    static bool useEngineOfRow(QString *why);
+    static bool onServer();
     ~TestLibrary();
     bool isValid() const { return m_valid; }
     QString dir() const { return m_dir.path(); }
     QString dbPath() const;
+    // The library's place as Database::open and --database take it: the file, or the server's URL.
+    QString location() const { return m_url.isEmpty() ? dbPath() : m_url; }
+    // Opens the library again after a test closed it (for a command run on it meanwhile).
+    bool reopen();
+    // The options that name this library on folivo-cli's command line.
+    QStringList cliOptions() const;
 
     // Builders: each writes its row with an identifier taken from IDS, as the program would.
     qint32 addCategory(const QString &name, bool visible = true);
@@ -54,14 +69,28 @@ public:
     qint32 giveBack(const QList<qint32> &books, DateNumber on);
 
     qint64 count(const QString &sql) const; // first column of the first row
+    // Makes every write "timing" (BEFORE INSERT, BEFORE UPDATE, ...) on table fail with a database
+    // error, for the rows where condition (on NEW, empty for all) holds; a trigger of the engine.
+    static void plantFailure(const QString &name, const QString &timing, const QString &table,
+                             const QString &condition = QString());
+    static void removeFailure(const QString &name, const QString &table);
     qint32 ids(const char *column) const;
 
 private:
     QTemporaryDir m_dir;
+    QString m_url; // on a server
     bool m_valid = false;
 };
 
 // Records every message box and answers from a queue (default: OK / Yes).
+// The init() of a test class that runs on both engines.
+#define FOLIVO_ENGINE_INIT()                                                                                 \
+    do {                                                                                                     \
+        QString whyNot;                                                                                      \
+        if (!TestLibrary::useEngineOfRow(&whyNot))                                                           \
+            QSKIP(qPrintable(whyNot));                                                                       \
+    } while (false)
+
 class MessageRecorder final
 {
 public:
