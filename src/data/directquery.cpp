@@ -280,6 +280,16 @@ QString DirectQuery::text(int column) const
 
 QByteArrayView DirectQuery::utf8(int column) const
 {
+    if (m_server) {
+        // The driver hands out QStrings: the bytes are kept for the view until the next step.
+        const QVariant v = m_server->value(column);
+        if (v.isNull())
+            return QByteArrayView();
+        if (m_serverUtf8.size() <= size_t(column))
+            m_serverUtf8.resize(size_t(column) + 1);
+        m_serverUtf8[size_t(column)] = v.toString().toUtf8();
+        return QByteArrayView(m_serverUtf8[size_t(column)]);
+    }
     const auto *t = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
     return t ? QByteArrayView(t, sqlite3_column_bytes(m_stmt, column)) : QByteArrayView();
 }

@@ -11,6 +11,7 @@
 #include <QVariant>
 
 #include <memory>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -63,6 +64,7 @@ private:
     void executeOnServer() const;
     void describeOnServer() const;
     sqlite3 *m_db = nullptr;
+    mutable std::vector<QByteArray> m_serverUtf8; // the texts utf8() handed out on a server
     sqlite3_stmt *m_stmt = nullptr;
     std::unique_ptr<QSqlQuery> m_server; // the statement on a server, instead of m_stmt
     QString m_serverSql;
