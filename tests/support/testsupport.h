@@ -7,6 +7,7 @@
 #include <QList>
 #include <QString>
 #include <QTemporaryDir>
+#include <QVariantList>
 
 // A fresh data directory with an empty library database made from the shipped schema, opened
 // as the program's database for the life of the object. A library that cannot be made ends the
@@ -35,6 +36,37 @@ public:
                 author = a;
             return *this;
         }
+        BookSpec &in(qint32 c)
+        {
+            category = c;
+            return *this;
+        }
+        BookSpec &numbered(qint32 n)
+        {
+            accession = n;
+            return *this;
+        }
+        BookSpec &acquiredOn(DateNumber d)
+        {
+            acquired = d;
+            return *this;
+        }
+        BookSpec &priced(float p)
+        {
+            price = p;
+            return *this;
+        }
+        BookSpec &withKeywords(const QString &k)
+        {
+            keywords = k;
+            return *this;
+        }
+        BookSpec &discard(DateNumber on = NoDate)
+        {
+            discarded = true;
+            discardedOn = on;
+            return *this;
+        }
         QString code;
         qint32 accession = -1; // -1: PRIRUSTEK_MAX + 1
         qint32 category = -1;  // -1: the first category, made when there is none
@@ -54,6 +86,8 @@ public:
     qint32 giveBack(const QList<qint32> &books, DateNumber on);
 
     qint64 count(const QString &sql) const; // first column of the first row
+    // The rows of a table that meet the condition (every row without one), ? bound to binds.
+    qint64 rows(const char *table, const char *where = nullptr, const QVariantList &binds = {}) const;
     qint32 ids(const char *column) const;
 
 private:
@@ -92,3 +126,6 @@ QByteArray fileBytes(const QString &path);
 
 // count made-up report rows (codes K000000, K000001, ... in the category Poezie), for long pages.
 QList<ReportRow> madeUpReportRows(int count);
+
+// The space-separated words of a text: short lists of codes and names in comparisons.
+QStringList words(const char *text);
