@@ -162,7 +162,7 @@ void TestBookCore::checksOfNewBook()
     QVERIFY(!c.entry.hasKeywords && c.entry.keywords.isEmpty());
     QVERIFY(!c.entry.hasPublisher && !c.entry.hasAnnotation && !c.entry.hasYear && !c.entry.hasPages);
 
-    const auto expect = [](BookTexts t, int message, BookField field) {
+    const auto expect = [](const BookTexts &t, int message, BookField field) {
         const BookCheck r = checkBookEntry(t);
         QCOMPARE(r.message, message);
         QCOMPARE(int(r.field), int(field));

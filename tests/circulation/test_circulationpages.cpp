@@ -81,6 +81,12 @@ template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
     page.addBook();
 }
 
+// The protocol the entry view was last asked to print.
+ProtocolRequest requested(const QSignalSpy &spy)
+{
+    return spy.isEmpty() ? ProtocolRequest{} : spy.last().at(0).value<ProtocolRequest>();
+}
+
 } // namespace
 
 void TestCirculationPages::init()
@@ -90,7 +96,6 @@ void TestCirculationPages::init()
     s.loanDays = 30;
     s.loanProtocol = SettingsRecord::PrintNever;
     s.returnProtocol = SettingsRecord::PrintNever;
-    AppState::instance().protocol = ProtocolRequest{};
 }
 
 void TestCirculationPages::loansLookUpBook()
@@ -407,8 +412,8 @@ void TestCirculationPages::loansCommitWritesOneLoan()
     QCOMPARE(rec.shown().last().kind, MessageKind::Information);
     QCOMPARE(rec.shown().last().buttons, int(ButtonsYesNo));
     QCOMPARE(printed.size(), 1);
-    QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Loan));
-    QCOMPARE(AppState::instance().protocol.number, before);
+    QCOMPARE(requested(printed).kind, int(ProtocolRequest::Loan));
+    QCOMPARE(requested(printed).number, before);
     // Full clear after the loan.
     QVERIFY(page->list()->isEmpty());
     QCOMPARE(page->clientId(), -1);
@@ -430,7 +435,7 @@ void TestCirculationPages::loansCommitWritesOneLoan()
     page->lend();
     QVERIFY(rec.shown().isEmpty());
     QCOMPARE(printed.size(), 2);
-    QCOMPARE(AppState::instance().protocol.number, before + 2);
+    QCOMPARE(requested(printed).number, before + 2);
 }
 
 void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
@@ -672,8 +677,8 @@ void TestCirculationPages::returnsBatchOfClients()
     QCOMPARE(rec.lastText(),
              QStringLiteral("Přejete si vytisknout protokol o právě provedeném vrácení knih?"));
     QCOMPARE(printed.size(), 1);
-    QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Return));
-    QCOMPARE(AppState::instance().protocol.number, before);
+    QCOMPARE(requested(printed).kind, int(ProtocolRequest::Return));
+    QCOMPARE(requested(printed).number, before);
     QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before + 1);
     QCOMPARE(lib.count(QStringLiteral(
                            "SELECT COUNT(DISTINCT ID_LIDE_VRACENI) FROM VRACENI WHERE ID_VRACENI_VRACENI = "
@@ -1115,11 +1120,12 @@ void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
     lookUpAndAdd(*loans, QStringLiteral("A"));
     loans->clientChosen(QStringLiteral("K1"));
 
+    QSignalSpy printed(entry, &CViewZadavani::protocolRequested);
     QString printTitle;
     onNextModal([&printTitle](QDialog *dialog) { printTitle = dialog->windowTitle(); });
     loans->lend();
     QCOMPARE(printTitle, QStringLiteral("Tisk"));
-    QCOMPARE(AppState::instance().protocol.kind, int(ProtocolRequest::Loan));
+    QCOMPARE(requested(printed).kind, int(ProtocolRequest::Loan));
     QVERIFY(rec.shown().isEmpty());
 }
 

@@ -473,10 +473,9 @@ void TestReportView::protocolDialogs()
     messages.clear();
     QVERIFY(!printProtocol(nullptr, ProtocolRequest::Loan, loan + 10, false));
     QVERIFY(!printProtocol(nullptr, ProtocolRequest::Return, ret + 10, true));
-    AppState::instance().protocol = ProtocolRequest{ProtocolRequest::Loan, loan + 20};
-    printPendingProtocol(nullptr);
+    printRequestedProtocol(nullptr, ProtocolRequest{ProtocolRequest::Loan, loan + 20});
+    printRequestedProtocol(nullptr, ProtocolRequest{}); // none asked for: nothing shown
     QCOMPARE(messages.numbers(), (QList<int>{107, 116, 107}));
-    AppState::instance().protocol = ProtocolRequest{};
 
     messages.clear();
     CProtocolPeriodList returnPeriod(ProtocolRequest::Return);

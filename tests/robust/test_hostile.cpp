@@ -259,7 +259,7 @@ void TestHostile::savedTexts()
             QCOMPARE(rec.numbers(), QList<int>{});
             const std::optional<Registers::ClientRecord> saved = Registers::clientByCode(data.code);
             QVERIFY2(saved, qPrintable(shown(t)));
-            QCOMPARE(saved->data.code, (t + QString::number(n)).trimmed());
+            QCOMPARE(saved->data.code, QString(t + QString::number(n)).trimmed());
             QCOMPARE(saved->data.surname, data.surname);
             QCOMPARE(saved->data.address, data.address);
             QCOMPARE(Registers::clientCodeMessage(data.code), 11);

@@ -36,35 +36,20 @@ public:
                 author = a;
             return *this;
         }
-        BookSpec &in(qint32 c)
-        {
-            category = c;
-            return *this;
-        }
-        BookSpec &numbered(qint32 n)
-        {
-            accession = n;
-            return *this;
-        }
-        BookSpec &acquiredOn(DateNumber d)
-        {
-            acquired = d;
-            return *this;
-        }
-        BookSpec &priced(float p)
-        {
-            price = p;
-            return *this;
-        }
-        BookSpec &withKeywords(const QString &k)
-        {
-            keywords = k;
-            return *this;
-        }
+        BookSpec &in(qint32 c) { return with(&BookSpec::category, c); }
+        BookSpec &numbered(qint32 n) { return with(&BookSpec::accession, n); }
+        BookSpec &acquiredOn(DateNumber d) { return with(&BookSpec::acquired, d); }
+        BookSpec &priced(float p) { return with(&BookSpec::price, p); }
+        BookSpec &withKeywords(const QString &k) { return with(&BookSpec::keywords, k); }
         BookSpec &discard(DateNumber on = NoDate)
         {
             discarded = true;
             discardedOn = on;
+            return *this;
+        }
+        template <typename T> BookSpec &with(T BookSpec::*field, const T &value)
+        {
+            this->*field = value;
             return *this;
         }
         QString code;
