@@ -5,7 +5,7 @@
 # build directory.
 #
 #   scripts/mutate.sh                 # every fault, the whole suite but the crash test
-#   FOLIVO_MUTATE_ONLY=3 scripts/mutate.sh
+#   FOLIVO_MUTATE_ONLY='3 16' scripts/mutate.sh   # only these faults
 #   FOLIVO_MUTATE_EXCLUDE='' scripts/mutate.sh   # also run test_crash (slow)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -31,6 +31,9 @@ forbidden apostrophe let through|src/data/checks.cpp|s/case '\\'':\n//
 accession maximum lowered|src/data/recordsets.cpp|s/WHERE PRIRUSTEK_MAX < \?/WHERE PRIRUSTEK_MAX <> ?/
 a lent book accepted for a discard|src/circulation/pagevyrazeni.cpp|s/if \(book->lent\) \{/if (false) {/
 off-by-one in the client's overdue report date|src/data/statements.h|s/(ReportClientOverdue =.*?DATUM_MAX) < %d/$1 <= %d/s
+search price range without its upper end|src/search/searchcore.cpp|s/AND CENA <= %f /AND CENA < %f /
+search keyword found inside a longer one|src/search/searchcore.cpp|s/LIKE '\*~%s~\*'/LIKE '*%s*'/
+search discard dates without their first day|src/search/searchcore.cpp|s/AND DATUM_VYRAZENI >= %d /AND DATUM_VYRAZENI > %d /
 LIST
 )
 
@@ -49,7 +52,7 @@ caught=0; survived=0; planted=0; n=0
 while IFS='|' read -r name file expr; do
     [ -n "$name" ] || continue
     n=$((n + 1))
-    if [ -n "$only" ] && [ "$only" != "$n" ]; then continue; fi
+    if [ -n "$only" ] && [[ " $only " != *" $n "* ]]; then continue; fi
     cp "$file" "$work/original"
     perl -0pi -e "$expr" "$file"
     if cmp -s "$file" "$work/original"; then

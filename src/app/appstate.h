@@ -19,21 +19,8 @@ private:
     QHash<int, QString> m_slots;
 };
 
-// The protocol to print after a loan or a return, or the one chosen from the menu.
-struct ProtocolRequest
-{
-    enum Kind
-    {
-        None = 0,
-        Loan = 1,
-        Return = 2
-    };
-    int kind = None;
-    qint32 number = -1;
-};
-
 // What the application object holds while the program runs: the settings record, the user's
-// name, the input histories and the pending protocol.
+// name and the input histories.
 class AppState final
 {
 public:
@@ -44,7 +31,6 @@ public:
     QString dataDir;   // the program's working directory
     QString floppyDir; // the directory that stands for the floppy drive
     InputHistory history;
-    ProtocolRequest protocol;
 
 private:
     AppState() = default;

@@ -150,10 +150,10 @@ void run(int command)
     QWidget *w = focusedEdit();
     if (auto *e = qobject_cast<QLineEdit *>(w))
         lineEditRun(e, command);
-    else if (auto *e = qobject_cast<QTextEdit *>(w))
-        textEditRun(e, command);
-    else if (auto *e = qobject_cast<QPlainTextEdit *>(w))
-        textEditRun(e, command);
+    else if (auto *text = qobject_cast<QTextEdit *>(w))
+        textEditRun(text, command);
+    else if (auto *plain = qobject_cast<QPlainTextEdit *>(w))
+        textEditRun(plain, command);
 }
 
 } // namespace EditCommands

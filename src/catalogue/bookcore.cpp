@@ -142,8 +142,8 @@ BookCheck checkBookEntry(const BookTexts &typed, const CorrectedBook *correction
                 continue;
             return fail(books.m_VYRAZENO ? 37 : 38, BookField::Accession);
         }
-    } catch (const DbError &e) {
-        logDbError(e);
+    } catch (const DbError &error) {
+        logDbError(error);
         return fail(34, BookField::Code);
     }
 
@@ -160,8 +160,8 @@ BookCheck checkBookEntry(const BookTexts &typed, const CorrectedBook *correction
                 return fail(43, BookField::Code);
             if (loan.m_DATUM_PUJCKY < e.acquired)
                 return fail(87, BookField::Date);
-        } catch (const DbError &e) {
-            logDbError(e);
+        } catch (const DbError &error) {
+            logDbError(error);
             return fail(42, BookField::Code);
         }
     }
@@ -172,8 +172,8 @@ BookCheck checkBookEntry(const BookTexts &typed, const CorrectedBook *correction
         if (category.isEOF())
             return fail(4, BookField::Category);
         e.category = category.m_ID_KATEGORIE_KATEGORIE;
-    } catch (const DbError &e) {
-        logDbError(e);
+    } catch (const DbError &error) {
+        logDbError(error);
         return fail(4, BookField::Category);
     }
 

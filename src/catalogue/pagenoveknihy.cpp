@@ -149,8 +149,8 @@ bool CPageNoveknihy::save()
     QApplication::setOverrideCursor(Qt::WaitCursor);
     try {
         addBook(e);
-    } catch (const DbError &e) {
-        logDbError(e);
+    } catch (const DbError &error) {
+        logDbError(error);
         QApplication::restoreOverrideCursor();
         showMessage(Message::BookDbError);
         m_form->code->setFocus();

@@ -207,8 +207,8 @@ bool CPageOpravy::correct()
             clearPage(false);
             return false;
         }
-    } catch (const DbError &e) {
-        logDbError(e);
+    } catch (const DbError &error) {
+        logDbError(error);
         // Rolled back: the page keeps the book and what was typed.
         showMessage(Message::BookCorrectionDbError);
         return false;

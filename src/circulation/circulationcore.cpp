@@ -21,7 +21,7 @@ qint32 lendBooks(qint32 clientId, DateNumber loanDate, const QList<LoanBook> &bo
 {
     Transaction tx;
     const qint32 loan = allocateId(Counter::Vypujcky);
-    for (int i = books.size() - 1; i >= 0; --i) {
+    for (int i = int(books.size()) - 1; i >= 0; --i) {
         const LoanBook &b = books.at(i);
         CSetKnihy book;
         openExisting(book, QString::asprintf(Stmt::KnihyById, b.bookId), "book");
@@ -54,7 +54,7 @@ qint32 returnBooks(DateNumber returnDate, const QList<ReturnBook> &books, const 
 {
     Transaction tx;
     const qint32 number = allocateId(Counter::Vraceni);
-    for (int i = books.size() - 1; i >= 0; --i) {
+    for (int i = int(books.size()) - 1; i >= 0; --i) {
         const ReturnBook &b = books.at(i);
         {
             CSetVypujcky loan;

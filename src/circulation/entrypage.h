@@ -1,5 +1,7 @@
 #pragma once
 
+#include "reports/protocolrequest.h"
+
 #include <QWidget>
 
 class CRvEdit;
@@ -47,8 +49,8 @@ public:
     }
 
 Q_SIGNALS:
-    // After a loan or a return: print the protocol prepared in the application state.
-    void protocolRequested();
+    // After a loan or a return, when the settings or the librarian want its protocol printed.
+    void protocolRequested(const ProtocolRequest &request);
 
 public:
     // What the register commands tell the active page after they wrote. The entry view calls

@@ -19,7 +19,8 @@ void connectProtocolPrinting(CMainFrame &frame)
     if (!view || view->property(PrintsProtocols).toBool())
         return;
     view->setProperty(PrintsProtocols, true);
-    QObject::connect(view, &CViewZadavani::protocolRequested, view, [view] { printPendingProtocol(view); });
+    QObject::connect(view, &CViewZadavani::protocolRequested, view,
+                     [view](const ProtocolRequest &request) { printRequestedProtocol(view, request); });
 }
 
 } // namespace

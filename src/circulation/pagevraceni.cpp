@@ -319,6 +319,5 @@ void CPageVraceni::requestProtocol(qint32 returnNumber)
                      QStringLiteral("Přejete si vytisknout protokol o právě provedeném vrácení knih?"),
                      MessageKind::Information, ButtonsYesNo) != ResultYes)
         return;
-    AppState::instance().protocol = ProtocolRequest{ProtocolRequest::Return, returnNumber};
-    Q_EMIT protocolRequested();
+    Q_EMIT protocolRequested(ProtocolRequest{ProtocolRequest::Return, returnNumber});
 }

@@ -469,6 +469,5 @@ void CPageVypujcky::requestProtocol(qint32 loanNumber)
         RvMessageBox(QString(), QStringLiteral("Přejete si vytisknout protokol o právě provedené výpůjčce?"),
                      MessageKind::Information, ButtonsYesNo) != ResultYes)
         return;
-    AppState::instance().protocol = ProtocolRequest{ProtocolRequest::Loan, loanNumber};
-    Q_EMIT protocolRequested();
+    Q_EMIT protocolRequested(ProtocolRequest{ProtocolRequest::Loan, loanNumber});
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/frameview.h"
+#include "reports/protocolrequest.h"
 
 #include <QTabWidget>
 
@@ -55,7 +56,7 @@ public:
     void categoriesChanged();
 
 Q_SIGNALS:
-    void protocolRequested();
+    void protocolRequested(const ProtocolRequest &request);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;

@@ -160,12 +160,12 @@ void CClientForm::focusField(ClientField field)
     }
 }
 
-bool CClientForm::check(const QString *storedCode, ClientData *data)
+bool CClientForm::check(const QString *storedCode, ClientData *checked)
 {
     Registers::ClientCheck result;
     {
         WaitCursor wait;
-        result = Registers::checkClientEntry(entry(), storedCode, data);
+        result = Registers::checkClientEntry(entry(), storedCode, checked);
     }
     if (result.message == 0)
         return true;

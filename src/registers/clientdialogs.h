@@ -37,7 +37,7 @@ public:
     void focusField(Registers::ClientField field);
     // Runs the checks of the form (storedCode: the code of the client being edited); shows the
     // message and moves the focus when one fails.
-    bool check(const QString *storedCode, Registers::ClientData *data);
+    bool check(const QString *storedCode, Registers::ClientData *checked);
 
     QLineEdit *code() const { return m_code; }
     QLineEdit *first() const { return m_first; }

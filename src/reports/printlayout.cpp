@@ -229,8 +229,8 @@ private:
 
     double closingHeight() const
     {
-        double h =
-            mm(4) + m_doc.closingLines.size() * (m_line + mm(1)) + paragraphsHeight(m_doc.closingParagraphs);
+        double h = mm(4) + double(m_doc.closingLines.size()) * (m_line + mm(1)) +
+                   paragraphsHeight(m_doc.closingParagraphs);
         if (!m_doc.signatureLabel.isEmpty())
             h += mm(14) + m_line;
         return h;

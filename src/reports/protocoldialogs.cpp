@@ -1,11 +1,11 @@
 #include "reports/protocoldialogs.h"
 
-#include "app/appstate.h"
 #include "app/messages.h"
 #include "app/rvedit.h"
 #include "catalogue/bookdialogs.h"
 #include "reports/protocolcore.h"
 #include "reports/protocolprint.h"
+#include "reports/protocolrequest.h"
 #include "reports/texttablemodel.h"
 
 #include <QApplication>
@@ -289,6 +289,5 @@ void runProtocolCommand(QWidget *parent, int kind, bool preview)
     CProtocolChooser chooser(kind, parent);
     if (chooser.exec() != QDialog::Accepted)
         return;
-    AppState::instance().protocol = ProtocolRequest{kind, chooser.number()};
     printProtocol(parent, kind, chooser.number(), preview);
 }

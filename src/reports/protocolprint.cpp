@@ -1,15 +1,14 @@
 #include "reports/protocolprint.h"
 
-#include "app/appstate.h"
 #include "app/messages.h"
 #include "reports/printdocs.h"
 #include "reports/printsetup.h"
+#include "reports/protocolrequest.h"
 
 #include <QApplication>
 
-void printPendingProtocol(QWidget *parent)
+void printRequestedProtocol(QWidget *parent, const ProtocolRequest &request)
 {
-    const ProtocolRequest request = AppState::instance().protocol;
     if (request.kind == ProtocolRequest::Loan || request.kind == ProtocolRequest::Return)
         printProtocol(parent, request.kind, request.number, false);
 }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QtGlobal>
+#include "reports/protocolrequest.h"
 
 class QWidget;
 
-// Prints the protocol held in AppState::instance().protocol (asked for by the loans or returns
-// page after its action) through the print dialog.
-void printPendingProtocol(QWidget *parent);
+// Prints the protocol a loans or returns page asked for after its action through the print
+// dialog; a request for none prints nothing.
+void printRequestedProtocol(QWidget *parent, const ProtocolRequest &request);
 
 // Prepares the protocol of one loan (kind 1) or one return (kind 2) and prints it through the
 // print dialog, or shows its preview. A failed preparation shows its message (107, 116, 108,

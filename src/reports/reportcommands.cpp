@@ -1,10 +1,10 @@
 #include "reports/reportcommands.h"
 
-#include "app/appstate.h"
 #include "app/commands.h"
 #include "app/mainframe.h"
 #include "reports/printsetup.h"
 #include "reports/protocoldialogs.h"
+#include "reports/protocolrequest.h"
 #include "reports/reminderdialogs.h"
 #include "reports/reportcore.h"
 #include "reports/reportdialogs.h"

@@ -64,7 +64,7 @@ inline void growLibrary(qint64 minBytes)
     Transaction tx;
     for (qint64 i = 0; i < count; ++i)
         runSql(QStringLiteral("INSERT INTO KATEGORIE VALUES (?, ?, 1)"),
-               {qint32(5000 + i), filler + QString::number(i)});
+               {qint32(5000 + i), QString(filler + QString::number(i))});
     runSql(QStringLiteral("UPDATE IDS SET ID_KATEGORIE_FIRSTFREE = ?"), {qint32(5000 + count)});
     tx.commit();
 }

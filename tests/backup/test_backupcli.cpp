@@ -94,7 +94,7 @@ void TestBackupCli::roundTripAndExitCodes()
     // Work after the backup is undone by the restore, byte for byte.
     QCOMPARE(Database::open(lib.dbPath()), Database::OpenResult::Ok);
     fill(lib, 1);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 6);
+    QCOMPARE(lib.rows("KNIHY"), 6);
     Database::close();
     r = runCli(backupArgs("import", backup, lib.dir()));
     QCOMPARE(r.code, 0);
@@ -149,7 +149,7 @@ void TestBackupCli::refusedWhileTheProgramHoldsTheDatabase()
     r = runCli(backupArgs("import", backup, lib.dir()));
     QCOMPARE(r.code, 3);
     QVERIFY(!QFile::exists(QDir(lib.dir()).filePath(QStringLiteral("Temp"))));
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 2);
+    QCOMPARE(lib.rows("KNIHY"), 2);
 }
 
 void TestBackupCli::fullFileSystemGives101()
@@ -181,7 +181,7 @@ void TestBackupCli::fullFileSystemGives101()
     // The database was reopened by the tool and is unharmed.
     QVERIFY(readFile(lib.dbPath()) == saved);
     QCOMPARE(Database::open(lib.dbPath()), Database::OpenResult::Ok);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 3);
+    QCOMPARE(lib.rows("KNIHY"), 3);
 }
 
 void TestBackupCli::killedImportKeepsTheDatabase()
@@ -221,7 +221,7 @@ void TestBackupCli::killedImportKeepsTheDatabase()
 
     QVERIFY(readFile(lib.dbPath()) == saved);
     QCOMPARE(Database::open(lib.dbPath()), Database::OpenResult::Ok);
-    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY")), 4);
+    QCOMPARE(lib.rows("KNIHY"), 4);
     QVERIFY(!QFile::exists(QDir(lib.dir()).filePath(QStringLiteral("Temp/Tmp_old.dat"))));
     // The half-read image is gone once the library was opened again.
     QVERIFY(QDir(QDir(lib.dir()).filePath(QStringLiteral("Temp")))

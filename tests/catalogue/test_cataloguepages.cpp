@@ -32,13 +32,6 @@ qint64 scalar(const QString &sql)
     return q.next() ? q.value(0).toLongLong() : -999;
 }
 
-template <typename W> void showActive(W &w)
-{
-    w.show();
-    w.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&w));
-}
-
 // Counts every write to KNIHY and IDS made through the test's connection.
 void logWrites()
 {
@@ -89,13 +82,11 @@ void TestCataloguePages::newBooksPage()
     const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
     const qint32 beletrie = lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Skryté"), false);
-    TestLibrary::BookSpec sample(QStringLiteral("OLD"));
-    sample.accession = 41;
-    lib.addBook(sample);
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("OLD")).numbered(41));
     MessageRecorder rec;
 
     CPageNoveknihy page;
-    showActive(page);
+    QVERIFY(showActive(&page));
     page.onActivate();
     BookForm *f = page.form();
     // Only categories in use, sorted, each with its identifier.
@@ -192,7 +183,7 @@ void TestCataloguePages::newBooksKeywordsAndHistory()
     lib.addCategory(QStringLiteral("Beletrie"));
     MessageRecorder rec;
     CPageNoveknihy page;
-    showActive(page);
+    QVERIFY(showActive(&page));
     page.onActivate();
     BookForm *f = page.form();
     QAbstractItemModelTester tester(f->keywordModel, QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -203,8 +194,7 @@ void TestCataloguePages::newBooksKeywordsAndHistory()
     QTest::keyClick(f->newKeyword, Qt::Key_Return); // Enter adds too
     f->newKeyword->setText(QStringLiteral("báje"));
     f->addKeywordButton->click();
-    QCOMPARE(f->keywordModel->keywords(),
-             (QStringList{QStringLiteral("báje"), QStringLiteral("Čechy"), QStringLiteral("Historie")}));
+    QCOMPARE(f->keywordModel->keywords(), words("báje Čechy Historie"));
     QCOMPARE(f->newKeyword->text(), QStringLiteral("báje")); // the edit keeps its text
     QVERIFY(rec.shown().isEmpty());
     for (const char *bad : {"   ", "x'", "a~b", "HISTORIE"}) {
@@ -222,7 +212,7 @@ void TestCataloguePages::newBooksKeywordsAndHistory()
     f->keywordView->selectionModel()->select(f->keywordModel->index(2, 0),
                                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
     f->removeKeywordButton->click();
-    QCOMPARE(f->keywordModel->keywords(), QStringList{QStringLiteral("Čechy")});
+    QCOMPARE(f->keywordModel->keywords(), words("Čechy"));
 
     f->code->setText(QStringLiteral("K1"));
     f->title->setText(QStringLiteral("Babička"));
@@ -247,7 +237,7 @@ void TestCataloguePages::newBooksKeywordsAndHistory()
     QTest::keyClick(f->annotation, Qt::Key_Space, Qt::ControlModifier);
     QCOMPARE(f->annotation->toPlainText(), QStringLiteral("Obrazy venkovského života"));
     QTest::keyClick(f->newKeyword, Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(f->keywordModel->keywords(), (QStringList{QStringLiteral("Čechy"), QStringLiteral("venkov")}));
+    QCOMPARE(f->keywordModel->keywords(), words("Čechy venkov"));
     QCOMPARE(page.historySlot(f->title), 11);
     QCOMPARE(page.historySlot(f->newKeyword), 37);
     QCOMPARE(page.historySlot(f->category), 0);
@@ -265,19 +255,15 @@ void TestCataloguePages::correctionsPage()
     TestLibrary lib;
     lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 poezie = lib.addCategory(QStringLiteral("Poezie"));
-    TestLibrary::BookSpec sample(QStringLiteral("K1"));
-    sample.accession = 10;
-    sample.keywords = QStringLiteral("~b~~a~");
-    const qint32 id = lib.addBook(sample);
-    TestLibrary::BookSpec gone(QStringLiteral("OLD"));
-    gone.discarded = true;
-    lib.addBook(gone);
+    const qint32 id = lib.addBook(
+        TestLibrary::BookSpec(QStringLiteral("K1")).numbered(10).withKeywords(QStringLiteral("~b~~a~")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("OLD")).discard());
     const qint32 client = lib.addClient(QStringLiteral("15"));
     lib.lend({id}, client, 20260301);
     MessageRecorder rec;
 
     CPageOpravy page;
-    showActive(page);
+    QVERIFY(showActive(&page));
     page.onActivate();
     BookForm *f = page.form();
     const auto button = [&page](const char *name) {
@@ -308,7 +294,7 @@ void TestCataloguePages::correctionsPage()
     QCOMPARE(f->price->text(), QStringLiteral("100.00"));
     QCOMPARE(f->date->text(), QStringLiteral(" 1. 1.2000"));
     QCOMPARE(f->category->currentText(), QStringLiteral("Beletrie"));
-    QCOMPARE(f->keywordModel->keywords(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    QCOMPARE(f->keywordModel->keywords(), words("a b"));
     QVERIFY(f->year->text().isEmpty());
 
     // "Opravit" without a change writes nothing and says nothing.
@@ -367,7 +353,7 @@ void TestCataloguePages::correctionsPage()
     QVERIFY(page.load());
     f->keywordModel->clear();
     QTest::keyClick(f->newKeyword, Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(f->keywordModel->keywords(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    QCOMPARE(f->keywordModel->keywords(), words("a b"));
     QTest::keyClick(f->accession, Qt::Key_Space, Qt::ControlModifier);
     QCOMPARE(f->accession->text(), QStringLiteral("3"));
 
@@ -394,7 +380,7 @@ void TestCataloguePages::correctionsDeleteAndCategories()
     lib.lend({a}, client, 20260201);
     MessageRecorder rec;
     CPageOpravy page;
-    showActive(page);
+    QVERIFY(showActive(&page));
     page.onActivate();
     BookForm *f = page.form();
 
@@ -552,9 +538,7 @@ void TestCataloguePages::goToBookDialog()
 {
     TestLibrary lib;
     const qint32 id = lib.addBook(QStringLiteral("K1"));
-    TestLibrary::BookSpec gone(QStringLiteral("OLD"));
-    gone.discarded = true;
-    lib.addBook(gone);
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("OLD")).discard());
     MessageRecorder rec;
     CGoToBookDialog dialog;
     QCOMPARE(dialog.windowTitle(), QStringLiteral("Zadejte kód knihy, kterou chcete zobrazit"));
@@ -643,9 +627,8 @@ void TestCataloguePages::bookDetailsDialog()
 {
     TestLibrary lib;
     lib.addCategory(QStringLiteral("Beletrie"));
-    TestLibrary::BookSpec sample(QStringLiteral("K1"));
-    sample.keywords = QStringLiteral("~venkov~~Čechy~");
-    const qint32 book = lib.addBook(sample);
+    const qint32 book = lib.addBook(
+        TestLibrary::BookSpec(QStringLiteral("K1")).withKeywords(QStringLiteral("~venkov~~Čechy~")));
     const qint32 jan = lib.addClient(QStringLiteral("15"), QStringLiteral("Jan"), QStringLiteral("Novák"));
     const qint32 eva = lib.addClient(QStringLiteral("7"), QStringLiteral("Eva"), QStringLiteral("Adamová"));
     lib.lend({book}, jan, 20260101, 20260110);
@@ -661,8 +644,7 @@ void TestCataloguePages::bookDetailsDialog()
     QCOMPARE(d.form()->code->text(), QStringLiteral("K1"));
     QCOMPARE(d.form()->categoryName->text(), QStringLiteral("Beletrie"));
     QCOMPARE(d.form()->price->text(), QStringLiteral("100.00"));
-    QCOMPARE(d.form()->keywordModel->keywords(),
-             (QStringList{QStringLiteral("Čechy"), QStringLiteral("venkov")}));
+    QCOMPARE(d.form()->keywordModel->keywords(), words("Čechy venkov"));
     QVERIFY(d.lentBox()->isChecked());
     QCOMPARE(d.lentOnEdit()->text(), QStringLiteral(" 1. 3.2026"));
     QCOMPARE(d.returnByEdit()->text(), QStringLiteral("14. 3.2026"));

@@ -274,7 +274,7 @@ void TestShell::startAfterACutOffRestoreTellsOnce()
         QVERIFY(rec.shown().first().text.startsWith(
             QString::fromUtf8("Předchozí obnova dat ze zálohy nebyla dokončena.")));
         QCOMPARE(rec.shown().first().kind, MessageKind::Information);
-        QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(*) FROM KNIHY WHERE KOD = 'B001'")), 1);
+        QCOMPARE(lib.rows("KNIHY", "KOD = 'B001'"), 1);
     }
     m_frame.reset();
     MessageRecorder again;
@@ -372,9 +372,7 @@ void TestShell::frameMenusAndToolBar()
     QStringList menus;
     for (QAction *a : frame->menuBar()->actions())
         menus << a->text();
-    QCOMPARE(menus, (QStringList{QStringLiteral("&Soubor"), QStringLiteral("Úpr&avy"),
-                                 QStringLiteral("&Zobrazení"), QStringLiteral("Čís&elníky"),
-                                 QStringLiteral("Na&vigace"), QStringLiteral("&Nápověda")}));
+    QCOMPARE(menus, words("&Soubor Úpr&avy &Zobrazení Čís&elníky Na&vigace &Nápověda"));
     QCOMPARE(frame->action(Cmd::Lock)->text(), QStringLiteral("&Uzamčení"));
     QCOMPARE(frame->action(Cmd::EditHistory)->text(), QStringLiteral("Vložit &Historii\tCtrl + '  '"));
     QCOMPARE(frame->action(Cmd::EditHistory)->statusTip(),

@@ -87,9 +87,7 @@ void TestWorkflow::newCategoryReachesTheNewBooksPage()
     QCOMPARE(page->form()->category->count(), 2);
     QCOMPARE(page->form()->category->currentText(), QStringLiteral("Poezie"));
     QCOMPARE(AppState::instance().history.recall(8), QStringLiteral("Poezie"));
-    QCOMPARE(
-        m_lib->count(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = 'Poezie' AND UKAZOVAT")),
-        1);
+    QCOMPARE(m_lib->rows("KATEGORIE", "NAZEV = 'Poezie' AND UKAZOVAT"), 1);
 }
 
 void TestWorkflow::renamedCategoryOnTheBrowsePage()

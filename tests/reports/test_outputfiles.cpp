@@ -286,8 +286,9 @@ void TestOutputFiles::pageTextsInUtf8()
         ReportRow row{text, text, text, text, 1.5f, 1};
         QVERIFY(writeReportHtml(QStringLiteral("Export/utf8.html"), text, {row}, text).ok());
         const QByteArray page = fileBytes(QStringLiteral("Export/utf8.html"));
-        QVERIFY2(page.contains("<U>" + text.toUtf8() + "</U>"), qPrintable(text));
-        QVERIFY2(page.contains("<TD ALIGN=\"LEFT\">  " + text.toUtf8() + "  </TD>"), qPrintable(text));
+        QVERIFY2(page.contains(QByteArray("<U>" + text.toUtf8() + "</U>")), qPrintable(text));
+        QVERIFY2(page.contains(QByteArray("<TD ALIGN=\"LEFT\">  " + text.toUtf8() + "  </TD>")),
+                 qPrintable(text));
     }
     // Prices with two decimals, rounded as the list shows them.
     const struct
@@ -305,7 +306,7 @@ void TestOutputFiles::pageTextsInUtf8()
         ReportRow row{QStringLiteral("A"), QString(), QString(), QString(), p.price, 1};
         QVERIFY(writeReportHtml(QStringLiteral("Export/price.html"), QString(), {row}, QString()).ok());
         QVERIFY2(fileBytes(QStringLiteral("Export/price.html"))
-                     .contains(QByteArray("  ") + p.text + "  </TD>\n</TR>"),
+                     .contains(QByteArray(QByteArray("  ") + p.text + "  </TD>\n</TR>")),
                  p.text);
         QCOMPARE(QString::asprintf("%.02f", double(p.price)), QString::fromLatin1(p.text));
     }

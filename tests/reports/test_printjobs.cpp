@@ -105,8 +105,7 @@ void TestPrintJobs::stornoStopsThePrintJob()
              qPrintable(label));
     QVERIFY(maximum > 600);
     QCOMPARE(fileBytes(pdf), QByteArray("yesterday's report"));
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
-             QStringList{QStringLiteral("sestava.pdf")});
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), words("sestava.pdf"));
     QVERIFY(messages.numbers().isEmpty());
 
     // Left alone, the job replaces the file; into a folder that is gone it shows why it failed.
@@ -116,8 +115,7 @@ void TestPrintJobs::stornoStopsThePrintJob()
     QVERIFY(!runPrintJob(nullptr, printer, longReport(50)));
     QCOMPARE(messages.shown().size(), 1);
     QVERIFY(messages.lastText().contains(QStringLiteral("gone/sestava.pdf")));
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
-             QStringList{QStringLiteral("sestava.pdf")});
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), words("sestava.pdf"));
 }
 
 QTEST_MAIN(TestPrintJobs)

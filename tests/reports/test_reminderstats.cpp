@@ -50,34 +50,6 @@ qint32 newBook(const QString &code, DateNumber acquired, float price, qint32 cat
     return addBook(e);
 }
 
-qint32 lend(qint32 client, DateNumber on, const QList<qint32> &books, DateNumber due)
-{
-    QList<LoanBook> list;
-    for (qint32 b : books)
-        list.append({b, due});
-    return lendBooks(client, on, list);
-}
-
-// Returns one book as the returns page does: with what its open loan says.
-void giveBack(qint32 book, DateNumber on)
-{
-    const std::optional<BookRow> row = findBookById(book);
-    QVERIFY(row && row->lent);
-    QSqlQuery q = runSql(QStringLiteral("SELECT DATUM_PUJCKY, DATUM_MAX, OMEZOVAT FROM VYPUJCKY WHERE "
-                                        "ID_VYPUJCKY_VYPUJCKY = ? AND ID_KNIHY_VYPUJCKY = ?"),
-                         {row->loan, book});
-    QVERIFY(q.next());
-    ReturnBook r;
-    r.bookId = book;
-    r.clientId = row->client;
-    r.loanNumber = row->loan;
-    r.loanDate = q.value(0).toInt();
-    r.due = q.value(1).toInt();
-    r.limited = q.value(2).toBool();
-    q.finish();
-    returnBooks(on, {r});
-}
-
 // Books (code, acquired, price, category, discarded):
 //   001 15.11.2023 120.50 Beletrie      002 29. 2.2024 200.00 Beletrie
 //   003  1. 3.2024  99.90 Naučná        004 31.12.2024  50.00 Naučná
@@ -102,7 +74,7 @@ void giveBack(qint32 book, DateNumber on)
 //   L7  10. 1.2025 Čermák    001 005  20. 1.2025   never back
 //   L13  1. 2.2025 Novák     011      28. 2.2025   never back
 //   L12 15. 2.2025 Hrubá     009       1. 3.2025   never back
-Library buildLibrary()
+Library buildLibrary(TestLibrary &t)
 {
     Library lib;
     for (const char *name : {"Beletrie", "Naučná", "Chemie", "Dějiny"})
@@ -143,28 +115,28 @@ Library buildLibrary()
                        newClient(QStringLiteral("K6"), QStringLiteral("Adam"), QStringLiteral("Novák")));
     const auto client = [&](const char *code) { return lib.clients.value(QString::fromLatin1(code)); };
 
-    lend(client("K6"), 20231220, {book("001")}, 20240110);
-    giveBack(book("001"), 20240105);
-    lend(client("K2"), 20240201, {book("010")}, 20240228);
-    lend(client("K1"), 20240229, {book("001"), book("002")}, 20240314);
-    lend(client("K2"), 20240229, {book("007")}, 20240301);
-    giveBack(book("007"), 20240229);
-    giveBack(book("001"), 20240310);
-    lend(client("K2"), 20240315, {book("003")}, 20240415);
-    giveBack(book("002"), 20240320);
-    giveBack(book("003"), 20240401);
-    lend(client("K5"), 20240601, {book("001")}, NoDate);
-    giveBack(book("001"), 20240701);
-    lend(client("K5"), 20240705, {book("009")}, 20240805);
-    giveBack(book("009"), 20240805);
-    lend(client("K3"), 20241220, {book("002"), book("003")}, 20241230);
-    lend(client("K4"), 20241231, {book("004")}, 20250130);
+    t.lend({book("001")}, client("K6"), 20231220, 20240110);
+    t.giveBack({book("001")}, 20240105);
+    t.lend({book("010")}, client("K2"), 20240201, 20240228);
+    t.lend({book("001"), book("002")}, client("K1"), 20240229, 20240314);
+    t.lend({book("007")}, client("K2"), 20240229, 20240301);
+    t.giveBack({book("007")}, 20240229);
+    t.giveBack({book("001")}, 20240310);
+    t.lend({book("003")}, client("K2"), 20240315, 20240415);
+    t.giveBack({book("002")}, 20240320);
+    t.giveBack({book("003")}, 20240401);
+    t.lend({book("001")}, client("K5"), 20240601, NoDate);
+    t.giveBack({book("001")}, 20240701);
+    t.lend({book("009")}, client("K5"), 20240705, 20240805);
+    t.giveBack({book("009")}, 20240805);
+    t.lend({book("002"), book("003")}, client("K3"), 20241220, 20241230);
+    t.lend({book("004")}, client("K4"), 20241231, 20250130);
     discardBook(book("007"), 20250102);
-    giveBack(book("002"), 20250105);
-    lend(client("K3"), 20250105, {book("002")}, 20250115);
-    lend(client("K1"), 20250110, {book("001"), book("005")}, 20250120);
-    lend(client("K6"), 20250201, {book("011")}, 20250228);
-    lend(client("K5"), 20250215, {book("009")}, 20250301);
+    t.giveBack({book("002")}, 20250105);
+    t.lend({book("002")}, client("K3"), 20250105, 20250115);
+    t.lend({book("001"), book("005")}, client("K1"), 20250110, 20250120);
+    t.lend({book("011")}, client("K6"), 20250201, 20250228);
+    t.lend({book("009")}, client("K5"), 20250215, 20250301);
     Registers::hideClient(client("K6"));
     return lib;
 }
@@ -196,12 +168,6 @@ int runCli(const QStringList &args, QByteArray *out = nullptr)
     return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
 }
 
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 } // namespace
 
 class TestReminderStats : public QObject
@@ -226,7 +192,7 @@ private:
     {
         if (!m_library) {
             m_library = std::make_unique<TestLibrary>();
-            m_lib = buildLibrary();
+            m_lib = buildLibrary(*m_library);
         }
     }
 };
@@ -396,10 +362,9 @@ void TestReminderStats::twentyBooksAndTheirTies()
         codes << code;
         books << newBook(code, 20240101, 10, category);
     }
-    lend(client, 20240301, books, 20240401);
-    for (qint32 b : books)
-        giveBack(b, 20240310);
-    lend(client, 20240501, {books.constFirst()}, 20240601); // CH24
+    library.lend(books, client, 20240301, 20240401);
+    library.giveBack(books, 20240310);
+    library.lend({books.constFirst()}, client, 20240501, 20240601); // CH24
     AnnualStatistics s;
     QCOMPARE(computeAnnualStatistics(2024, &s), 0);
     QCOMPARE(s.loans(), 25);
@@ -412,7 +377,7 @@ void TestReminderStats::twentyBooksAndTheirTies()
         (c.startsWith(QStringLiteral("CH")) ? chs : hs) << c;
     std::sort(hs.begin(), hs.end());
     std::sort(chs.begin(), chs.end());
-    expected = QStringList{QStringLiteral("CH24")} + hs + chs;
+    expected = words("CH24") + hs + chs;
     expected = expected.mid(0, StatisticsTopBooks);
     QStringList got;
     for (const StatisticsBook &b : s.topBooks)
@@ -472,8 +437,8 @@ void TestReminderStats::commandLine()
                &out),
         0);
     QCOMPARE(out.trimmed(), QByteArray("5"));
-    QVERIFY(readAll(pdf).startsWith("%PDF"));
-    QCOMPARE(QString::fromUtf8(readAll(html)).count(QStringLiteral("<section>")), 5);
+    QVERIFY(fileBytes(pdf).startsWith("%PDF"));
+    QCOMPARE(QString::fromUtf8(fileBytes(html)).count(QStringLiteral("<section>")), 5);
     QCOMPARE(runCli({QStringLiteral("reminders"), QStringLiteral("--data-dir"), dir, QStringLiteral("--date"),
                      QStringLiteral("1.3.2025"), QStringLiteral("--client"), QStringLiteral("k3"),
                      QStringLiteral("--html"), html},
@@ -488,11 +453,11 @@ void TestReminderStats::commandLine()
                      QStringLiteral("31.2.2025"), QStringLiteral("--html"), html}),
              1);
     QCOMPARE(runCli({QStringLiteral("reminders"), QStringLiteral("--data-dir"), dir}), 1);
-    const QByteArray library = readAll(m_library->dbPath());
+    const QByteArray library = fileBytes(m_library->dbPath());
     QCOMPARE(runCli({QStringLiteral("reminders"), QStringLiteral("--data-dir"), dir, QStringLiteral("--pdf"),
                      m_library->dbPath()}),
              1);
-    QCOMPARE(readAll(m_library->dbPath()), library);
+    QCOMPARE(fileBytes(m_library->dbPath()), library);
 
     const QString csv = QDir(dir).filePath(QStringLiteral("statistika.csv"));
     const QString page = QDir(dir).filePath(QStringLiteral("statistika.html"));
@@ -502,8 +467,8 @@ void TestReminderStats::commandLine()
                &out),
         0);
     QVERIFY(QString::fromUtf8(out).contains(QStringLiteral("Knihy vypůjčené ke dni 31. 12. 2024: 4\n")));
-    QVERIFY(QString::fromUtf8(readAll(csv)).contains(QStringLiteral("\"prosinec\";\"3\";\"0\"")));
-    QVERIFY(QString::fromUtf8(readAll(page)).contains(QStringLiteral("<img src=\"data:image/png;base64,")));
+    QVERIFY(QString::fromUtf8(fileBytes(csv)).contains(QStringLiteral("\"prosinec\";\"3\";\"0\"")));
+    QVERIFY(QString::fromUtf8(fileBytes(page)).contains(QStringLiteral("<img src=\"data:image/png;base64,")));
     QCOMPARE(runCli({QStringLiteral("statistics"), QStringLiteral("--data-dir"), dir}), 1);
     QCOMPARE(runCli({QStringLiteral("statistics"), QStringLiteral("--data-dir"), dir,
                      QStringLiteral("--year"), QStringLiteral("dvacet")}),

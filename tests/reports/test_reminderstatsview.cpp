@@ -40,33 +40,17 @@ struct Small
 Small buildSmall(TestLibrary &lib)
 {
     Small s;
-    const auto client = [](const QString &code, const QString &first, const QString &last) {
-        Registers::ClientData d;
-        d.code = code;
-        d.first = first;
-        d.surname = last;
-        return Registers::addClient(d);
-    };
-    s.novak = client(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
-    s.cerny = client(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Černá"));
-    s.bily = client(QStringLiteral("K3"), QStringLiteral("Petr"), QStringLiteral("Bílý"));
+    s.novak = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
+    s.cerny = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Černá"));
+    s.bily = lib.addClient(QStringLiteral("K3"), QStringLiteral("Petr"), QStringLiteral("Bílý"));
     QList<qint32> books;
-    for (int i = 1; i <= 6; ++i) {
-        TestLibrary::BookSpec b(QStringLiteral("B%1").arg(i));
-        b.acquired = 20250110;
-        books << lib.addBook(b);
-    }
+    for (int i = 1; i <= 6; ++i)
+        books << lib.addBook(TestLibrary::BookSpec(QStringLiteral("B%1").arg(i)).acquiredOn(20250110));
     lendBooks(s.novak, 20250301, {{books[0], 20250401}, {books[1], 20250401}});
     lendBooks(s.cerny, 20251201, {{books[2], 20260301}});
     lendBooks(s.bily, 20260301, {{books[3], 20260401}}); // not late on 15. 3.2026
     lendBooks(s.bily, 20250601, {{books[4], NoDate}});   // no limit, never late
     return s;
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 } // namespace
@@ -146,7 +130,7 @@ void TestReminderStatsView::remindersToPdf()
     QCOMPARE(runReminders(nullptr, request), 2); // Černá and Novák; Bílý is not late
     QCOMPARE(asked.defaultName, QStringLiteral("upominky-2026-03-15.pdf"));
     QVERIFY(messages.numbers().isEmpty());
-    const QByteArray bytes = readAll(pdf);
+    const QByteArray bytes = fileBytes(pdf);
     QVERIFY(bytes.startsWith("%PDF"));
     QCOMPARE(QString::fromLatin1(bytes).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))), 2);
 
@@ -206,7 +190,7 @@ void TestReminderStatsView::remindersToPdf()
     QVERIFY(!cancelled.ok());
     QCOMPARE(seen, (QList<int>{1, 2}));
     QCOMPARE(pages, 0);
-    QCOMPARE(readAll(pdf), QByteArray("old"));
+    QCOMPARE(fileBytes(pdf), QByteArray("old"));
     // No letters: one page that says so.
     const QList<PrintedTable> none = reminderDocuments({}, 20250401, QString(), today());
     QCOMPARE(none.size(), 1);
@@ -214,13 +198,13 @@ void TestReminderStatsView::remindersToPdf()
 
     // The library itself is never overwritten.
     setSaveFileAsker([&](QWidget *, const SaveFileRequest &) { return lib.dbPath(); });
-    const QByteArray before = readAll(lib.dbPath());
+    const QByteArray before = fileBytes(lib.dbPath());
     request.day = 20260315;
     messages.clear();
     QCOMPARE(runReminders(nullptr, request), 2);
     QCOMPARE(messages.shown().size(), 1);
     QVERIFY(messages.lastText().contains(QStringLiteral("nepodařilo uložit")));
-    QCOMPARE(readAll(lib.dbPath()), before);
+    QCOMPARE(fileBytes(lib.dbPath()), before);
     setSaveFileAsker(previous);
     QDir::setCurrent(cwd);
 }
@@ -281,13 +265,13 @@ void TestReminderStatsView::statisticsView()
     const SaveFileAsker previous =
         setSaveFileAsker([&](QWidget *, const SaveFileRequest &) { return answer; });
     QVERIFY(view.exportHtml());
-    const QString page = QString::fromUtf8(readAll(html));
+    const QString page = QString::fromUtf8(fileBytes(html));
     QVERIFY(page.contains(QStringLiteral("<h2>Roční statistika 2025</h2>")));
     QVERIFY(page.contains(QStringLiteral("<p>Městská knihovna</p>")));
     QVERIFY(page.contains(QStringLiteral("data:image/png;base64,")));
     answer = csv;
     QVERIFY(view.exportCsv());
-    QCOMPARE(QString::fromUtf8(readAll(csv)), statisticsCsv(s));
+    QCOMPARE(QString::fromUtf8(fileBytes(csv)), statisticsCsv(s));
     answer.clear(); // cancelled
     QVERIFY(!view.exportCsv());
     setSaveFileAsker(previous);
@@ -303,7 +287,7 @@ void TestReminderStatsView::statisticsView()
                                          QMarginsF(15, 15, 15, 12), QPageLayout::Millimeter));
         pages = printStatistics(&writer, s, QStringLiteral("Městská knihovna"), today());
     }
-    QVERIFY(readAll(pdf).startsWith("%PDF"));
+    QVERIFY(fileBytes(pdf).startsWith("%PDF"));
     const QString shots = qEnvironmentVariable("FOLIVO_SHOTS");
     if (!shots.isEmpty()) {
         view.resize(1000, 780);
@@ -314,7 +298,7 @@ void TestReminderStatsView::statisticsView()
     // Figures, chart and months fill the first page; the books and categories go on.
     QCOMPARE(pages, 2);
     QCOMPARE(
-        QString::fromLatin1(readAll(pdf)).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))),
+        QString::fromLatin1(fileBytes(pdf)).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))),
         pages);
 
     // The chart is scaled to the busiest month (March, two loans): its bar reaches the middle of

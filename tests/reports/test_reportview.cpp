@@ -50,16 +50,9 @@ QStringList shownCodes(const CSestavaView &view)
 void addBooks(TestLibrary &lib, int count, const std::function<float(int)> &price = {})
 {
     for (int i = 1; i <= count; ++i) {
-        TestLibrary::BookSpec b(QStringLiteral("B%1").arg(i, 2, 10, QLatin1Char('0')));
-        b.price = price ? price(i) : 10.0f;
-        lib.addBook(b);
+        lib.addBook(TestLibrary::BookSpec(QStringLiteral("B%1").arg(i, 2, 10, QLatin1Char('0')))
+                        .priced(price ? price(i) : 10.0f));
     }
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 } // namespace
@@ -101,12 +94,13 @@ void TestReportView::fillReport()
     QCOMPARE(view.selectedIndex(), -1);
 
     for (const char *code : {"C", "A", "B"}) {
-        TestLibrary::BookSpec b(QString::fromLatin1(code));
-        b.price = code[0] == 'A' ? 10.10f : code[0] == 'B' ? 20.20f : 0.05f;
-        lib.addBook(b);
+        lib.addBook(TestLibrary::BookSpec(QString::fromLatin1(code))
+                        .priced(code[0] == 'A'   ? 10.10f
+                                : code[0] == 'B' ? 20.20f
+                                                 : 0.05f));
     }
     view.enterView(reportRequest(fixedReport(ReportKind::PresentAndLent)));
-    QCOMPARE(shownCodes(view), (QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")}));
+    QCOMPARE(shownCodes(view), words("A B C"));
     QCOMPARE(view.summary(), QStringLiteral("Nalezeno 3 knih v celkové hodnotě 30.35 Kč"));
     QCOMPARE(view.reportKind(), 8);
     QCOMPARE(view.sql(), fixedReport(ReportKind::PresentAndLent).sql);
@@ -141,9 +135,7 @@ void TestReportView::missingCategoryEmptiesTheList()
     CSestavaView view;
     view.enterView(reportRequest(fixedReport(ReportKind::Present)));
     QCOMPARE(view.model()->rowCount(), 3);
-    TestLibrary::BookSpec broken(QStringLiteral("B99"));
-    broken.category = 777;
-    lib.addBook(broken);
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("B99")).in(777));
     view.enterView(reportRequest(fixedReport(ReportKind::PresentAndLent)));
     QCOMPARE(messages.numbers(), QList<int>{94});
     QCOMPARE(view.model()->rowCount(), 0);
@@ -224,8 +216,7 @@ void TestReportView::sorting()
     view.selectIndex(3); // K3
     // Prices ascending; equal prices keep the order they had.
     view.list()->horizontalHeader()->sectionClicked(CReportModel::Price);
-    QCOMPARE(shownCodes(view), (QStringList{QStringLiteral("K1"), QStringLiteral("K4"), QStringLiteral("K3"),
-                                            QStringLiteral("K0"), QStringLiteral("K2")}));
+    QCOMPARE(shownCodes(view), words("K1 K4 K3 K0 K2"));
     QCOMPARE(view.model()->row(view.selectedIndex()).code,
              QStringLiteral("K3")); // the selection follows its row
     QCOMPARE(CReportModel::comparePrices(2, 1), 1);
@@ -336,7 +327,7 @@ void TestReportView::htmlExport()
 
     answer = QDir(exportDir).filePath(QStringLiteral("sestava.html"));
     view.exportHtml();
-    const QByteArray page = readAll(answer);
+    const QByteArray page = fileBytes(answer);
     QVERIFY(page.startsWith("\xEF\xBB\xBF<H2 ALIGN=\"CENTER\"><U>Knihy pr"));
     QVERIFY(page.contains("<TD ALIGN=\"LEFT\">  Tom & Jerry <1>  </TD>\n"));
     QVERIFY(page.contains("<TD ALIGN=\"LEFT\">  12.50  </TD>\n"));
@@ -350,14 +341,14 @@ void TestReportView::htmlExport()
     QCOMPARE(messages.numbers(), QList<int>{120});
     QVERIFY(!QFile::exists(answer));
     // The library itself, also through a link in Export: message 120 and the library untouched.
-    const QByteArray library = readAll(lib.dbPath());
+    const QByteArray library = fileBytes(lib.dbPath());
     QVERIFY(QFile::link(lib.dbPath(), QDir(exportDir).filePath(QStringLiteral("odkaz.html"))));
     for (const QString &own : {lib.dbPath(), QDir(exportDir).filePath(QStringLiteral("odkaz.html"))}) {
         messages.clear();
         answer = own;
         view.exportHtml();
         QCOMPARE(messages.numbers(), QList<int>{120});
-        QCOMPARE(readAll(lib.dbPath()), library);
+        QCOMPARE(fileBytes(lib.dbPath()), library);
     }
     setSaveFileAsker(previous);
     QDir::setCurrent(oldCurrent);
@@ -482,10 +473,9 @@ void TestReportView::protocolDialogs()
     messages.clear();
     QVERIFY(!printProtocol(nullptr, ProtocolRequest::Loan, loan + 10, false));
     QVERIFY(!printProtocol(nullptr, ProtocolRequest::Return, ret + 10, true));
-    AppState::instance().protocol = ProtocolRequest{ProtocolRequest::Loan, loan + 20};
-    printPendingProtocol(nullptr);
+    printRequestedProtocol(nullptr, ProtocolRequest{ProtocolRequest::Loan, loan + 20});
+    printRequestedProtocol(nullptr, ProtocolRequest{}); // none asked for: nothing shown
     QCOMPARE(messages.numbers(), (QList<int>{107, 116, 107}));
-    AppState::instance().protocol = ProtocolRequest{};
 
     messages.clear();
     CProtocolPeriodList returnPeriod(ProtocolRequest::Return);
@@ -541,9 +531,7 @@ void TestReportView::commandsThroughTheFrame()
     QVERIFY(!frame.action(Cmd::ReportDiscarded)->isEnabled());
 
     // After a change of the data the same report runs again, after the notice.
-    TestLibrary::BookSpec gone(QStringLiteral("X1"));
-    gone.discarded = true;
-    lib.addBook(gone);
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("X1")).discard());
     const QString notice =
         QStringLiteral("Vzhledem k tomu, že bylo zrušeno vyřazení některé knihy, budou data "
                        "aktualizovány.\nTato akce může chvíli trvat!");
@@ -553,7 +541,7 @@ void TestReportView::commandsThroughTheFrame()
     view->refreshAfterChange(notice);
     QCOMPARE(messages.lastText(), notice);
     QCOMPARE(messages.shown().last().kind, MessageKind::Information);
-    QCOMPARE(shownCodes(*view), QStringList{QStringLiteral("X1")});
+    QCOMPARE(shownCodes(*view), words("X1"));
     QCOMPARE(view->title(), QStringLiteral("Knihy vyřazené"));
     QCOMPARE(view->reportKind(), 6);
 }

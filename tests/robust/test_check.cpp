@@ -47,11 +47,7 @@ void buildLibrary(TestLibrary &lib)
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("Čáp"));
     lib.addBook(QStringLiteral("C"));
-    TestLibrary::BookSpec d(QStringLiteral("D"));
-    d.category = removed;
-    d.discarded = true;
-    d.discardedOn = 20250101;
-    lib.addBook(d);
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("D")).in(removed).discard(20250101));
     lib.lend({a, b}, jan, 20260301, 20260310);
     lib.giveBack({b}, 20260305);
 }

@@ -254,7 +254,7 @@ void TestCrashPoints::importReplacesABrokenLibraryAndDropsItsJournal()
             for (int i = 0; i < 200; ++i)
                 q.exec(QStringLiteral("INSERT INTO KATEGORIE VALUES (%1, '%2', 1)")
                            .arg(1000 + i)
-                           .arg(QString(400, QLatin1Char('a' + i % 26))));
+                           .arg(QString(400, QLatin1Char(char('a' + i % 26)))));
         }
         ::_exit(0); // no commit, no rollback: the journal stays hot
     }

@@ -15,6 +15,7 @@
 #include "reports/reportcore.h"
 #include "robust/robustsupport.h"
 #include "search/searchcore.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QLineEdit>
@@ -84,14 +85,6 @@ bool oneRowAdded(const QStringList &before, const QStringList &after)
     };
     const QSet<QString> b = rows(before), a = rows(after);
     return a.contains(b) && a.size() == b.size() + 1;
-}
-
-template <typename T> T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QString::fromLatin1(name));
-    if (!c)
-        qFatal("no child %s", name);
-    return c;
 }
 
 // Runs one lookup with the text; the message must be 119 for a text with a forbidden character
@@ -266,7 +259,7 @@ void TestHostile::savedTexts()
             QCOMPARE(rec.numbers(), QList<int>{});
             const std::optional<Registers::ClientRecord> saved = Registers::clientByCode(data.code);
             QVERIFY2(saved, qPrintable(shown(t)));
-            QCOMPARE(saved->data.code, (t + QString::number(n)).trimmed());
+            QCOMPARE(saved->data.code, QString(t + QString::number(n)).trimmed());
             QCOMPARE(saved->data.surname, data.surname);
             QCOMPARE(saved->data.address, data.address);
             QCOMPARE(Registers::clientCodeMessage(data.code), 11);

@@ -7,20 +7,13 @@
 
 namespace {
 
-const QString Select = QStringLiteral("SELECT * FROM KNIHY WHERE 1 ");
-const QString Order = QStringLiteral(" ORDER BY KNIHY.KOD DESC");
-
-// The statement between the fixed start and end, or the failed check as "message/field".
-QString clausesFor(SearchCriteria c)
+// The failed check as "message/field", or "passed".
+QString checkOf(SearchCriteria c)
 {
     SearchValues v;
     const SearchCheck check = ValidateCriteria(c, v);
-    if (!check.passed())
-        return QStringLiteral("%1/%2").arg(check.message).arg(int(check.field));
-    const QString sql = BuildSearchSql(c, v);
-    if (!sql.startsWith(Select) || !sql.endsWith(Order))
-        return QStringLiteral("malformed: ") + sql;
-    return sql.mid(Select.size(), sql.size() - Select.size() - Order.size());
+    return check.passed() ? QStringLiteral("passed")
+                          : QStringLiteral("%1/%2").arg(check.message).arg(int(check.field));
 }
 
 QString failure(int message, SearchField field)
@@ -42,12 +35,6 @@ QStringList codesFound(SearchCriteria c)
     return codes;
 }
 
-// "D1 C3" as a list of codes.
-QStringList books(const char *codes)
-{
-    return QString::fromUtf8(codes).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
 SearchCriteria partial()
 {
     SearchCriteria c;
@@ -64,139 +51,11 @@ class TestSearchCore : public QObject
 private Q_SLOTS:
     void initTestCase_data() { TestLibrary::bothEngines(); }
     void init() { FOLIVO_ENGINE_INIT(); }
-    void emptyForm();
-    void clauseForms();
-    void clauseOrder();
-    void keywordsAndStates();
     void validationOrder();
     void clientLookup();
     void newKeywords();
     void statementsOnDatabase();
 };
-
-void TestSearchCore::emptyForm()
-{
-    SearchCriteria c;
-    SearchValues v;
-    QVERIFY(ValidateCriteria(c, v).passed());
-    QCOMPARE(BuildSearchSql(c, v), QStringLiteral("SELECT * FROM KNIHY WHERE 1  ORDER BY KNIHY.KOD DESC"));
-    // Blank texts count as empty.
-    c.code = QStringLiteral("   ");
-    c.priceTo = QStringLiteral(" ");
-    c.acquiredFrom = QStringLiteral("\t");
-    QVERIFY(ValidateCriteria(c, v).passed());
-    QVERIFY(!v.useCode && !v.usePriceTo && !v.useAcquiredFrom);
-    QCOMPARE(BuildSearchSql(c, v), QStringLiteral("SELECT * FROM KNIHY WHERE 1  ORDER BY KNIHY.KOD DESC"));
-}
-
-void TestSearchCore::clauseForms()
-{
-    SearchCriteria c;
-    c.code = QStringLiteral(" 12 ");
-    QCOMPARE(clausesFor(c), QStringLiteral("AND KOD = '12' "));
-    c.exactCode = false;
-    QCOMPARE(clausesFor(c), QStringLiteral("AND KOD LIKE '*12*' "));
-
-    // Exact forms of the other texts (their partial forms are in clauseOrder).
-    c = SearchCriteria{};
-    c.title = QStringLiteral("Babička");
-    c.author = QStringLiteral("Čapek");
-    c.publisher = QStringLiteral("Odeon");
-    QCOMPARE(clausesFor(c),
-             QStringLiteral("AND AUTOR = 'Čapek' AND NAZEV = 'Babička' AND VYDAVATEL = 'Odeon' "));
-
-    // Prices with six decimals and a point, whatever the typed separator; "to" before "from".
-    c = SearchCriteria{};
-    c.priceFrom = QStringLiteral("100");
-    c.priceTo = QStringLiteral("200");
-    QCOMPARE(clausesFor(c), QStringLiteral("AND CENA <= 200.000000 AND CENA >= 100.000000 "));
-    c.priceFrom = QStringLiteral("99,5");
-    c.priceTo = QString();
-    QCOMPARE(clausesFor(c), QStringLiteral("AND CENA >= 99.500000 "));
-}
-
-void TestSearchCore::clauseOrder()
-{
-    TestLibrary lib;
-    const qint32 client = lib.addClient(QStringLiteral("K017"));
-
-    SearchCriteria c = partial();
-    c.code = QStringLiteral("A1");
-    c.accessionFrom = QStringLiteral("1");
-    c.accessionTo = QStringLiteral("99");
-    c.title = QStringLiteral("Válka");
-    c.author = QStringLiteral("Čapek");
-    c.publisher = QStringLiteral("Odeon");
-    c.priceFrom = QStringLiteral("10");
-    c.priceTo = QStringLiteral("20.25");
-    c.category = 3;
-    c.acquiredFrom = QStringLiteral("1.1.2000");
-    c.acquiredTo = QStringLiteral("2.1.2000");
-    c.keywords = {QStringLiteral("mloci"), QStringLiteral("válka")};
-    c.considerLoan = c.lent = true;
-    c.clientCode = QStringLiteral("K017");
-    c.considerDiscard = c.discarded = true;
-    c.discardFrom = QStringLiteral("1.2.01"); // a short year is this century's
-    c.discardTo = QStringLiteral("28.2.2001");
-    SearchValues v;
-    QVERIFY(ValidateCriteria(c, v).passed());
-    QCOMPARE(v.clientId, client);
-    QCOMPARE(BuildSearchSql(c, v),
-             QStringLiteral(
-                 "SELECT * FROM KNIHY WHERE 1 AND AUTOR LIKE '*Čapek*' AND CENA <= 20.250000 "
-                 "AND CENA >= 10.000000 AND ID_KATEGORIE_KNIHY = 3 AND KOD LIKE '*A1*' "
-                 "AND NAZEV LIKE '*Válka*' AND DATUM_PORIZENI <= 20000102 AND DATUM_PORIZENI >= 20000101 "
-                 "AND PRIRUSTEK <= 99 AND PRIRUSTEK >= 1 AND VYDAVATEL LIKE '*Odeon*' AND VYPUJCENO "
-                 "AND ID_LIDE_KNIHY = %1 AND VYRAZENO AND DATUM_VYRAZENI >= 20010201 "
-                 "AND DATUM_VYRAZENI <= 20010228 AND KLICOVA_SLOVA LIKE '*~válka~*' "
-                 "AND KLICOVA_SLOVA LIKE '*~mloci~*'  ORDER BY KNIHY.KOD DESC")
-                 .arg(client));
-}
-
-void TestSearchCore::keywordsAndStates()
-{
-    // Keywords from the last row to the first, each between tildes.
-    SearchCriteria c;
-    c.keywords = {QStringLiteral("a"), QStringLiteral("b")};
-    QCOMPARE(clausesFor(c), QStringLiteral("AND KLICOVA_SLOVA LIKE '*~b~*' AND KLICOVA_SLOVA LIKE '*~a~*' "));
-
-    // A state box on its own asks for the opposite state.
-    c = SearchCriteria{};
-    c.considerLoan = true;
-    QCOMPARE(clausesFor(c), QStringLiteral("AND NOT VYPUJCENO "));
-    c.lent = true;
-    QCOMPARE(clausesFor(c), QStringLiteral("AND VYPUJCENO "));
-    c = SearchCriteria{};
-    c.considerDiscard = true;
-    QCOMPARE(clausesFor(c), QStringLiteral("AND NOT VYRAZENO "));
-    c.discarded = true;
-    QCOMPARE(clausesFor(c), QStringLiteral("AND VYRAZENO "));
-    c.discardFrom = QStringLiteral("1.1.2020");
-    QCOMPARE(clausesFor(c), QStringLiteral("AND VYRAZENO AND DATUM_VYRAZENI >= 20200101 "));
-
-    // Discard dates count only with both boxes checked; unread, even a bad one is no failure.
-    c = SearchCriteria{};
-    c.discardFrom = QStringLiteral("1.1.2020");
-    c.discardTo = QStringLiteral("nonsense");
-    QCOMPARE(clausesFor(c), QString());
-    c.considerDiscard = true;
-    QCOMPARE(clausesFor(c), QStringLiteral("AND NOT VYRAZENO "));
-    c.considerDiscard = false;
-    c.discarded = true;
-    QCOMPARE(clausesFor(c), QString());
-    c.considerDiscard = true;
-    QCOMPARE(clausesFor(c), failure(106, SearchField::DiscardTo));
-    c.discardTo = QStringLiteral("31.1.2020");
-    QCOMPARE(clausesFor(c),
-             QStringLiteral("AND VYRAZENO AND DATUM_VYRAZENI >= 20200101 AND DATUM_VYRAZENI <= 20200131 "));
-
-    // A client code is not even looked up unless "Vypůjčeno" is checked.
-    c = SearchCriteria{};
-    c.clientCode = QStringLiteral("NOBODY");
-    QCOMPARE(clausesFor(c), QString());
-    c.considerLoan = true;
-    QCOMPARE(clausesFor(c), QStringLiteral("AND NOT VYPUJCENO "));
-}
 
 void TestSearchCore::validationOrder()
 {
@@ -207,23 +66,23 @@ void TestSearchCore::validationOrder()
     SearchCriteria c;
     c.clientCode = QStringLiteral("K*");
     c.priceTo = QStringLiteral("abc");
-    QCOMPARE(clausesFor(c), failure(119, SearchField::ClientCode));
+    QCOMPARE(checkOf(c), failure(119, SearchField::ClientCode));
     c.publisher = QStringLiteral("O'Neill");
-    QCOMPARE(clausesFor(c), failure(119, SearchField::Publisher));
+    QCOMPARE(checkOf(c), failure(119, SearchField::Publisher));
     c.author = QStringLiteral("[x]");
-    QCOMPARE(clausesFor(c), failure(119, SearchField::Author));
+    QCOMPARE(checkOf(c), failure(119, SearchField::Author));
     c.title = QStringLiteral("50%");
-    QCOMPARE(clausesFor(c), failure(119, SearchField::Title));
+    QCOMPARE(checkOf(c), failure(119, SearchField::Title));
     c.code = QStringLiteral("A*");
-    QCOMPARE(clausesFor(c), failure(119, SearchField::Code));
+    QCOMPARE(checkOf(c), failure(119, SearchField::Code));
 
     // Prices: "to" is read first.
     c = SearchCriteria{};
     c.priceFrom = QStringLiteral("x");
     c.priceTo = QStringLiteral("y");
-    QCOMPARE(clausesFor(c), failure(106, SearchField::PriceTo));
+    QCOMPARE(checkOf(c), failure(106, SearchField::PriceTo));
     c.priceTo = QStringLiteral("5");
-    QCOMPARE(clausesFor(c), failure(106, SearchField::PriceFrom));
+    QCOMPARE(checkOf(c), failure(106, SearchField::PriceFrom));
 
     // The client is looked up after the prices and before the dates and numbers.
     c = SearchCriteria{};
@@ -231,9 +90,9 @@ void TestSearchCore::validationOrder()
     c.clientCode = QStringLiteral("NOBODY");
     c.acquiredTo = QStringLiteral("32.1.2000");
     c.priceFrom = QStringLiteral("abc");
-    QCOMPARE(clausesFor(c), failure(106, SearchField::PriceFrom));
+    QCOMPARE(checkOf(c), failure(106, SearchField::PriceFrom));
     c.priceFrom.clear();
-    QCOMPARE(clausesFor(c), failure(15, SearchField::ClientCode));
+    QCOMPARE(checkOf(c), failure(15, SearchField::ClientCode));
 
     // Dates and accession numbers: acquisition to, from, accession to, from, discard to, from.
     c = SearchCriteria{};
@@ -249,10 +108,10 @@ void TestSearchCore::validationOrder()
         {&c.accessionTo, SearchField::AccessionTo}, {&c.accessionFrom, SearchField::AccessionFrom},
         {&c.discardTo, SearchField::DiscardTo},     {&c.discardFrom, SearchField::DiscardFrom}};
     for (const auto &[text, field] : order) {
-        QCOMPARE(clausesFor(c), failure(106, field));
+        QCOMPARE(checkOf(c), failure(106, field));
         text->clear();
     }
-    QCOMPARE(clausesFor(c), QStringLiteral("AND VYRAZENO "));
+    QCOMPARE(checkOf(c), QStringLiteral("passed"));
 
     // The checked criteria come back trimmed.
     c = SearchCriteria{};
@@ -273,15 +132,17 @@ void TestSearchCore::clientLookup()
     SearchCriteria c;
     c.considerLoan = c.lent = true;
     c.clientCode = QStringLiteral(" K1 ");
-    QCOMPARE(clausesFor(c), QStringLiteral("AND VYPUJCENO AND ID_LIDE_KNIHY = %1 ").arg(shown));
+    SearchValues v;
+    QVERIFY(ValidateCriteria(c, v).passed());
+    QCOMPARE(v.clientId, shown);
     // A hidden client is not found.
     c.clientCode = QStringLiteral("K2");
-    QCOMPARE(clausesFor(c), failure(15, SearchField::ClientCode));
+    QCOMPARE(checkOf(c), failure(15, SearchField::ClientCode));
 
     // A failing database stops the search with the clients' message.
     Database::close();
     c.clientCode = QStringLiteral("K1");
-    QCOMPARE(clausesFor(c), failure(13, SearchField::None));
+    QCOMPARE(checkOf(c), failure(13, SearchField::None));
 }
 
 void TestSearchCore::newKeywords()
@@ -312,7 +173,7 @@ void TestSearchCore::newKeywords()
         const QString w = QString::fromUtf8(word);
         list.insert(keywordInsertPosition(list, w), w);
     }
-    QCOMPARE(list, books("Ara Bor cibule Čáp Hora chata les zima"));
+    QCOMPARE(list, words("Ara Bor cibule Čáp Hora chata les zima"));
 }
 
 void TestSearchCore::statementsOnDatabase()
@@ -323,114 +184,120 @@ void TestSearchCore::statementsOnDatabase()
     const qint32 k1 = lib.addClient(QStringLiteral("K1"));
     const qint32 k2 = lib.addClient(QStringLiteral("K2"));
 
-    auto book = [&](const char *code) {
-        TestLibrary::BookSpec s{QString::fromUtf8(code)};
-        s.category = beletrie;
-        return s;
+    auto book = [&](const char *code, const char *title, const char *author, float price, qint32 accession) {
+        return TestLibrary::BookSpec(QString::fromUtf8(code))
+            .withTitle(QString::fromUtf8(title), QString::fromUtf8(author))
+            .in(beletrie)
+            .priced(price)
+            .numbered(accession);
     };
-    TestLibrary::BookSpec s = book("A120");
-    s.withTitle(QStringLiteral("Rusalka"), QStringLiteral("ANTONÍN DVOŘÁK"));
-    s.price = 150;
-    s.accession = 5;
-    s.keywords = QStringLiteral("~opera~~voda~");
-    const qint32 a120 = lib.addBook(s);
-    s = book("A12");
-    s.withTitle(QStringLiteral("Válka s mloky"), QStringLiteral("Karel Čapek"));
-    s.price = 99.5f;
-    s.accession = 6;
-    s.acquired = 20050307;
-    s.keywords = QStringLiteral("~lesník~~válka~");
-    const qint32 a12 = lib.addBook(s);
-    s = book("B7");
-    s.withTitle(QStringLiteral("Lesy"), QStringLiteral("Karel Čapek"));
-    s.category = naucna;
-    s.price = 200;
-    s.accession = 7;
-    s.keywords = QStringLiteral("~les~~voda~");
-    lib.addBook(s);
-    s = book("C3");
-    s.withTitle(QStringLiteral("Staré pověsti"), QStringLiteral("Alois Jirásek"));
-    s.price = 100;
-    s.accession = 8;
-    s.discarded = true;
-    s.discardedOn = 20100615;
-    s.keywords = QStringLiteral("~les~");
-    lib.addBook(s);
-    s = book("D1");
-    s.discarded = true;
-    s.discardedOn = 20200101;
-    lib.addBook(s);
+    const qint32 a120 = lib.addBook(
+        book("A120", "Rusalka", "ANTONÍN DVOŘÁK", 150, 5).withKeywords(QStringLiteral("~opera~~voda~")));
+    const qint32 a12 = lib.addBook(book("A12", "Válka s mloky", "Karel Čapek", 99.5f, 6)
+                                       .acquiredOn(20050307)
+                                       .withKeywords(QStringLiteral("~lesník~~válka~")));
+    lib.addBook(
+        book("B7", "Lesy", "Karel Čapek", 200, 7).in(naucna).withKeywords(QStringLiteral("~les~~voda~")));
+    lib.addBook(book("C3", "Staré pověsti", "Alois Jirásek", 100, 8)
+                    .discard(20100615)
+                    .withKeywords(QStringLiteral("~les~")));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("D1")).in(beletrie).discard(20200101));
     runSql(QStringLiteral("UPDATE KNIHY SET VYDAVATEL = 'Odeon Praha' WHERE KOD IN ('A12', 'B7')"));
     lib.lend({a120}, k1, 20260301);
     lib.lend({a12}, k2, 20260302);
 
     // The empty form finds every book, discarded ones too, highest code first.
-    QCOMPARE(codesFound(SearchCriteria{}), books("D1 C3 B7 A120 A12"));
+    QCOMPARE(codesFound(SearchCriteria{}), words("D1 C3 B7 A120 A12"));
+    // Blank texts count as empty.
+    SearchCriteria blank;
+    blank.code = QStringLiteral("   ");
+    blank.priceTo = QStringLiteral(" ");
+    blank.acquiredFrom = QStringLiteral("\t");
+    QCOMPARE(codesFound(blank), words("D1 C3 B7 A120 A12"));
 
     // Partial matches ignore letter case, Czech letters included; exact ones take the whole text.
     SearchCriteria c = partial();
     c.author = QStringLiteral("dvořák");
-    QCOMPARE(codesFound(c), books("A120"));
+    QCOMPARE(codesFound(c), words("A120"));
     c = partial();
     c.code = QStringLiteral("12");
-    QCOMPARE(codesFound(c), books("A120 A12"));
+    QCOMPARE(codesFound(c), words("A120 A12"));
     c = SearchCriteria{};
     c.code = QStringLiteral("A12");
-    QCOMPARE(codesFound(c), books("A12"));
+    QCOMPARE(codesFound(c), words("A12"));
     c = SearchCriteria{};
     c.author = QStringLiteral("Karel Čapek");
-    QCOMPARE(codesFound(c), books("B7 A12"));
+    QCOMPARE(codesFound(c), words("B7 A12"));
     c.publisher = QStringLiteral("Odeon");
     QCOMPARE(codesFound(c), QStringList());
     c.exactPublisher = false;
-    QCOMPARE(codesFound(c), books("B7 A12"));
+    QCOMPARE(codesFound(c), words("B7 A12"));
 
     // Ranges include both ends.
     c = SearchCriteria{};
     c.priceFrom = QStringLiteral("100");
     c.priceTo = QStringLiteral("200");
-    QCOMPARE(codesFound(c), books("D1 C3 B7 A120"));
+    QCOMPARE(codesFound(c), words("D1 C3 B7 A120"));
+    c.priceFrom = QStringLiteral("99,5"); // a decimal comma as typed
+    c.priceTo = QStringLiteral("100");
+    QCOMPARE(codesFound(c), words("D1 C3 A12"));
     c = SearchCriteria{};
     c.accessionFrom = QStringLiteral("6");
     c.accessionTo = QStringLiteral("7");
-    QCOMPARE(codesFound(c), books("B7 A12"));
+    QCOMPARE(codesFound(c), words("B7 A12"));
     c = SearchCriteria{};
     c.acquiredFrom = QStringLiteral("1.1.2005");
-    QCOMPARE(codesFound(c), books("A12"));
+    QCOMPARE(codesFound(c), words("A12"));
     c = SearchCriteria{};
     c.category = naucna;
-    QCOMPARE(codesFound(c), books("B7"));
+    QCOMPARE(codesFound(c), words("B7"));
 
     // A keyword matches whole keywords only: "les" is not found in "lesník"; several keywords
     // must all be present.
     c = SearchCriteria{};
     c.keywords = {QStringLiteral("les")};
-    QCOMPARE(codesFound(c), books("C3 B7"));
+    QCOMPARE(codesFound(c), words("C3 B7"));
     c.keywords = {QStringLiteral("les"), QStringLiteral("voda")};
-    QCOMPARE(codesFound(c), books("B7"));
+    QCOMPARE(codesFound(c), words("B7"));
     c.keywords = {QStringLiteral("LESNÍK")};
-    QCOMPARE(codesFound(c), books("A12"));
+    QCOMPARE(codesFound(c), words("A12"));
 
     // Loan state, with and without the borrower.
     c = SearchCriteria{};
     c.considerLoan = true;
-    QCOMPARE(codesFound(c), books("D1 C3 B7"));
+    QCOMPARE(codesFound(c), words("D1 C3 B7"));
     c.lent = true;
-    QCOMPARE(codesFound(c), books("A120 A12"));
+    QCOMPARE(codesFound(c), words("A120 A12"));
     c.clientCode = QStringLiteral("K2");
-    QCOMPARE(codesFound(c), books("A12"));
+    QCOMPARE(codesFound(c), words("A12"));
+    // A client code is not even looked up unless "Vypůjčeno" is checked.
+    c.lent = false;
+    c.clientCode = QStringLiteral("NOBODY");
+    QCOMPARE(codesFound(c), words("D1 C3 B7"));
 
     // Discard state and dates.
     c = SearchCriteria{};
     c.considerDiscard = true;
-    QCOMPARE(codesFound(c), books("B7 A120 A12"));
+    QCOMPARE(codesFound(c), words("B7 A120 A12"));
     c.discarded = true;
-    QCOMPARE(codesFound(c), books("D1 C3"));
+    QCOMPARE(codesFound(c), words("D1 C3"));
     c.discardTo = QStringLiteral("31.12.2019");
-    QCOMPARE(codesFound(c), books("C3"));
+    QCOMPARE(codesFound(c), words("C3"));
     c.discardTo.clear();
     c.discardFrom = QStringLiteral("1.1.2020");
-    QCOMPARE(codesFound(c), books("D1"));
+    QCOMPARE(codesFound(c), words("D1"));
+    // Discard dates count only with both boxes checked; unread, even a bad one is no failure.
+    c = SearchCriteria{};
+    c.discardFrom = QStringLiteral("1.1.2020");
+    c.discardTo = QStringLiteral("nonsense");
+    QCOMPARE(codesFound(c), words("D1 C3 B7 A120 A12"));
+    c.considerDiscard = true;
+    QCOMPARE(codesFound(c), words("B7 A120 A12"));
+    c.considerDiscard = false;
+    c.discarded = true;
+    QCOMPARE(codesFound(c), words("D1 C3 B7 A120 A12"));
+    c.considerDiscard = true;
+    QCOMPARE(checkOf(c), failure(106, SearchField::DiscardTo));
 }
 
 QTEST_GUILESS_MAIN(TestSearchCore)

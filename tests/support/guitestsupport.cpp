@@ -1,6 +1,8 @@
 #include "support/guitestsupport.h"
 
 #include <QApplication>
+#include <QTableView>
+#include <QTest>
 #include <QTimer>
 
 namespace {
@@ -25,4 +27,31 @@ void poll(const std::function<void(QDialog *)> &act, const QMetaObject *type, in
 void onNextModal(std::function<void(QDialog *)> act, const QMetaObject *type)
 {
     poll(act, type, 500);
+}
+
+bool exposed(QWidget *w)
+{
+    w->show();
+    return QTest::qWaitForWindowExposed(w);
+}
+
+bool showActive(QWidget *w)
+{
+    w->show();
+    QApplication::setActiveWindow(w);
+    return QTest::qWaitForWindowActive(w);
+}
+
+QString focused(QWidget *w)
+{
+    QWidget *f = w->window()->focusWidget();
+    return f ? f->objectName() : QString();
+}
+
+void selectRows(QTableView *view, const QList<int> &rows)
+{
+    view->clearSelection();
+    for (int r : rows)
+        view->selectionModel()->select(view->model()->index(r, 0),
+                                       QItemSelectionModel::Select | QItemSelectionModel::Rows);
 }

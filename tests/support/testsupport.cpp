@@ -111,6 +111,15 @@ void TestLibrary::removeFailure(const QString &name, const QString &table)
         qFatal("cannot remove the failure %s: %s", qPrintable(name), qPrintable(q.lastError().text()));
 }
 
+qint64 TestLibrary::rows(const char *table, const char *where, const QVariantList &binds) const
+{
+    QString sql = QStringLiteral("SELECT COUNT(*) FROM ") + QString::fromLatin1(table);
+    if (where)
+        sql += QStringLiteral(" WHERE ") + QString::fromUtf8(where);
+    QSqlQuery q = runSql(sql, binds);
+    return q.next() ? q.value(0).toLongLong() : -1;
+}
+
 qint32 TestLibrary::ids(const char *column) const
 {
     return qint32(count(QStringLiteral("SELECT %1 FROM IDS").arg(QString::fromLatin1(column))));
@@ -218,4 +227,9 @@ QList<ReportRow> madeUpReportRows(int count)
                      QStringLiteral("Název knihy %1").arg(i), QStringLiteral("Poezie"),
                      QStringLiteral("Jan Neruda"), float(i % 300), i});
     return rows;
+}
+
+QStringList words(const char *text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QVariantList>
 
 // A fresh data directory with an empty library database made from the shipped schema, opened
 // as the program's database for the life of the object: the file Folivo.db, or a fresh database
@@ -50,6 +51,22 @@ public:
                 author = a;
             return *this;
         }
+        BookSpec &in(qint32 c) { return with(&BookSpec::category, c); }
+        BookSpec &numbered(qint32 n) { return with(&BookSpec::accession, n); }
+        BookSpec &acquiredOn(DateNumber d) { return with(&BookSpec::acquired, d); }
+        BookSpec &priced(float p) { return with(&BookSpec::price, p); }
+        BookSpec &withKeywords(const QString &k) { return with(&BookSpec::keywords, k); }
+        BookSpec &discard(DateNumber on = NoDate)
+        {
+            discarded = true;
+            discardedOn = on;
+            return *this;
+        }
+        template <typename T> BookSpec &with(T BookSpec::*field, const T &value)
+        {
+            this->*field = value;
+            return *this;
+        }
         QString code;
         qint32 accession = -1; // -1: PRIRUSTEK_MAX + 1
         qint32 category = -1;  // -1: the first category, made when there is none
@@ -74,6 +91,8 @@ public:
     static void plantFailure(const QString &name, const QString &timing, const QString &table,
                              const QString &condition = QString());
     static void removeFailure(const QString &name, const QString &table);
+    // The rows of a table that meet the condition (every row without one), ? bound to binds.
+    qint64 rows(const char *table, const char *where = nullptr, const QVariantList &binds = {}) const;
     qint32 ids(const char *column) const;
 
 private:
@@ -121,3 +140,6 @@ QByteArray fileBytes(const QString &path);
 
 // count made-up report rows (codes K000000, K000001, ... in the category Poezie), for long pages.
 QList<ReportRow> madeUpReportRows(int count);
+
+// The space-separated words of a text: short lists of codes and names in comparisons.
+QStringList words(const char *text);
