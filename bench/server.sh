@@ -29,9 +29,9 @@ if [[ ! -f "$cache/Folivo.db" ]]; then
 fi
 
 work="$(mktemp -d "${TMPDIR:-/tmp}/folivo-bench-server.XXXXXX")"
-pgdir="$work/pg"
+pgdir="$(mktemp -d "${TMPDIR:-/tmp}/folivo-pg-XXXXXX")" # its own: the server's user must reach it
 trap 'scripts/pg-cluster.sh stop "$pgdir"; rm -rf "$work"' EXIT
-scripts/pg-cluster.sh start "$pgdir" >/dev/null
+FOLIVO_PG_FSYNC=on scripts/pg-cluster.sh start "$pgdir" >/dev/null
 psql -q -h "$pgdir" -U folivo -d postgres -c "CREATE DATABASE bench" >/dev/null
 url="postgresql://folivo@/bench?host=$pgdir"
 "$build/src/folivo-cli" init --database "$url" --data-dir "$work/init" >/dev/null

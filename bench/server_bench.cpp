@@ -378,7 +378,7 @@ int main(int argc, char **argv)
             rows.push_back(r);
         }
     }
-    {
+    if (deskOps > 0) {
         // The same number of operations per desk: one desk alone, then four at once.
         const double one = desksAtOnce(cli, url, dataDir, 1, deskOps, 100);
         const double four = desksAtOnce(cli, url, dataDir, 4, deskOps, 200);

@@ -42,9 +42,11 @@ start)
         cat "$dir/initdb.log" >&2
         exit 1
     }
-    # fsync off: the cluster is thrown away, and the tests measure nothing about durability.
+    # fsync off for the tests: the cluster is thrown away, and they measure nothing about
+    # durability. The benchmarks ask for it on (FOLIVO_PG_FSYNC=on), as a real server has it.
+    fsync="${FOLIVO_PG_FSYNC:-off}"
     as_server "$bindir/pg_ctl" --pgdata="$dir/data" --log="$dir/server.log" --wait \
-        --options="-c listen_addresses='' -c unix_socket_directories='$dir' -c fsync=off \
+        --options="-c listen_addresses='' -c unix_socket_directories='$dir' -c fsync=$fsync \
                    -c max_connections=60 -c max_locks_per_transaction=128" \
         start >/dev/null || {
         cat "$dir/server.log" >&2
