@@ -6,6 +6,12 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
 scripts/build.sh
+# One throwaway PostgreSQL server for the tests that run against both engines: its own cluster in a
+# temporary directory, on a Unix socket there, stopped and removed however the run ends.
+pgdir="$(mktemp -d "${TMPDIR:-/tmp}/folivo-pg-XXXXXX")"
+trap 'scripts/pg-cluster.sh stop "$pgdir"' EXIT
+scripts/pg-cluster.sh start "$pgdir" >/dev/null
+export FOLIVO_TEST_PGHOST="$pgdir"
 (cd "${FOLIVO_BUILD_DIR:-build}" && ctest --output-on-failure --timeout 600)
 if [ "${FOLIVO_SKIP_SANITIZE:-0}" != 1 ]; then
     asan="${FOLIVO_ASAN_BUILD_DIR:-build-asan}"

@@ -19,6 +19,8 @@ StartupOptions StartupOptions::fromArguments(const QStringList &arguments)
             o.dataDir = arguments.at(++i);
         else if (a == QLatin1String("--floppy") && i + 1 < arguments.size())
             o.floppyDir = arguments.at(++i);
+        else if (a == QLatin1String("--database") && i + 1 < arguments.size())
+            o.database = arguments.at(++i);
     }
     if (o.dataDir.isEmpty())
         o.dataDir = qEnvironmentVariable("FOLIVO_HOME");
@@ -56,7 +58,8 @@ CMainFrame *startProgram(const StartupOptions &options, int *exitCode)
     }
 
     QString detail;
-    if (Database::open(QString::fromLatin1(Database::FileName), &detail) != Database::OpenResult::Ok) {
+    if (Database::open(Database::location(app.dataDir, options.database), &detail, app.dataDir) !=
+        Database::OpenResult::Ok) {
         qWarning("%s", qUtf8Printable(detail));
         showMessage(Message::FatalError);
         return nullptr;

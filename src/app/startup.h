@@ -7,11 +7,13 @@ class CMainFrame;
 
 // Where the program keeps its files: --data-dir DIR, else FOLIVO_HOME, else the platform's
 // application-data directory; the floppy drive: --floppy DIR, else FOLIVO_FLOPPY, else
-// /media/floppy.
+// /media/floppy; the library: --database URL, else the server configured for the data directory,
+// else its Folivo.db.
 struct StartupOptions
 {
     QString dataDir;
     QString floppyDir;
+    QString database; // --database URL: the library on a server (see Database::location)
     static StartupOptions fromArguments(const QStringList &arguments);
 };
 

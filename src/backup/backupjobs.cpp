@@ -4,6 +4,7 @@
 #include "data/database.h"
 #include "data/libraryfiles.h"
 #include "data/librarylock.h"
+#include "data/librarytransfer.h"
 #include "data/liveimage.h"
 #include "data/safefile.h"
 
@@ -35,10 +36,21 @@ void setBusy(const BackupCallbacks &callbacks, bool busy)
         callbacks.setBusy(busy);
 }
 
-bool reopen(const QString &dataDir)
+bool onServer()
+{
+    return Database::isOpen() && Database::engine() == Database::Engine::PostgreSQL;
+}
+
+// Where the library of the job is: its server, or the file of the data directory.
+QString libraryLocation(const QString &dataDir)
+{
+    return onServer() ? Database::serverAddress() : LibraryFiles::libraryPath(dataDir);
+}
+
+bool reopen(const QString &dataDir, const QString &location)
 {
     QString detail;
-    if (Database::open(LibraryFiles::libraryPath(dataDir), &detail) == Database::OpenResult::Ok)
+    if (Database::open(location, &detail, dataDir) == Database::OpenResult::Ok)
         return true;
     qWarning("backup: the library cannot be opened: %s", qUtf8Printable(detail));
     return false;
@@ -46,7 +58,8 @@ bool reopen(const QString &dataDir)
 
 // Steps after every export: the result, the progress back at 0, the buttons enabled. The library
 // stayed open (and locked) through the copy; should it have gone meanwhile, it is opened again.
-BackupOutcome finishExport(CopyResult result, const QString &dataDir, const BackupCallbacks &callbacks)
+BackupOutcome finishExport(CopyResult result, const QString &dataDir, const QString &location,
+                           const BackupCallbacks &callbacks)
 {
     if (result == CopyResult::Done)
         RvMessageBox(QString(), QString::fromUtf8("Export dat byl úspěšně dokončen!"),
@@ -57,7 +70,7 @@ BackupOutcome finishExport(CopyResult result, const QString &dataDir, const Back
     if (callbacks.progress)
         callbacks.progress(0, QString());
     setBusy(callbacks, false);
-    if (!Database::isOpen() && !reopen(dataDir)) {
+    if (!Database::isOpen() && !reopen(dataDir, location)) {
         showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
@@ -84,10 +97,43 @@ bool openBackupFile(SafeFile::Writer &writer)
     return false;
 }
 
+// A server library's backup is taken from a library file made from one snapshot of its tables
+// (other desks may go on working meanwhile): the same backup file a library file gives.
+CopyResult copyServerLibrary(const ExportRequest &request, SafeFile::Writer &target,
+                             const BackupCallbacks &callbacks)
+{
+    QDir(request.dataDir).mkdir(QStringLiteral("Temp"));
+    const QString snapshot = LibraryFiles::snapshotImagePath(request.dataDir);
+    QFile::remove(snapshot); // what an export cut off earlier left
+    QString error;
+    if (!LibraryTransfer::writeImage(Database::connection(), snapshot, &error)) {
+        qWarning("backup: the server's tables cannot be read: %s", qUtf8Printable(error));
+        showMessage(Message::FatalError);
+        target.cancel();
+        return CopyResult::Failed;
+    }
+    QFile image(snapshot);
+    CopyResult result = CopyResult::Failed;
+    if (!image.open(QIODevice::ReadOnly)) {
+        qWarning("backup: %s: %s", qUtf8Printable(snapshot), qUtf8Printable(image.errorString()));
+        showMessage(Message::FatalError);
+        target.cancel();
+    } else {
+        result = request.toFloppies
+                     ? exportToFloppies(image, request.floppyDir, target, request.stamp, callbacks)
+                     : exportToFile(image, target, request.stamp, callbacks);
+        image.close();
+    }
+    QFile::remove(snapshot);
+    return result;
+}
+
 // The copy itself, from the open library through its own file handle.
 CopyResult copyLibrary(const ExportRequest &request, SafeFile::Writer &target,
                        const BackupCallbacks &callbacks)
 {
+    if (onServer())
+        return copyServerLibrary(request, target, callbacks);
     LiveImage image;
     if (!image.open(QIODevice::ReadOnly)) {
         qWarning("backup: %s", qUtf8Printable(image.errorString()));
@@ -106,23 +152,74 @@ void discard(QSaveFile &image)
     image.commit();
 }
 
+// Puts the rows of the verified image in place of the server library's, in one transaction, while
+// no other desk is connected (message 2 otherwise, and nothing changes). The desk then connects
+// again, so that nothing read before the restore is kept.
+BackupOutcome replaceServerTables(const QString &dataDir, const QString &location, const QString &image)
+{
+    if (!Database::tryServerExclusive()) {
+        qWarning("backup import: other desks are connected to %s", qUtf8Printable(location));
+        QFile::remove(image);
+        showMessage(Message::FatalError);
+        return BackupOutcome::InUse;
+    }
+    const QString name = QStringLiteral("folivo-restore");
+    QString error;
+    bool replaced = false;
+    {
+        QSqlDatabase source = LibraryTransfer::openFile(image, name, false, &error);
+        if (source.isOpen()) {
+            try {
+                LibraryTransfer::copyTables(source, Database::connection(), [&] {
+                    QString difference;
+                    if (!LibraryTransfer::sameRows(source, Database::connection(), &difference))
+                        throw DbError(difference);
+                });
+                replaced = true;
+            } catch (const DbError &e) {
+                error = e.text();
+            }
+            source.close();
+        }
+    }
+    QSqlDatabase::removeDatabase(name);
+    QFile::remove(image);
+    Database::releaseServerExclusive();
+    if (!replaced) {
+        qWarning("backup import: %s", qUtf8Printable(error));
+        showMessage(Message::BackupNotReplaced);
+        return BackupOutcome::Failed;
+    }
+    Database::close();
+    if (!reopen(dataDir, location)) {
+        showMessage(Message::FatalError);
+        return BackupOutcome::Fatal;
+    }
+    RvMessageBox(QString(), QString::fromUtf8("Data byly úspěšně obnoveny ze zálohy!"),
+                 MessageKind::Information, ButtonsOk);
+    return BackupOutcome::Succeeded;
+}
+
 // Puts the verified image in place of the library. The directory stays locked throughout, so no
 // other copy of the program can open the library between the close and the reopen.
 BackupOutcome swapDatabase(const QString &dataDir, const QString &image)
 {
+    const QString location = libraryLocation(dataDir);
+    if (onServer())
+        return replaceServerTables(dataDir, location, image);
     Database::close();
     QString detail;
     if (!LibraryFiles::replaceLibrary(dataDir, image, &detail)) {
         qWarning("backup import: %s", qUtf8Printable(detail));
         QFile::remove(image);
         showMessage(Message::BackupNotReplaced);
-        if (reopen(dataDir))
+        if (reopen(dataDir, location))
             return BackupOutcome::Failed;
         showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
     // The reopen runs the start-up check on the new library and clears Temp/.
-    if (!reopen(dataDir)) {
+    if (!reopen(dataDir, location)) {
         showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
@@ -138,12 +235,13 @@ BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &cal
     // The library stays open for the whole copy: the lock on it never lapses, so no other copy
     // of the program can start on it (or write to it) while its image is taken.
     LibraryLockHold hold(request.dataDir);
+    const QString location = libraryLocation(request.dataDir);
     if (request.toFloppies) {
         SafeFile::Writer first(floppyVolumePath(request.floppyDir, 1), SafeFile::Durability::Durable);
         if (!openBackupFile(first))
             return BackupOutcome::Stayed;
         setBusy(callbacks, true);
-        return finishExport(copyLibrary(request, first, callbacks), request.dataDir, callbacks);
+        return finishExport(copyLibrary(request, first, callbacks), request.dataDir, location, callbacks);
     }
 
     const QString name = request.fileName.trimmed();
@@ -164,7 +262,7 @@ BackupOutcome runExport(const ExportRequest &request, const BackupCallbacks &cal
     if (!openBackupFile(backup))
         return BackupOutcome::Stayed;
     setBusy(callbacks, true);
-    return finishExport(copyLibrary(request, backup, callbacks), request.dataDir, callbacks);
+    return finishExport(copyLibrary(request, backup, callbacks), request.dataDir, location, callbacks);
 }
 
 BackupOutcome runImport(const ImportRequest &request, const BackupCallbacks &callbacks)

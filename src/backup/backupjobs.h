@@ -14,7 +14,8 @@ enum class BackupOutcome
     Succeeded, // the copy (or the restore) is complete and the database is open again
     Failed,    // the copy or the read failed, or the restore was refused; the data are unchanged
     Quit,      // the program was told to quit during the copy; the database is open again
-    Fatal      // the database cannot be reopened: message 2 was shown and the program must end
+    Fatal,     // the database cannot be reopened: message 2 was shown and the program must end
+    InUse      // a restore on a server while other desks are connected: message 2, nothing changed
 };
 
 struct ExportRequest

@@ -4,6 +4,7 @@
 #include "data/database.h"
 #include "data/libraryfiles.h"
 #include "data/librarylock.h"
+#include "data/serveraddress.h"
 
 #include <QDir>
 #include <QFile>
@@ -22,7 +23,10 @@ bool parseCliArgs(const QStringList &args, const QStringList &valued, const QStr
         const QString &a = args.at(i);
         if (a.startsWith(QLatin1String("--"))) {
             const QString name = a.mid(2);
-            if (valued.contains(name)) {
+            // Every command that works on the library of a data directory may name its server.
+            const bool libraryOption =
+                name == QLatin1String("database") && valued.contains(QLatin1String("data-dir"));
+            if (valued.contains(name) || libraryOption) {
                 if (i + 1 >= args.size()) {
                     *error = QStringLiteral("option %1 needs a value").arg(a);
                     return false;
@@ -95,19 +99,32 @@ void cliPrint(const QString &message)
     std::fflush(stdout);
 }
 
-bool openCliLibrary(const CliArgs &args, QString *dir, QStringList *alsoProtected, QString *error)
+QString cliLibraryLocation(const CliArgs &args, const QString &dir)
 {
-    *dir = resolveDataDir(args);
-    const QString path = QDir(*dir).filePath(QString::fromLatin1(Database::FileName));
-    if (!QFileInfo::exists(path)) {
-        *error = QStringLiteral("no library database in %1").arg(*dir);
+    return Database::location(QDir(dir).absolutePath(), args.value(QStringLiteral("database")));
+}
+
+bool openLibraryOf(const CliArgs &args, const QString &dir, QString *error)
+{
+    const QString location = cliLibraryLocation(args, dir);
+    if (!ServerAddress::looksLikeServer(location) && !QFileInfo::exists(location)) {
+        *error = QStringLiteral("no library database in %1").arg(dir);
         return false;
     }
     QString detail;
-    if (Database::open(path, &detail) != Database::OpenResult::Ok) {
-        *error = QStringLiteral("cannot open %1: %2").arg(path, detail);
+    if (Database::open(location, &detail, QDir(dir).absolutePath()) != Database::OpenResult::Ok) {
+        *error = QStringLiteral("cannot open %1: %2").arg(location, detail);
         return false;
     }
+    return true;
+}
+
+bool openCliLibrary(const CliArgs &args, QString *dir, QStringList *alsoProtected, QString *error)
+{
+    *dir = resolveDataDir(args);
+    if (!openLibraryOf(args, *dir, error))
+        return false;
+    const QString path = QDir(*dir).filePath(QString::fromLatin1(Database::FileName));
     *alsoProtected = {path, path + QStringLiteral("-journal"),
                       QDir(*dir).filePath(QString::fromLatin1(SettingsRecord::FileName)),
                       QDir(*dir).filePath(QString::fromLatin1(Database::AboutPictureFile))};

@@ -19,7 +19,8 @@ struct CliArgs
     }
 };
 
-// Splits arguments; options that take a value are listed in valued. Returns false with an error
+// Splits arguments; options that take a value are listed in valued. A command that takes
+// --data-dir also takes --database URL. Returns false with an error
 // text on an unknown option or a missing value.
 bool parseCliArgs(const QStringList &args, const QStringList &valued, const QStringList &flags, CliArgs *out,
                   QString *error);
@@ -45,6 +46,12 @@ int cliFail(const QString &message); // prints "folivo-cli: message" and returns
 // Opens the library of the data directory for a command that reads it. False with a message for
 // stderr when there is none or it cannot be opened. alsoProtected gets the library's own files
 // (database, settings record), which no output of the command may overwrite.
+// Where the command's library lives: --database URL, else the server configured for the data
+// directory, else its Folivo.db.
+QString cliLibraryLocation(const CliArgs &args, const QString &dir);
+// Opens that library for a command. False with a message for stderr when there is none or it
+// cannot be opened.
+bool openLibraryOf(const CliArgs &args, const QString &dir, QString *error);
 bool openCliLibrary(const CliArgs &args, QString *dir, QStringList *alsoProtected, QString *error);
 void cliPrint(const QString &message);
 

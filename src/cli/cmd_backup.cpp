@@ -4,6 +4,7 @@
 #include "data/database.h"
 #include "data/librarylock.h"
 #include "data/safefile.h"
+#include "data/serveraddress.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -68,6 +69,8 @@ int exitCodeOf(BackupOutcome outcome)
         return ExitOk;
     case BackupOutcome::Fatal:
         return ExitFatal;
+    case BackupOutcome::InUse:
+        return ExitInUse;
     case BackupOutcome::Stayed:
     case BackupOutcome::Failed:
     case BackupOutcome::Quit:
@@ -79,7 +82,7 @@ int exitCodeOf(BackupOutcome outcome)
 // Opens the library database the way the program does, in the directory the caller has locked
 // (while the program runs, that lock was refused). A restore may also start on a library that is
 // missing or damaged: replacing it is what a restore is for.
-int openLibrary(const QString &dataDir, const LibraryLockHold &hold, bool forRestore)
+int openLibrary(const QString &dataDir, const CliArgs &args, const LibraryLockHold &hold, bool forRestore)
 {
     if (!QFileInfo(dataDir).isDir())
         return cliFail(QStringLiteral("the data directory %1 does not exist").arg(dataDir));
@@ -88,9 +91,9 @@ int openLibrary(const QString &dataDir, const LibraryLockHold &hold, bool forRes
                     .arg(dataDir, hold.error()));
         return ExitInUse;
     }
-    const QString path = QDir(dataDir).filePath(QString::fromLatin1(Database::FileName));
+    const QString path = cliLibraryLocation(args, dataDir);
     QString detail;
-    switch (Database::open(path, &detail)) {
+    switch (Database::open(path, &detail, dataDir)) {
     case Database::OpenResult::Ok:
         return ExitOk;
     case Database::OpenResult::Locked:
@@ -102,7 +105,9 @@ int openLibrary(const QString &dataDir, const LibraryLockHold &hold, bool forRes
     case Database::OpenResult::NotDatabase:
     case Database::OpenResult::MissingTables:
     case Database::OpenResult::Failed:
-        if (forRestore) {
+        // A restore replaces a missing or damaged library file; a server's tables are installed
+        // by init, and nothing here may fall back to the data directory's file.
+        if (forRestore && !ServerAddress::looksLikeServer(path)) {
             cliFail(QStringLiteral("the library database cannot be opened (%1); it will be replaced")
                         .arg(detail));
             return ExitOk;
@@ -118,7 +123,7 @@ int backupExport(const QString &file, const CliArgs &args)
     const QString dataDir = QDir(resolveDataDir(args)).absolutePath();
     const bool toFloppies = args.has(QStringLiteral("floppy"));
     LibraryLockHold hold(dataDir);
-    if (const int opened = openLibrary(dataDir, hold, false); opened != ExitOk)
+    if (const int opened = openLibrary(dataDir, args, hold, false); opened != ExitOk)
         return opened;
     ExportRequest request;
     request.toFloppies = toFloppies;
@@ -150,7 +155,7 @@ int backupImport(const QString &file, const CliArgs &args)
     // The directory is locked before the library is looked at, so that a library that cannot be
     // opened is still replaced with nobody else at work on it.
     LibraryLockHold hold(dataDir);
-    if (const int opened = openLibrary(dataDir, hold, true); opened != ExitOk)
+    if (const int opened = openLibrary(dataDir, args, hold, true); opened != ExitOk)
         return opened;
     UnattendedMessages messages;
     ImportRequest request;

@@ -1,6 +1,7 @@
 #include "cli/clicommon.h"
 #include "cli/demo.h"
 #include "data/database.h"
+#include "data/serveraddress.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -42,13 +43,16 @@ int cmdDemo(const QStringList &argv)
     const QString dir = resolveDataDir(args);
     if (!QDir().mkpath(dir))
         return cliFail(QStringLiteral("cannot create the data directory %1").arg(dir));
-    recoverCutOffRestore(dir);
-    const QString path = QDir(dir).filePath(QString::fromLatin1(Database::FileName));
-    if (!QFileInfo::exists(path) && !Database::createEmpty(path, &error))
-        return cliFail(QStringLiteral("cannot install the database: %1").arg(error));
+    const QString path = cliLibraryLocation(args, dir);
+    // A server's library is installed by init; a data directory gets its file here.
+    if (!ServerAddress::looksLikeServer(path)) {
+        recoverCutOffRestore(dir);
+        if (!QFileInfo::exists(path) && !Database::createEmpty(path, &error))
+            return cliFail(QStringLiteral("cannot install the database: %1").arg(error));
+    }
     if (!installShippedFiles(dir, &error))
         return cliFail(error);
-    if (Database::open(path, &error) != Database::OpenResult::Ok)
+    if (Database::open(path, &error, QDir(dir).absolutePath()) != Database::OpenResult::Ok)
         return cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
     QElapsedTimer timer;
     timer.start();

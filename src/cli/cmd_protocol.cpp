@@ -52,11 +52,8 @@ int cmdProtocol(const QStringList &argv)
         return cliFail(QStringLiteral("protocol printing needs the graphical part of Qt"));
 
     const QString dir = resolveDataDir(args);
-    const QString path = QDir(dir).filePath(QString::fromLatin1(Database::FileName));
-    if (!QFileInfo::exists(path))
-        return cliFail(QStringLiteral("no library database in %1").arg(dir));
-    if (Database::open(path, &error) != Database::OpenResult::Ok)
-        return cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
+    if (!openLibraryOf(args, dir, &error))
+        return cliFail(error);
     const QString target = enterDataDir(dir, pdf);
     if (target.isEmpty()) {
         Database::close();

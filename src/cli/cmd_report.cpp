@@ -97,11 +97,8 @@ int cmdReport(const QStringList &argv)
     }
 
     const QString dir = resolveDataDir(args);
-    const QString path = QDir(dir).filePath(QString::fromLatin1(Database::FileName));
-    if (!QFileInfo::exists(path))
-        return cliFail(QStringLiteral("no library database in %1").arg(dir));
-    if (Database::open(path, &error) != Database::OpenResult::Ok)
-        return cliFail(QStringLiteral("cannot open %1: %2").arg(path, error));
+    if (!openLibraryOf(args, dir, &error))
+        return cliFail(error);
     const QString target = enterDataDir(dir, html);
     if (target.isEmpty()) {
         Database::close();

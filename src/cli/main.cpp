@@ -13,21 +13,28 @@ int cmdReport(const QStringList &args);
 int cmdProtocol(const QStringList &args);
 int cmdReminders(const QStringList &args);
 int cmdStatistics(const QStringList &args);
+int cmdCopy(const QStringList &args);
 QCoreApplication *createCliApplication(int &argc, char **argv);
 
 namespace {
 
 const CliCommandEntry Commands[] = {
-    {"init", "init [--data-dir DIR]", cmdInit},
-    {"demo", "demo [--data-dir DIR] [--books N] [--clients N] [--seed S]", cmdDemo},
-    {"check", "check [--data-dir DIR]", cmdCheck},
-    {"backup", "backup export|import FILE [--data-dir DIR] [--overwrite]", cmdBackup},
-    {"report", "report KIND [--data-dir DIR] [--client CODE] [--category NAME] [--date D.M.YYYY] --html FILE",
+    {"init", "init [--data-dir DIR] [--database URL]", cmdInit},
+    {"demo", "demo [--data-dir DIR] [--database URL] [--books N] [--clients N] [--seed S]", cmdDemo},
+    {"check", "check [--data-dir DIR] [--database URL]", cmdCheck},
+    {"backup", "backup export|import FILE [--data-dir DIR] [--database URL] [--overwrite]", cmdBackup},
+    {"report",
+     "report KIND [--data-dir DIR] [--database URL] [--client CODE] [--category NAME] [--date D.M.YYYY] "
+     "--html FILE",
      cmdReport},
-    {"protocol", "protocol loan|return N [--data-dir DIR] --pdf FILE", cmdProtocol},
-    {"reminders", "reminders [--data-dir DIR] [--date D.M.YYYY] [--client CODE] (--pdf FILE | --html FILE)",
+    {"protocol", "protocol loan|return N [--data-dir DIR] [--database URL] --pdf FILE", cmdProtocol},
+    {"reminders",
+     "reminders [--data-dir DIR] [--database URL] [--date D.M.YYYY] [--client CODE] (--pdf FILE | --html "
+     "FILE)",
      cmdReminders},
-    {"statistics", "statistics --year Y [--data-dir DIR] [--html FILE] [--csv FILE]", cmdStatistics},
+    {"statistics", "statistics --year Y [--data-dir DIR] [--database URL] [--html FILE] [--csv FILE]",
+     cmdStatistics},
+    {"copy", "copy --from DIR|URL --to DIR|URL", cmdCopy},
 };
 
 int usage()

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QHash>
 #include <QMap>
+#include <QRegularExpression>
 #include <QSet>
 #include <QSqlDriver>
 #include <QSqlError>
@@ -987,14 +988,89 @@ const SchemaItems &shippedSchema()
     return items;
 }
 
+bool onServer(const QSqlDatabase &db)
+{
+    return db.driverName() == QLatin1String("QPSQL");
+}
+
+// A server's tables and columns described as describe() names them, with the server's types
+// named as the library file's; its indexes and triggers by name.
+void describeServer(QSqlDatabase db, SchemaItems *items)
+{
+    auto run = [&db](QSqlQuery &q, const QString &sql) {
+        if (!q.exec(sql))
+            throw DbError(q.lastError().text(), sql);
+    };
+    QSqlQuery q(db);
+    run(q, QStringLiteral("SELECT upper(table_name), upper(column_name), ordinal_position, data_type, "
+                          "is_nullable, column_default FROM information_schema.columns "
+                          "WHERE table_schema = current_schema() ORDER BY table_name, ordinal_position"));
+    QMap<QString, int> columnCounts;
+    while (q.next()) {
+        const QString type = q.value(3).toString();
+        const QString fileType = type == QLatin1String("integer")            ? QStringLiteral("INTEGER")
+                                 : type == QLatin1String("text")             ? QStringLiteral("TEXT")
+                                 : type == QLatin1String("double precision") ? QStringLiteral("REAL")
+                                                                             : type;
+        const QString table = q.value(0).toString();
+        items->insert(
+            QStringLiteral("sloupec %1.%2").arg(table, q.value(1).toString()),
+            QStringLiteral("%1. %2%3%4")
+                .arg(q.value(2).toInt())
+                .arg(fileType,
+                     q.value(4).toString() == QLatin1String("NO") ? QStringLiteral(" NOT NULL") : QString(),
+                     q.isNull(5) ? QString() : QStringLiteral(" DEFAULT ") + q.value(5).toString()));
+        ++columnCounts[table];
+    }
+    for (auto it = columnCounts.cbegin(); it != columnCounts.cend(); ++it)
+        items->insert(QStringLiteral("tabulka %1").arg(it.key()),
+                      QStringLiteral("%1 sloupců").arg(it.value()));
+    run(q, QStringLiteral("SELECT upper(indexname), upper(tablename) FROM pg_indexes "
+                          "WHERE schemaname = current_schema()"));
+    while (q.next())
+        items->insert(QStringLiteral("index %1").arg(q.value(0).toString()),
+                      QStringLiteral("na %1").arg(q.value(1).toString()));
+    run(q, QStringLiteral("SELECT t.tgname, upper(c.relname) FROM pg_trigger t JOIN pg_class c ON c.oid = "
+                          "t.tgrelid JOIN pg_namespace n ON n.oid = c.relnamespace "
+                          "WHERE NOT t.tgisinternal AND n.nspname = current_schema()"));
+    while (q.next())
+        items->insert(QStringLiteral("trigger %1").arg(q.value(0).toString()),
+                      QStringLiteral("na %1").arg(q.value(1).toString()));
+}
+
+// What a server's library must have: the file's tables and columns (without the file's own
+// indexes) and the indexes of the server's schema.
+const SchemaItems &shippedServerSchema()
+{
+    static const SchemaItems items = [] {
+        SchemaItems s;
+        const SchemaItems &file = shippedSchema();
+        for (auto it = file.cbegin(); it != file.cend(); ++it)
+            if (it.key().startsWith(QLatin1String("sloupec ")) ||
+                it.key().startsWith(QLatin1String("tabulka ")))
+                s.insert(it.key(), QString(it.value()).remove(QLatin1String(" PRIMARY KEY")));
+        static const QRegularExpression index(QStringLiteral("CREATE INDEX (\\w+) ON (\\w+)"));
+        for (auto m = index.globalMatch(Database::serverSchemaSql()); m.hasNext();) {
+            const QRegularExpressionMatch found = m.next();
+            s.insert(QStringLiteral("index %1").arg(found.captured(1).toUpper()),
+                     QStringLiteral("na %1").arg(found.captured(2).toUpper()));
+        }
+        return s;
+    }();
+    return items;
+}
+
 QStringList schemaProblems(QSqlDatabase db)
 {
-    const SchemaItems &want = shippedSchema();
+    const SchemaItems &want = onServer(db) ? shippedServerSchema() : shippedSchema();
     if (want.isEmpty())
         return {QStringLiteral("schéma programu nelze sestavit")};
     SchemaItems have;
     try {
-        describe(handleOf(db), &have);
+        if (onServer(db))
+            describeServer(db, &have);
+        else
+            describe(handleOf(db), &have);
     } catch (const DbError &e) {
         return {QStringLiteral("schéma nelze přečíst: %1").arg(e.text())};
     }
@@ -1018,12 +1094,15 @@ QStringList schemaProblems(QSqlDatabase db)
 // ends of the key indexes.
 QStringList counterProblems(QSqlDatabase db)
 {
-    sqlite3 *handle = handleOf(db);
-    {
-        Statement q(handle, QStringLiteral("SELECT COUNT(*) FROM IDS"));
-        if (!q.next() || q.integer(0) != 1)
-            return {QStringLiteral("IDS ids-jeden-radek: tabulka IDS nemá právě jeden řádek")};
-    }
+    auto read = [&db](const QString &sql) {
+        QSqlQuery q(db);
+        q.setForwardOnly(true);
+        if (!q.exec(sql))
+            throw DbError(q.lastError().text(), sql);
+        return q.next() ? q.value(0) : QVariant();
+    };
+    if (read(QStringLiteral("SELECT COUNT(*) FROM IDS")).toLongLong() != 1)
+        return {QStringLiteral("IDS ids-jeden-radek: tabulka IDS nemá právě jeden řádek")};
     struct Counter
     {
         const char *column;
@@ -1040,20 +1119,23 @@ QStringList counterProblems(QSqlDatabase db)
     };
     QStringList problems;
     for (const Counter &c : counters) {
-        Statement v(handle, QStringLiteral("SELECT %1, typeof(%1) FROM IDS").arg(QLatin1String(c.column)));
-        v.next();
-        if (v.text(1) != QLatin1String("integer") || v.integer(0) < 0) {
+        // Both engines hand an integer column's value over as an integer; anything else stored
+        // in the file (a text, a real) comes as something else.
+        const QVariant v = read(QStringLiteral("SELECT %1 FROM IDS").arg(QLatin1String(c.column)));
+        const bool integer =
+            !v.isNull() && (v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Int);
+        if (!integer || v.toLongLong() < 0) {
             problems << QStringLiteral("IDS ids-pocitadla: počítadlo %1 je prázdné nebo neplatné (%2)")
-                            .arg(QLatin1String(c.column), v.text(0));
+                            .arg(QLatin1String(c.column), v.isNull() ? QStringLiteral("NULL") : v.toString());
             continue;
         }
-        Statement m(handle, QString::fromLatin1(c.max));
-        if (m.next() && !m.isNull(0) &&
-            (c.above ? v.integer(0) <= m.integer(0) : v.integer(0) < m.integer(0)))
+        const QVariant max = read(QString::fromLatin1(c.max));
+        if (!max.isNull() &&
+            (c.above ? v.toLongLong() <= max.toLongLong() : v.toLongLong() < max.toLongLong()))
             problems << QStringLiteral("IDS ids-pocitadla: počítadlo %1 = %2 není před nejvyšší hodnotou %3")
                             .arg(QLatin1String(c.column))
-                            .arg(v.integer(0))
-                            .arg(m.integer(0));
+                            .arg(v.toLongLong())
+                            .arg(max.toLongLong());
     }
     return problems;
 }

@@ -7,7 +7,9 @@
 #include "data/libraryfiles.h"
 #include "data/librarylock.h"
 #include "data/safefile.h"
+#include "data/serveraddress.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
@@ -25,6 +27,8 @@ namespace {
 
 QString s_path;
 QString s_recoveryNotice;
+Database::Engine s_engine = Database::Engine::SQLite;
+QString s_serverAddress;
 
 QString errorText(const QSqlError &e)
 {
@@ -48,9 +52,81 @@ const QStringList &tableNames()
     return names;
 }
 
+QString advisory(const char *function)
+{
+    return QStringLiteral("SELECT %1(%2)").arg(QLatin1String(function)).arg(Database::ServerLockKey);
+}
+
+// The names of the library's tables present in the server database's own schema.
+bool serverTables(QSqlDatabase db, QStringList *present, QString *why)
+{
+    QSqlQuery q(db);
+    if (!q.exec(QStringLiteral("SELECT upper(table_name) FROM information_schema.tables "
+                               "WHERE table_schema = current_schema()"))) {
+        *why = errorText(q.lastError());
+        return false;
+    }
+    while (q.next())
+        *present << q.value(0).toString();
+    return true;
+}
+
+Database::OpenResult openOnServer(const QString &location, const QString &dataDir, QString *why)
+{
+    using R = Database::OpenResult;
+    const std::optional<ServerAddress> address = ServerAddress::parse(location, why);
+    if (!address || address->databaseName.isEmpty())
+        return R::Failed;
+    // The data directory belongs to one copy of the program, on a server as with a file.
+    if (!LibraryLock::acquire(dataDir, why))
+        return R::Locked;
+    SafeFile::setDataDirectory(dataDir);
+    QSqlDatabase db = address->addConnection(QString::fromLatin1(Database::ConnectionName));
+    if (!db.open()) {
+        *why = QStringLiteral("%1: %2").arg(address->toString(), errorText(db.lastError()));
+        return R::Failed;
+    }
+    QSqlQuery q(db);
+    // This desk's shared hold, for as long as the connection lives; an import holding the library
+    // alone refuses the desk as another copy of the program would.
+    if (!q.exec(advisory("pg_try_advisory_lock_shared")) || !q.next()) {
+        *why = errorText(q.lastError());
+        return R::Failed;
+    }
+    if (!q.value(0).toBool()) {
+        *why = QStringLiteral("the library %1 is being replaced by an import").arg(address->toString());
+        return R::Locked;
+    }
+    q.finish();
+    QStringList present;
+    if (!serverTables(db, &present, why))
+        return R::Failed;
+    for (const QString &t : tableNames())
+        if (!present.contains(t)) {
+            *why = QStringLiteral("table %1 is missing").arg(t);
+            return R::MissingTables;
+        }
+    if (const QStringList problems = startupProblems(db); !problems.isEmpty()) {
+        *why = problems.join(QLatin1String("; "));
+        return R::MissingTables;
+    }
+    s_engine = Database::Engine::PostgreSQL;
+    s_serverAddress = address->toString();
+    return R::Ok;
+}
+
 } // namespace
 
-Database::OpenResult Database::open(const QString &path, QString *detail)
+QString Database::location(const QString &dataDir, const QString &databaseOption)
+{
+    if (const QString given = databaseOption.trimmed(); !given.isEmpty())
+        return given;
+    if (const QString configured = configuredServer(dataDir); !configured.isEmpty())
+        return configured;
+    return QDir(dataDir).filePath(QString::fromLatin1(FileName));
+}
+
+Database::OpenResult Database::open(const QString &location, QString *detail, const QString &dataDirectory)
 {
     close();
     auto fail = [&](OpenResult r, const QString &text) {
@@ -59,6 +135,14 @@ Database::OpenResult Database::open(const QString &path, QString *detail)
         close();
         return r;
     };
+    if (ServerAddress::looksLikeServer(location)) {
+        QString why;
+        const OpenResult r = openOnServer(
+            location, QDir(dataDirectory.isEmpty() ? QDir::currentPath() : dataDirectory).absolutePath(),
+            &why);
+        return r == OpenResult::Ok ? r : fail(r, why);
+    }
+    const QString &path = location;
     const QString dataDir = QFileInfo(path).absolutePath();
     QString why;
     if (!LibraryLock::acquire(dataDir, &why))
@@ -144,7 +228,42 @@ void Database::close()
         QSqlDatabase::removeDatabase(name);
     }
     s_path.clear();
+    s_engine = Engine::SQLite;
+    s_serverAddress.clear();
     LibraryLock::release();
+}
+
+Database::Engine Database::engine()
+{
+    return s_engine;
+}
+
+QString Database::serverAddress()
+{
+    return s_serverAddress;
+}
+
+bool Database::tryServerExclusive()
+{
+    if (s_engine != Engine::PostgreSQL || !isOpen())
+        return false;
+    QSqlQuery q(connection());
+    if (!q.exec(advisory("pg_advisory_unlock_shared")))
+        return false;
+    if (q.exec(advisory("pg_try_advisory_lock")) && q.next() && q.value(0).toBool())
+        return true;
+    // Another desk is connected: this one keeps its place among them.
+    q.exec(advisory("pg_advisory_lock_shared"));
+    return false;
+}
+
+void Database::releaseServerExclusive()
+{
+    if (s_engine != Engine::PostgreSQL || !isOpen())
+        return;
+    QSqlQuery q(connection());
+    q.exec(advisory("pg_advisory_unlock"));
+    q.exec(advisory("pg_advisory_lock_shared"));
 }
 
 QString Database::takeRecoveryNotice()
@@ -180,6 +299,60 @@ QString Database::schemaSql()
     if (!f.open(QIODevice::ReadOnly))
         return {};
     return QString::fromUtf8(f.readAll());
+}
+
+QString Database::serverSchemaSql()
+{
+    initDataResources();
+    QFile f(QStringLiteral(":/folivo/schema-postgresql.sql"));
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(f.readAll());
+}
+
+bool Database::createOnServer(const QString &location, QString *error)
+{
+    QString why;
+    const std::optional<ServerAddress> address = ServerAddress::parse(location, &why);
+    if (!address || address->databaseName.isEmpty()) {
+        if (error)
+            *error = address ? why : QStringLiteral("%1 is not a server address").arg(location);
+        return false;
+    }
+    const QString schema = serverSchemaSql();
+    const QString name = QStringLiteral("folivo-create");
+    bool ok = false;
+    {
+        QSqlDatabase db = address->addConnection(name);
+        QStringList present;
+        if (!db.open()) {
+            why = errorText(db.lastError());
+        } else if (serverTables(db, &present, &why)) {
+            QStringList found;
+            for (const QString &t : tableNames())
+                if (present.contains(t))
+                    found << t;
+            if (!found.isEmpty()) {
+                why = QStringLiteral("%1 already holds a library (%2)")
+                          .arg(address->toString(), found.join(QLatin1String(", ")));
+            } else if (schema.isEmpty()) {
+                why = QStringLiteral("the schema is missing from the program");
+            } else {
+                // The whole script in one transaction: a failure leaves the database empty.
+                QSqlQuery q(db);
+                ok = db.transaction() && q.exec(schema) && db.commit();
+                if (!ok) {
+                    why = errorText(q.lastError().isValid() ? q.lastError() : db.lastError());
+                    db.rollback();
+                }
+            }
+            db.close();
+        }
+    }
+    QSqlDatabase::removeDatabase(name);
+    if (!ok && error)
+        *error = why;
+    return ok;
 }
 
 QByteArray Database::aboutPicture()

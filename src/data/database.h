@@ -9,11 +9,17 @@
 
 #include "data/dberror.h"
 
-// The one open library database, Folivo.db in the data directory. It is opened exclusively:
-// a second running copy of the program cannot open it.
+// The one open library database: Folivo.db in the data directory, opened exclusively (a second
+// running copy of the program cannot open it), or a library on a PostgreSQL server that several
+// desks share, each desk with a data directory of its own.
 class Database final
 {
 public:
+    enum class Engine
+    {
+        SQLite,
+        PostgreSQL
+    };
     enum class OpenResult
     {
         Ok,
@@ -24,17 +30,40 @@ public:
         Failed
     };
 
-    // Locks the data directory (the folder of path) for this process, finishes or undoes a
-    // restore that was cut off there, then opens the library exclusively and runs the cheap part
-    // of the library check. Once it is open, what a restore left in Temp/ is removed.
-    static OpenResult open(const QString &path, QString *detail = nullptr);
+    // Opens the library at location: the path of a library file or a server address (see
+    // location()). For a file: locks the data directory (the folder of the file) for this
+    // process, finishes or undoes a restore that was cut off there, then opens the library
+    // exclusively and runs the cheap part of the library check; once it is open, what a restore
+    // left in Temp/ is removed. For a server: locks dataDir (the working directory when empty),
+    // connects, takes this desk's shared hold of the library (ServerLockKey) and runs the same
+    // cheap check on the server's tables.
+    static OpenResult open(const QString &location, QString *detail = nullptr,
+                           const QString &dataDir = QString());
+    // Where the library of a data directory lives: the address given on the command line
+    // (--database), else the configured server (FOLIVO_DATABASE, Folivo.server), else the file
+    // Folivo.db of the directory. The program's start-up and every command decide it here.
+    static QString location(const QString &dataDir, const QString &databaseOption = QString());
     // Closes the library and lets the directory's lock go (unless a LibraryLockHold keeps it).
     static void close();
     // What the last open put back after a cut-off restore, for the user to be told once; empty
     // when nothing was done. Taking it clears it.
     static QString takeRecoveryNotice();
     static bool isOpen();
+    // The path of the open library file; empty on a server.
     static QString path();
+    static Engine engine();
+    // The address of the open library's server (as a URL without password); empty for a file.
+    static QString serverAddress();
+
+    // Every desk connected to a server library holds this advisory lock shared for as long as it
+    // is connected; whatever must be alone with the library (an import that replaces all tables)
+    // takes it exclusively.
+    static constexpr qint64 ServerLockKey = 0x466f6c69766f; // "Folivo"
+    // Drops this desk's shared hold and tries the exclusive one; false (with the shared hold taken
+    // again) while another desk is connected. Only on a server.
+    static bool tryServerExclusive();
+    // Gives the exclusive hold back and takes the shared one again.
+    static void releaseServerExclusive();
     static QSqlDatabase connection();
 
     static constexpr const char *FileName = "Folivo.db";
@@ -45,6 +74,11 @@ public:
     // Writes a new empty database (the six tables and the single IDS row) into path.
     // Refuses to overwrite an existing file.
     static bool createEmpty(const QString &path, QString *error);
+    // The tables of an empty library on a server.
+    static QString serverSchemaSql();
+    // Installs the six tables and the IDS row into the empty database at the address, in one
+    // transaction. Refuses a database that already holds any of the library's tables.
+    static bool createOnServer(const QString &address, QString *error);
 
     // The picture of the about box, rvmsgbit.dat, as the program ships it (any image format; the
     // about box reads it by its content).

@@ -160,6 +160,16 @@ QString previousImagePath(const QString &dataDir)
     return QDir(dataDir).filePath(QStringLiteral("Temp/Tmp_old.dat"));
 }
 
+QString copiedImagePath(const QString &dataDir)
+{
+    return QDir(dataDir).filePath(QStringLiteral("Temp/Tmp_copy.dat"));
+}
+
+QString snapshotImagePath(const QString &dataDir)
+{
+    return QDir(dataDir).filePath(QStringLiteral("Temp/Tmp_snap.dat"));
+}
+
 Recovery recoverInterruptedRestore(const QString &dataDir, QString *notice, QString *detail)
 {
     const QString live = realLibraryPath(dataDir);
@@ -209,7 +219,8 @@ void removeRestoreLeftovers(const QString &dataDir)
     const QDir temp(QDir(dataDir).filePath(QStringLiteral("Temp")));
     if (temp.exists()) {
         const QStringList names =
-            temp.entryList({QStringLiteral("Tmp_new.dat*"), QStringLiteral("Tmp_old.dat*")},
+            temp.entryList({QStringLiteral("Tmp_new.dat*"), QStringLiteral("Tmp_old.dat*"),
+                            QStringLiteral("Tmp_copy.dat*"), QStringLiteral("Tmp_snap.dat*")},
                            QDir::Files | QDir::Hidden | QDir::System);
         for (const QString &name : names)
             ::unlink(native(temp.filePath(name)).constData());

@@ -12,6 +12,11 @@ namespace LibraryFiles {
 QString libraryPath(const QString &dataDir);       // Folivo.db
 QString restoredImagePath(const QString &dataDir); // Temp/Tmp_new.dat
 QString previousImagePath(const QString &dataDir); // Temp/Tmp_old.dat
+// Temp/Tmp_copy.dat: a library file being made from another library (a copy from a server); it is
+// never taken for a restored image, and what a cut-off copy left is removed like a restore's.
+QString copiedImagePath(const QString &dataDir);
+// Temp/Tmp_snap.dat: the library file a backup of a server library is taken from.
+QString snapshotImagePath(const QString &dataDir);
 
 enum class Recovery
 {

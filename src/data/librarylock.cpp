@@ -97,3 +97,28 @@ LibraryLockHold::~LibraryLockHold()
     if (s_holds == 0 && !Database::isOpen())
         LibraryLock::release();
 }
+
+LibraryReadLock::LibraryReadLock(const QString &dataDir)
+{
+    const QString dir = canonicalDir(dataDir);
+    m_fd = ::open(QFile::encodeName(dir).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (m_fd < 0) {
+        m_error = QStringLiteral("%1: %2").arg(dir, QString::fromLocal8Bit(std::strerror(errno)));
+        return;
+    }
+    if (::flock(m_fd, LOCK_SH | LOCK_NB) != 0) {
+        const int error = errno;
+        ::close(m_fd);
+        m_fd = -1;
+        m_error =
+            error == EWOULDBLOCK
+                ? QStringLiteral("the library in %1 is in use by another copy of the program").arg(dir)
+                : QStringLiteral("cannot lock %1: %2").arg(dir, QString::fromLocal8Bit(std::strerror(error)));
+    }
+}
+
+LibraryReadLock::~LibraryReadLock()
+{
+    if (m_fd >= 0)
+        ::close(m_fd);
+}

@@ -35,3 +35,20 @@ private:
     bool m_locked = false;
     QString m_error;
 };
+
+// A shared lock on a data directory whose library is only read (the source of a copy), taken
+// beside whatever the process holds with LibraryLock: the program cannot open that library while
+// it is read, and it is not read while the program has it open.
+class LibraryReadLock final
+{
+public:
+    explicit LibraryReadLock(const QString &dataDir);
+    ~LibraryReadLock();
+    bool locked() const { return m_fd >= 0; }
+    QString error() const { return m_error; }
+
+private:
+    Q_DISABLE_COPY_MOVE(LibraryReadLock)
+    int m_fd = -1;
+    QString m_error;
+};
