@@ -3,6 +3,8 @@
 // prints the ratios. Run by bench/run.sh; never a test.
 //
 //   folivo-bench --library FILE --work DIR [--runs N] [--json FILE]
+//   folivo-bench --table FILE                    (the README's table of a run's figures)
+//   folivo-bench --compare FIRST SECOND          (two runs' ratios, case by case)
 //   folivo-bench --child startup|memory DIR      (the measured child processes)
 
 #include "app/appstate.h"
@@ -41,6 +43,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QHeaderView>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -64,6 +67,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <stdexcept>
@@ -1075,9 +1079,32 @@ struct Bench
         page.resize(800, 600);
         page.show();
         QCoreApplication::processEvents();
-        const double open = timeOnce([&] { page.onActivate(); });
-        if (page.rowCount() != n)
+        // The page opened to its first painted book, against reading the browse order alone.
+        Stmt3 ids(raw.db(), "SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE NOT VYRAZENO ORDER BY PRIRUSTEK");
+        std::vector<int> baseOrder;
+        bool active = false;
+        const auto open = paired(
+            [&] {
+                page.onActivate();
+                page.repaint();
+                active = true;
+            },
+            [&] {
+                ids.reset();
+                baseOrder.clear();
+                while (ids.step())
+                    baseOrder.push_back(ids.integer(0));
+            },
+            runs,
+            [&] {
+                if (active)
+                    page.onDeactivate();
+                active = false;
+            });
+        if (page.rowCount() != n || baseOrder != order)
             die(QStringLiteral("browse order differs"));
+        addCase(timedCase(QStringLiteral("browse page open (%1 books) to the painted page").arg(n), open,
+                          QStringLiteral("the browse order read on the C API, prepared once"), 150, true));
         const QString baseName = QStringLiteral("one indexed SELECT of the row, C API");
         const auto perStep = [&](std::pair<Timing, Timing> t) {
             for (Timing *x : {&t.first, &t.second})
@@ -1113,7 +1140,6 @@ struct Bench
         addCase(timedCase(QStringLiteral("  (info) browse reads, no widgets"), perStep(reads), baseName, 0));
         page.onDeactivate();
         Database::close();
-        std::printf("  (browse page opened with its %d identifiers in %.1f ms)\n", n, open);
     }
 
     static sqlite3 *db(const Raw &raw) { return raw.db(); }
@@ -1815,6 +1841,45 @@ int printFiguresTable(const QString &json)
     return 0;
 }
 
+QJsonObject readFigures(const QString &json)
+{
+    QFile in(json);
+    if (!in.open(QIODevice::ReadOnly))
+        die(QStringLiteral("cannot read %1").arg(json));
+    return QJsonDocument::fromJson(in.readAll()).object();
+}
+
+// Two runs' ratios side by side, case by case, and how far the second is from the first; a case
+// whose ratio moved by more than 15 % is marked. Returns the number of such cases.
+int compareFigures(const QString &first, const QString &second)
+{
+    const QJsonObject a = readFigures(first), b = readFigures(second);
+    QHash<QString, double> before;
+    for (const QJsonValue &v : a.value(QStringLiteral("cases")).toArray())
+        before.insert(v.toObject().value(QStringLiteral("case")).toString(),
+                      v.toObject().value(QStringLiteral("ratio")).toDouble());
+    std::printf("%-66s %8s %8s %8s\n", "case", "ratio 1", "ratio 2", "change");
+    int swung = 0;
+    for (const QJsonValue &v : b.value(QStringLiteral("cases")).toArray()) {
+        const QString name = v.toObject().value(QStringLiteral("case")).toString();
+        const double r2 = v.toObject().value(QStringLiteral("ratio")).toDouble();
+        if (!before.contains(name)) {
+            std::printf("%-66s %8s %8.2f\n", qPrintable(name), "-", r2);
+            continue;
+        }
+        const double r1 = before.value(name);
+        const double change = r1 > 0 ? (r2 - r1) / r1 * 100 : 0;
+        const bool over = std::abs(change) > 15;
+        swung += over ? 1 : 0;
+        std::printf("%-66s %8.2f %8.2f %+7.1f %%%s\n", qPrintable(name), r1, r2, change,
+                    over ? "  > 15 %" : "");
+    }
+    std::printf("\nloads (start / end): %s, then %s\n",
+                qPrintable(a.value(QStringLiteral("load")).toString()),
+                qPrintable(b.value(QStringLiteral("load")).toString()));
+    return swung;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -1824,6 +1889,8 @@ int main(int argc, char **argv)
         return child(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]));
     if (argc == 3 && qstrcmp(argv[1], "--table") == 0)
         return printFiguresTable(QString::fromLocal8Bit(argv[2]));
+    if (argc == 4 && qstrcmp(argv[1], "--compare") == 0)
+        return compareFigures(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3])) == 0 ? 0 : 1;
 
     QApplication app(argc, argv);
     installUnattendedMessages();
@@ -1845,7 +1912,7 @@ int main(int argc, char **argv)
         else if (a == QLatin1String("--only"))
             only = next.split(QLatin1Char(',')), ++i;
         else if (a == QLatin1String("--json"))
-            json = next, ++i;
+            json = QFileInfo(next).absoluteFilePath(), ++i; // the program's start-up changes directory
         else
             die(QStringLiteral("unknown argument %1").arg(a));
     }

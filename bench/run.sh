@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds Folivo in Release mode (build-release/), makes the demo library once (bench/cache/),
-# runs every benchmark and prints the table; the figures also go to bench/results/latest.json.
-#   bench/run.sh [--runs N]
+# runs every benchmark and prints the table; the figures also go to bench/results/latest.json (the
+# figures of the run before to previous.json, and both runs' ratios are compared).
+#   bench/run.sh [--runs N] [--only GROUPS]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 runs=5
@@ -33,6 +34,10 @@ if [[ ! -f "$cache/Folivo.db" ]]; then
 fi
 
 mkdir -p bench/results
+# The figures of the run before stay beside the new ones, for comparing two runs in a row.
+if [[ ${#only[@]} -eq 0 && -f bench/results/latest.json ]]; then
+    cp bench/results/latest.json bench/results/previous.json
+fi
 work="$(mktemp -d "${TMPDIR:-/tmp}/folivo-bench.XXXXXX")"
 trap 'rm -rf "$work"' EXIT
 status=0
@@ -50,5 +55,10 @@ if [[ ${#only[@]} -eq 0 && -f bench/results/latest.json ]]; then
         /<!-- \/bench-table -->/ { skip = 0 }
         !skip { print }' README.md >"$readme" && cp "$readme" README.md
     rm -f "$table" "$readme"
+    if [[ -f bench/results/previous.json ]]; then
+        echo
+        echo "ratios of the run before and of this one:"
+        "$build/bench/folivo-bench" --compare bench/results/previous.json bench/results/latest.json || true
+    fi
 fi
 exit "$status"

@@ -2,9 +2,12 @@
 
 #include "data/labels.h"
 
+#include <QHash>
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
+
+#include <cstring>
 
 PrintedTable loanProtocolDocument(const LoanProtocol &protocol, const QDate &printedOn)
 {
@@ -60,8 +63,20 @@ PrintedTable reportDocument(const QString &title, const QList<ReportRow> &rows, 
                    {QStringLiteral("Kategorie"), 165, false},
                    {QStringLiteral("Cena"), 64, true}};
     doc.rows.reserve(rows.size());
-    for (const ReportRow &row : rows)
-        doc.rows.append({row.code, row.title, row.author, row.category, reportPriceText(row.price)});
+    // Prices repeat down a catalogue: their rows share one text per price (told apart by the
+    // float's bits), up to a few thousand different prices.
+    QHash<quint32, QString> prices;
+    for (const ReportRow &row : rows) {
+        quint32 bits = 0;
+        std::memcpy(&bits, &row.price, sizeof bits);
+        QString price = prices.value(bits);
+        if (price.isNull()) {
+            price = reportPriceText(row.price);
+            if (prices.size() < 4096)
+                prices.insert(bits, price);
+        }
+        doc.rows.append({row.code, row.title, row.author, row.category, price});
+    }
     doc.closingLines = {summary};
     doc.printedOn = printedOn;
     return doc;

@@ -111,9 +111,7 @@ namespace {
 class CategoryNames final
 {
 public:
-    CategoryNames()
-        : m_pooled(jetToSqlite(QString::asprintf(Stmt::KategorieById, 0))), m_query(m_pooled.query()),
-          m_name(m_query.column("NAZEV"))
+    CategoryNames() : m_pooled(statement()), m_query(m_pooled.query()), m_name(m_query.column("NAZEV"))
     {
         if (m_name < 0)
             throw DbError(QStringLiteral("KATEGORIE has no NAZEV"));
@@ -138,11 +136,36 @@ public:
     }
 
 private:
+    // Translated once: a short report spends more on translating statements than on its rows.
+    static const QString &statement()
+    {
+        thread_local const QString sql = jetToSqlite(QString::asprintf(Stmt::KategorieById, 0));
+        return sql;
+    }
+
     PooledQuery m_pooled;
     DirectQuery &m_query;
     int m_name = -1;
     QHash<qint32, QString> m_names;
 };
+
+// The report statement narrowed to the six columns a report reads, in the engine's dialect. The
+// last few translations are kept: the same report is often run again and again.
+QString reportStatement(const QString &jetSql)
+{
+    thread_local QHash<QString, QString> translated;
+    const auto it = translated.constFind(jetSql);
+    if (it != translated.constEnd())
+        return *it;
+    const QString sql = jetToSqlite(selectOnly(
+        jetSql, QStringLiteral("KNIHY"),
+        {QStringLiteral("ID_KNIHY_KNIHY"), QStringLiteral("ID_KATEGORIE_KNIHY"), QStringLiteral("KOD"),
+         QStringLiteral("NAZEV"), QStringLiteral("AUTOR"), QStringLiteral("CENA")}));
+    if (translated.size() >= 32)
+        translated.clear();
+    translated.insert(jetSql, sql);
+    return sql;
+}
 
 } // namespace
 
@@ -154,10 +177,7 @@ ReportResult runReport(const QString &jetSql)
     try {
         // Stepped on the engine directly: a report of the whole catalogue reads 100,000 rows, and
         // only six of their columns.
-        PooledQuery pooled(jetToSqlite(selectOnly(
-            jetSql, QStringLiteral("KNIHY"),
-            {QStringLiteral("ID_KNIHY_KNIHY"), QStringLiteral("ID_KATEGORIE_KNIHY"), QStringLiteral("KOD"),
-             QStringLiteral("NAZEV"), QStringLiteral("AUTOR"), QStringLiteral("CENA")})));
+        PooledQuery pooled(reportStatement(jetSql));
         DirectQuery &books = pooled.query();
         const int iId = books.column("ID_KNIHY_KNIHY");
         const int iCategory = books.column("ID_KATEGORIE_KNIHY");

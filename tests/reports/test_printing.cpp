@@ -192,6 +192,18 @@ void TestPrinting::reportPdf()
                 .isEmpty());
     QVERIFY(!first.contains(QStringLiteral("Nalezeno")));
 
+    // Rows of the same price share its text; a price shown as -0.00 stays apart from 0.00.
+    QList<ReportRow> priced = rows.mid(0, 5);
+    const float prices[] = {12.5f, 0.0f, 12.5f, -0.001f, 0.0f};
+    for (int i = 0; i < 5; ++i)
+        priced[i].price = prices[i];
+    QStringList priceTexts;
+    for (const QStringList &row : reportDocument(QString(), priced, QString(), today()).rows)
+        priceTexts << row.at(4);
+    QCOMPARE(priceTexts,
+             (QStringList{QStringLiteral("12.50"), QStringLiteral("0.00"), QStringLiteral("12.50"),
+                          QStringLiteral("-0.00"), QStringLiteral("0.00")}));
+
     // An empty report still prints its title, headers and the empty-result line.
     written = writePdf(
         reportDocument(QStringLiteral("Knihy vyřazené"), {}, QString::fromUtf8(ReportEmptyText), today()),
