@@ -309,9 +309,9 @@ void CMainFrame::updateCommandStates()
     }
 }
 
-void CMainFrame::setViewFactory(int target, std::function<CFrameView *(QWidget *)> factory)
+void CMainFrame::setViewFactory(int target, const std::function<CFrameView *(QWidget *)> &factory)
 {
-    m_viewFactories.insert(target, std::move(factory));
+    m_viewFactories.insert(target, factory);
 }
 
 CFrameView *CMainFrame::view(int target) const

@@ -38,7 +38,7 @@ public:
     void updateCommandStates();
 
     // Views: each target has a factory; the frame creates the view the first time it is shown.
-    void setViewFactory(int target, std::function<CFrameView *(QWidget *parent)> factory);
+    void setViewFactory(int target, const std::function<CFrameView *(QWidget *parent)> &factory);
     // Shows the requested view (wait cursor, maximise rule of the report view, hand-over of the
     // request). Returns false when the view refused.
     bool switchView(const ViewSwitchRequest &request);

@@ -24,7 +24,8 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
     QStringList keywords() const { return m_words; }
-    void addKeyword(const QString &word); // takes its place in the order
+    void addKeyword(const QString &word);  // takes its place in the order
+    using QAbstractTableModel::removeRows; // the model's own, by position and count, stays callable
     void removeRows(QList<int> rows);
     // Empties the list and fills it from a stored keyword string (~a~~b~).
     void fillFromStored(const QString &stored);

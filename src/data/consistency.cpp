@@ -640,6 +640,7 @@ void checkTable(sqlite3 *db, Table table, Facts &facts, QStringList *problems)
     sql += QStringLiteral(" FROM %1 %2").arg(QLatin1String(t.name), QLatin1String(t.alias));
 
     std::vector<Finding> rowFindings;
+    rowFindings.reserve(rows.size());
     for (const RowRule *r : rows)
         rowFindings.emplace_back(r->name, table, r->message);
     std::vector<Finding> &crossFindings = facts.crossFindings;

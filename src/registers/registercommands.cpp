@@ -270,7 +270,7 @@ void installRegisterCommands(CMainFrame &frame)
     for (const auto &[command, run] : commands) {
         frame.setHandler(
             command,
-            [f, run] {
+            [f, run = run] {
                 if (f->activeTarget() == ViewSwitchRequest::EntryView)
                     run(qobject_cast<CViewZadavani *>(f->activeView()));
             },

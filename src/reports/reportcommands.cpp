@@ -46,7 +46,7 @@ void installReportCommands(CMainFrame &frame)
                                          {Cmd::ReportPresentAndLent, ReportKind::PresentAndLent},
                                          {Cmd::ReportDiscarded, ReportKind::Discarded}};
     for (const auto &[command, kind] : fixed)
-        frame.setHandler(command, [f, kind] { requestReport(*f, fixedReport(kind)); });
+        frame.setHandler(command, [f, kind = kind] { requestReport(*f, fixedReport(kind)); });
 
     frame.setHandler(Cmd::ReportCategory, [f] {
         if (const auto c = askReportCategory(f))

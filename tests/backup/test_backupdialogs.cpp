@@ -257,7 +257,6 @@ void TestBackupDialogs::importCommandRestoresAndTellsTheViews()
     const QString bogus = QDir(m_lib->dir()).filePath(QStringLiteral("Export/jine.fzl"));
     QVERIFY(writeFile(bogus, pattern(1000)));
     const BackupFileChooser previous =
-        // NOLINTNEXTLINE(performance-no-automatic-move): a captured name is copied; nothing could move
         setBackupFileChooser([&](QWidget *, const QString &) { return bogus; });
     {
         DialogWatcher watcher;

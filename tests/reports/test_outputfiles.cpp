@@ -186,8 +186,8 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
     const QMap<QString, QByteArray> before = snapshot(dir);
 
     // A disk that fills up: the page (about 500 KiB) and the PDF (some 60 pages) outgrow 64 KiB.
-    QVERIFY(!onFullDisk(64 * 1024, [] { return html(QStringLiteral("Export/old.html"), 2000); }));
-    QVERIFY(!onFullDisk(64 * 1024, [] { return pdf(QStringLiteral("Export/old.pdf"), 2000); }));
+    QVERIFY(!onFullDisk(rlim_t(64) * 1024, [] { return html(QStringLiteral("Export/old.html"), 2000); }));
+    QVERIFY(!onFullDisk(rlim_t(64) * 1024, [] { return pdf(QStringLiteral("Export/old.pdf"), 2000); }));
     QCOMPARE(snapshot(dir), before);
 
     // A folder the user may not write into.

@@ -24,7 +24,7 @@ void poll(const std::function<void(QDialog *)> &act, const QMetaObject *type, in
 
 } // namespace
 
-void onNextModal(std::function<void(QDialog *)> act, const QMetaObject *type)
+void onNextModal(const std::function<void(QDialog *)> &act, const QMetaObject *type)
 {
     poll(act, type, 500);
 }

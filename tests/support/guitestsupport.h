@@ -10,7 +10,7 @@ class QTableView;
 
 // Runs act on the next modal dialog once it is shown (one of class `type` when given), then
 // rejects the dialog if act left it open. Gives up after about five seconds without one.
-void onNextModal(std::function<void(QDialog *)> act, const QMetaObject *type = nullptr);
+void onNextModal(const std::function<void(QDialog *)> &act, const QMetaObject *type = nullptr);
 
 template <typename D> void onNextModal(std::function<void(D *)> act)
 {
