@@ -25,6 +25,10 @@ qint32 lendBooks(qint32 clientId, DateNumber loanDate, const QList<LoanBook> &bo
         const LoanBook &b = books.at(i);
         CSetKnihy book;
         openExisting(book, QString::asprintf(Stmt::KnihyById, b.bookId), "book");
+        // Read again inside the transaction: on a server another desk may have lent or discarded
+        // the book since the page looked it up.
+        if (book.m_VYPUJCENO || book.m_VYRAZENO)
+            throw DbError(QStringLiteral("book %1 was lent or discarded meanwhile").arg(b.bookId));
         CSetVypujcky row;
         row.addNew();
         row.m_ID_VYPUJCKY_VYPUJCKY = loan;
@@ -59,6 +63,8 @@ qint32 returnBooks(DateNumber returnDate, const QList<ReturnBook> &books, const 
         {
             CSetVypujcky loan;
             openExisting(loan, QString::asprintf(Stmt::VypujckyRow, b.loanNumber, b.bookId), "loan");
+            if (loan.m_VRACENO)
+                throw DbError(QStringLiteral("book %1 was returned meanwhile").arg(b.bookId));
             loan.edit();
             loan.m_VRACENO = true;
             loan.m_DATUM_VRACENI = returnDate;

@@ -432,6 +432,14 @@ Transaction::Transaction()
     if (!db.transaction())
         throw DbError(errorText(db.lastError()));
     m_open = true;
+    if (s_engine == Database::Engine::PostgreSQL) {
+        // Every write of every desk takes the counters' row first, so the writes of all desks run
+        // one after another: what a write reads after this is what the last one left, and no
+        // counter is handed out twice.
+        QSqlQuery q(db);
+        if (!q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")))
+            throw DbError(errorText(q.lastError()), q.lastQuery());
+    }
 }
 
 Transaction::~Transaction()

@@ -87,7 +87,8 @@ public:
 };
 
 // One transaction on the open database. Rolls back when it goes out of scope uncommitted, so an
-// exception anywhere inside leaves nothing half-written.
+// exception anywhere inside leaves nothing half-written. On a server it first locks the IDS row,
+// so that the writes of all desks run one at a time.
 class Transaction final
 {
 public:

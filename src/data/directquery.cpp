@@ -13,6 +13,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 namespace {
 
 // Every statement alive, so that closing the database can finalize them.
@@ -45,10 +47,28 @@ DirectQuery::DirectQuery(const QString &sql)
         QSqlDatabase db = Database::connection();
         if (!db.isOpen())
             throw DbError(QStringLiteral("the database is not open"));
-        m_serverSql = sqliteToPostgres(sql);
+        // The server must know the type of every parameter from the text: one the text leaves
+        // out (?2 without ?1) is dropped, and the others are numbered without a gap.
+        const QString translated = sqliteToPostgres(sql);
         static const QRegularExpression parameter(QStringLiteral("\\$(\\d+)"));
-        for (auto m = parameter.globalMatch(m_serverSql); m.hasNext();)
-            m_serverParameters = std::max(m_serverParameters, m.next().captured(1).toInt());
+        QList<int> used;
+        for (auto m = parameter.globalMatch(translated); m.hasNext();) {
+            const int n = m.next().captured(1).toInt();
+            if (!used.contains(n))
+                used << n;
+        }
+        std::sort(used.begin(), used.end());
+        for (int i = 0; i < used.size(); ++i)
+            m_serverPosition.insert(used.at(i), i);
+        m_serverParameters = int(used.size());
+        qsizetype at = 0;
+        for (auto m = parameter.globalMatch(translated); m.hasNext();) {
+            const QRegularExpressionMatch found = m.next();
+            m_serverSql += QStringView(translated).mid(at, found.capturedStart() - at);
+            m_serverSql += QStringLiteral("$%1").arg(m_serverPosition.value(found.captured(1).toInt()) + 1);
+            at = found.capturedEnd();
+        }
+        m_serverSql += QStringView(translated).mid(at);
         m_server = std::make_unique<QSqlQuery>(db);
         // Not forward-only: the driver would stream the rows, and a second statement run meanwhile
         // (a lookup for each row of a report) would cut the first one off.
@@ -182,7 +202,8 @@ void DirectQuery::bindValue(int position, const QVariant &value)
             m_server->finish();
             m_executed = false;
         }
-        m_server->bindValue(position - 1, null ? QVariant() : value);
+        if (m_serverPosition.contains(position))
+            m_server->bindValue(m_serverPosition.value(position), null ? QVariant() : value);
         return;
     }
     int rc = SQLITE_OK;

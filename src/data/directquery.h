@@ -6,6 +6,7 @@
 #error "a file of folivo_ui reads the database: call a core function instead"
 #endif
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -69,6 +70,7 @@ private:
     std::unique_ptr<QSqlQuery> m_server; // the statement on a server, instead of m_stmt
     QString m_serverSql;
     int m_serverParameters = 0;
+    QHash<int, int> m_serverPosition; // a parameter's number in the text, 1-based -> its place, 0-based
     mutable bool m_executed = false;
     mutable std::unique_ptr<QSqlRecord> m_serverColumns;
 };

@@ -2,6 +2,12 @@
 #include "data/database.h"
 #include "support/testsupport.h"
 
+#include "data/serveraddress.h"
+
+#include <QSemaphore>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QThread>
 #include <QtTest>
 
 // The writes of lending, returning, discarding and restoring, without a window.
@@ -17,6 +23,7 @@ private Q_SLOTS:
     void returnUnderOneNumber();
     void returnFailureWritesNothing();
     void discardAndRestore();
+    void twoDesksLendOneBook();
 };
 
 namespace {
@@ -204,6 +211,66 @@ void TestCirculationCore::discardAndRestore()
              1);
     QVERIFY_THROWS_EXCEPTION(DbError, restoreBook(12345, poetry));
     QCOMPARE(lib.count(idsRow), counters);
+}
+
+// Two desks lend the same book at the same moment: the second desk's write waits for the first
+// one's, reads the book again and lends nothing; the counters go up once.
+void TestCirculationCore::twoDesksLendOneBook()
+{
+    if (!TestLibrary::onServer())
+        QSKIP("one program has the library file to itself");
+    TestLibrary lib;
+    const qint32 jan = lib.addClient(QStringLiteral("K1"));
+    const qint32 eva = lib.addClient(QStringLiteral("K2"));
+    const qint32 book = lib.addBook(QStringLiteral("A1"));
+    const qint32 firstLoan = lib.ids("ID_VYPUJCKY_FIRSTFREE");
+
+    // The other desk: its own connection in a thread of its own, lending the book to Eva the way
+    // lendBooks does, holding its transaction open until this desk's write waits for it.
+    QSemaphore holding;
+    QString otherError;
+    QThread *other = QThread::create([&] {
+        const QString name = QStringLiteral("other-desk");
+        {
+            QSqlDatabase db = ServerAddress::parse(lib.location())->addConnection(name);
+            QSqlQuery q(db);
+            const bool ok =
+                db.open() && db.transaction() && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) &&
+                q.exec(QStringLiteral("UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = ID_VYPUJCKY_FIRSTFREE + 1")) &&
+                q.exec(QStringLiteral("INSERT INTO VYPUJCKY VALUES (%1, %2, %3, 0, 20260315, 0, -1, -1)")
+                           .arg(firstLoan)
+                           .arg(eva)
+                           .arg(book)) &&
+                q.exec(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = %1, "
+                                      "ID_VYPUJCKY_KNIHY = %2 WHERE ID_KNIHY_KNIHY = %3")
+                           .arg(eva)
+                           .arg(firstLoan)
+                           .arg(book));
+            if (!ok)
+                otherError = q.lastError().text() + db.lastError().text();
+            holding.release();
+            QThread::msleep(300); // this desk's lendBooks is waiting for the IDS row meanwhile
+            if (ok)
+                db.commit();
+            db.close();
+        }
+        QSqlDatabase::removeDatabase(name);
+    });
+    other->start();
+    holding.acquire();
+    QVERIFY_THROWS_EXCEPTION(DbError, lendBooks(jan, 20260315, {{book, NoDate}}));
+    other->wait();
+    delete other;
+    QVERIFY2(otherError.isEmpty(), qPrintable(otherError));
+
+    QCOMPARE(
+        lib.count(QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(book)), 1);
+    QCOMPARE(lib.count(QStringLiteral("SELECT ID_LIDE_KNIHY FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(book)),
+             eva);
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), firstLoan + 1);
+    // The next loan takes the next number.
+    const qint32 other2 = lib.addBook(QStringLiteral("A2"));
+    QCOMPARE(lendBooks(jan, 20260315, {{other2, NoDate}}), firstLoan + 1);
 }
 
 QTEST_GUILESS_MAIN(TestCirculationCore)

@@ -279,8 +279,8 @@ void TestServer::openOnServer()
         const char *found;
     };
     const Fault faults[] = {
-        {"ALTER TABLE KNIHY RENAME COLUMN ANOTACE TO POPIS", "ALTER TABLE KNIHY RENAME COLUMN POPIS TO ANOTACE",
-         "chybí sloupec KNIHY.ANOTACE"},
+        {"ALTER TABLE KNIHY RENAME COLUMN ANOTACE TO POPIS",
+         "ALTER TABLE KNIHY RENAME COLUMN POPIS TO ANOTACE", "chybí sloupec KNIHY.ANOTACE"},
         {"ALTER TABLE LIDE ALTER COLUMN KOD TYPE VARCHAR(20)", "ALTER TABLE LIDE ALTER COLUMN KOD TYPE TEXT",
          "sloupec LIDE.KOD je 2. character varying"},
         {"DROP INDEX KNIHY_KOD", "CREATE INDEX KNIHY_KOD ON KNIHY (lower(KOD))", "chybí index KNIHY_KOD"},
@@ -337,12 +337,25 @@ void TestServer::initAndOpenFromTheCommandLine()
                                 QStringLiteral("--database"), url,
                                 QStringLiteral("--html"),     html};
     // This process holds the desk's data directory: the command is refused.
+    const QStringList check = {QStringLiteral("check"), QStringLiteral("--data-dir"), desk.path(),
+                               QStringLiteral("--database"), url};
     {
         LibraryLockHold hold(QDir(desk.path()).absolutePath());
         QVERIFY(hold.locked());
         QCOMPARE(runCli(report, &out), 1);
         QVERIFY2(out.contains(QStringLiteral("cannot open")), qPrintable(out));
+        QCOMPARE(runCli(check, &out), 3);
     }
+    // check on a server: the tables and the counters; it says what it leaves out.
+    QCOMPARE(runCli(check, &out), 0);
+    QVERIFY2(out.contains(QStringLiteral("integrity check is the library file's own and is skipped")),
+             qPrintable(out));
+    {
+        OtherDesk tool(url);
+        QVERIFY(tool.run(QStringLiteral("UPDATE IDS SET PRIRUSTEK_MAX = -5")));
+    }
+    QCOMPARE(runCli(check, &out), 1);
+    QVERIFY2(out.contains(QStringLiteral("počítadlo PRIRUSTEK_MAX")), qPrintable(out));
 }
 
 // One decision of where the library is: the command line, else the configured server, else the
