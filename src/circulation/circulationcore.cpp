@@ -100,11 +100,13 @@ qint32 returnBooks(DateNumber returnDate, const QList<ReturnBook> &books, const 
 
 bool discardBook(qint32 bookId, DateNumber discardDate)
 {
+    // Read inside the transaction: on a server another desk may have lent or discarded the book
+    // since the page looked it up.
+    Transaction tx;
     CSetKnihy book;
     book.open(QString::asprintf(Stmt::KnihyById, bookId));
-    if (book.isEOF())
+    if (book.isEOF() || book.m_VYPUJCENO || book.m_VYRAZENO)
         return false;
-    Transaction tx;
     book.edit();
     book.m_VYRAZENO = true;
     book.m_DATUM_VYRAZENI = discardDate;

@@ -46,7 +46,8 @@ qint32 lendBooks(qint32 clientId, DateNumber loanDate, const QList<LoanBook> &bo
 qint32 returnBooks(DateNumber returnDate, const QList<ReturnBook> &books, const BookWritten &written = {});
 
 // Marks one book as discarded on the date, in a transaction of its own. Returns false (and
-// writes nothing) when the book is no longer in KNIHY.
+// writes nothing) when the book is no longer in KNIHY, or is lent or discarded by now (another
+// desk of a server library got there first).
 bool discardBook(qint32 bookId, DateNumber discardDate);
 
 // Puts a discarded book back into the stock under the category: clears VYRAZENO and

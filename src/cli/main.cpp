@@ -14,6 +14,7 @@ int cmdProtocol(const QStringList &args);
 int cmdReminders(const QStringList &args);
 int cmdStatistics(const QStringList &args);
 int cmdCopy(const QStringList &args);
+int cmdDeskSim(const QStringList &args);
 QCoreApplication *createCliApplication(int &argc, char **argv);
 
 namespace {
@@ -56,6 +57,8 @@ int main(int argc, char **argv)
     if (args.isEmpty())
         return usage();
     const QString name = args.takeFirst();
+    if (name == QLatin1String("desk-sim")) // for the tests of several desks; not in the usage
+        return cmdDeskSim(args);
     for (const CliCommandEntry &c : Commands)
         if (name == QLatin1String(c.name))
             return c.run(args);

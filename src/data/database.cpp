@@ -107,7 +107,16 @@ Database::OpenResult openOnServer(const QString &location, const QString &dataDi
             *why = QStringLiteral("table %1 is missing").arg(t);
             return R::MissingTables;
         }
-    if (const QStringList problems = startupProblems(db); !problems.isEmpty()) {
+    // Other desks write while this one opens: the counters and the keys they must stay ahead of
+    // are read in one snapshot, or a loan committed between the two reads would look like a
+    // broken counter.
+    if (!q.exec(QStringLiteral("START TRANSACTION ISOLATION LEVEL REPEATABLE READ, READ ONLY"))) {
+        *why = errorText(q.lastError());
+        return R::Failed;
+    }
+    const QStringList problems = startupProblems(db);
+    q.exec(QStringLiteral("COMMIT"));
+    if (!problems.isEmpty()) {
         *why = problems.join(QLatin1String("; "));
         return R::MissingTables;
     }

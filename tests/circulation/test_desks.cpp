@@ -1,0 +1,181 @@
+// Four desks at once on one server library: folivo-cli desk-sim processes lend, return, discard
+// and restore the same 200 books for 50 clients. Afterwards the library passes the whole check,
+// every operation a desk saw succeed is in the tables as it wrote it, and the counters handed out
+// every number once, with no gap a refused write left.
+#include "data/serveraddress.h"
+#include "support/testpostgres.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QSet>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+int runCli(const QStringList &args, QString *err = nullptr)
+{
+    QProcess p;
+    p.start(QStringLiteral(FOLIVO_CLI), args);
+    if (!p.waitForFinished(300000) || p.exitStatus() != QProcess::NormalExit)
+        return -1;
+    if (err)
+        *err = QString::fromUtf8(p.readAllStandardError());
+    return p.exitCode();
+}
+
+// The rows of one number, as "client:book" texts in book order.
+QStringList rowsOf(QSqlDatabase db, const QString &sql, int number)
+{
+    QSqlQuery q(db);
+    q.prepare(sql);
+    q.addBindValue(number);
+    QStringList rows;
+    if (q.exec()) {
+        while (q.next())
+            rows << q.value(0).toString();
+    }
+    rows.sort();
+    return rows;
+}
+
+qint64 scalar(QSqlDatabase db, const QString &sql)
+{
+    QSqlQuery q(db);
+    return q.exec(sql) && q.next() ? q.value(0).toLongLong() : -1;
+}
+
+} // namespace
+
+class TestDesks : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fourDesksAtOnce();
+};
+
+void TestDesks::fourDesksAtOnce()
+{
+    QString why;
+    if (!TestPostgres::available(&why))
+        QSKIP(qPrintable(why));
+    const QString url = TestPostgres::createDatabase(QStringLiteral("desks"));
+    QVERIFY(!url.isEmpty());
+    QTemporaryDir root;
+    const QString setup = root.filePath(QStringLiteral("setup"));
+    QVERIFY(QDir().mkpath(setup));
+    QString err;
+    QVERIFY2(runCli({QStringLiteral("init"), QStringLiteral("--database"), url, QStringLiteral("--data-dir"),
+                     setup},
+                    &err) == 0,
+             qPrintable(err));
+    QVERIFY2(runCli({QStringLiteral("demo"), QStringLiteral("--database"), url, QStringLiteral("--data-dir"),
+                     setup, QStringLiteral("--books"), QStringLiteral("200"), QStringLiteral("--clients"),
+                     QStringLiteral("50"), QStringLiteral("--seed"), QStringLiteral("3")},
+                    &err) == 0,
+             qPrintable(err));
+
+    const QString connection = QStringLiteral("desks-test");
+    {
+        QSqlDatabase db = ServerAddress::parse(url)->addConnection(connection);
+        QVERIFY2(db.open(), qPrintable(db.lastError().text()));
+        const qint64 firstLoan = scalar(db, QStringLiteral("SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS"));
+        const qint64 firstReturn = scalar(db, QStringLiteral("SELECT ID_VRACENI_FIRSTFREE FROM IDS"));
+        QVERIFY(firstLoan > 0 && firstReturn > 0);
+
+        std::vector<std::unique_ptr<QProcess>> desks;
+        for (int i = 0; i < 4; ++i) {
+            const QString dir = root.filePath(QStringLiteral("pult%1").arg(i));
+            QVERIFY(QDir().mkpath(dir));
+            auto p = std::make_unique<QProcess>();
+            p->start(QStringLiteral(FOLIVO_CLI),
+                     {QStringLiteral("desk-sim"), QStringLiteral("--database"), url,
+                      QStringLiteral("--data-dir"), dir, QStringLiteral("--seed"), QString::number(11 + i),
+                      QStringLiteral("--ops"), QStringLiteral("500")});
+            desks.push_back(std::move(p));
+        }
+        QStringList lines;
+        for (auto &p : desks) {
+            QVERIFY(p->waitForFinished(300000));
+            QCOMPARE(p->exitStatus(), QProcess::NormalExit);
+            QVERIFY2(p->exitCode() == 0, p->readAllStandardError().constData());
+            lines +=
+                QString::fromUtf8(p->readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        }
+
+        // Every loan and return a desk saw succeed is in the tables as it wrote it.
+        QSet<qint64> loans;
+        QSet<qint64> returns;
+        int refused = 0;
+        for (const QString &line : std::as_const(lines)) {
+            const QStringList w = line.split(QLatin1Char(' '));
+            if (w.at(0) == QLatin1String("loan")) {
+                QVERIFY2(!loans.contains(w.at(1).toLongLong()), qPrintable(line)); // never handed out twice
+                loans.insert(w.at(1).toLongLong());
+                QStringList want;
+                for (const QString &book : w.mid(3))
+                    want << w.at(2) + QLatin1Char(':') + book;
+                want.sort();
+                QCOMPARE(
+                    rowsOf(db,
+                           QStringLiteral("SELECT ID_LIDE_VYPUJCKY || ':' || ID_KNIHY_VYPUJCKY FROM VYPUJCKY "
+                                          "WHERE ID_VYPUJCKY_VYPUJCKY = ?"),
+                           w.at(1).toInt()),
+                    want);
+            } else if (w.at(0) == QLatin1String("return")) {
+                QVERIFY2(!returns.contains(w.at(1).toLongLong()), qPrintable(line));
+                returns.insert(w.at(1).toLongLong());
+                QCOMPARE(
+                    rowsOf(db,
+                           QStringLiteral(
+                               "SELECT ID_KNIHY_VRACENI::text FROM VRACENI WHERE ID_VRACENI_VRACENI = ?"),
+                           w.at(1).toInt()),
+                    QStringList{w.at(2)});
+            } else {
+                refused += w.at(0) == QLatin1String("refused") ? 1 : 0;
+            }
+        }
+        QVERIFY(loans.size() > 200 && returns.size() > 100);
+        qInfo("%d operations, %d refused because another desk got there first", int(lines.size()), refused);
+
+        // The counters moved by exactly the numbers the successful writes used: a refused write
+        // left no number and no row behind.
+        const qint64 lastLoan = scalar(db, QStringLiteral("SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS"));
+        const qint64 lastReturn = scalar(db, QStringLiteral("SELECT ID_VRACENI_FIRSTFREE FROM IDS"));
+        QCOMPARE(lastLoan - firstLoan, qint64(loans.size()));
+        QCOMPARE(lastReturn - firstReturn, qint64(returns.size()));
+        for (qint64 n = firstLoan; n < lastLoan; ++n)
+            QVERIFY2(loans.contains(n), qPrintable(QStringLiteral("loan number %1 unused").arg(n)));
+        QCOMPARE(scalar(db, QStringLiteral("SELECT COUNT(DISTINCT ID_VYPUJCKY_VYPUJCKY) FROM VYPUJCKY WHERE "
+                                           "ID_VYPUJCKY_VYPUJCKY >= %1")
+                                .arg(firstLoan)),
+                 qint64(loans.size()));
+        QCOMPARE(scalar(db, QStringLiteral("SELECT COUNT(DISTINCT ID_VRACENI_VRACENI) FROM VRACENI WHERE "
+                                           "ID_VRACENI_VRACENI >= %1")
+                                .arg(firstReturn)),
+                 qint64(returns.size()));
+        // No book is lent twice.
+        QCOMPARE(scalar(db, QStringLiteral(
+                                "SELECT COUNT(*) FROM (SELECT ID_KNIHY_VYPUJCKY FROM VYPUJCKY WHERE "
+                                "VRACENO = 0 GROUP BY ID_KNIHY_VYPUJCKY HAVING COUNT(*) > 1) AS twice")),
+                 qint64(0));
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(connection);
+
+    // The whole check, record rules included: a copy into a data directory runs it before the
+    // copy is installed.
+    QVERIFY2(runCli({QStringLiteral("copy"), QStringLiteral("--from"), url, QStringLiteral("--to"),
+                     root.filePath(QStringLiteral("kontrola"))},
+                    &err) == 0,
+             qPrintable(err));
+}
+
+QTEST_GUILESS_MAIN(TestDesks)
+#include "test_desks.moc"
