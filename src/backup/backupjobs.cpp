@@ -152,6 +152,19 @@ void discard(QSaveFile &image)
     image.commit();
 }
 
+// The end of every restore: the library opened again (which runs the start-up check on the new
+// data) and the librarian told.
+BackupOutcome reopenRestored(const QString &dataDir, const QString &location)
+{
+    if (!reopen(dataDir, location)) {
+        showMessage(Message::FatalError);
+        return BackupOutcome::Fatal;
+    }
+    RvMessageBox(QString(), QString::fromUtf8("Data byly úspěšně obnoveny ze zálohy!"),
+                 MessageKind::Information, ButtonsOk);
+    return BackupOutcome::Succeeded;
+}
+
 // Puts the rows of the verified image in place of the server library's, in one transaction, while
 // no other desk is connected (message 2 otherwise, and nothing changes). The desk then connects
 // again, so that nothing read before the restore is kept.
@@ -191,13 +204,7 @@ BackupOutcome replaceServerTables(const QString &dataDir, const QString &locatio
         return BackupOutcome::Failed;
     }
     Database::close();
-    if (!reopen(dataDir, location)) {
-        showMessage(Message::FatalError);
-        return BackupOutcome::Fatal;
-    }
-    RvMessageBox(QString(), QString::fromUtf8("Data byly úspěšně obnoveny ze zálohy!"),
-                 MessageKind::Information, ButtonsOk);
-    return BackupOutcome::Succeeded;
+    return reopenRestored(dataDir, location);
 }
 
 // Puts the verified image in place of the library. The directory stays locked throughout, so no
@@ -218,14 +225,8 @@ BackupOutcome swapDatabase(const QString &dataDir, const QString &image)
         showMessage(Message::FatalError);
         return BackupOutcome::Fatal;
     }
-    // The reopen runs the start-up check on the new library and clears Temp/.
-    if (!reopen(dataDir, location)) {
-        showMessage(Message::FatalError);
-        return BackupOutcome::Fatal;
-    }
-    RvMessageBox(QString(), QString::fromUtf8("Data byly úspěšně obnoveny ze zálohy!"),
-                 MessageKind::Information, ButtonsOk);
-    return BackupOutcome::Succeeded;
+    // The reopen also clears Temp/.
+    return reopenRestored(dataDir, location);
 }
 
 } // namespace
