@@ -315,31 +315,35 @@ QByteArrayView DirectQuery::utf8(int column) const
     return t ? QByteArrayView(t, sqlite3_column_bytes(m_stmt, column)) : QByteArrayView();
 }
 
+QVariant neutralValue(const QVariant &v)
+{
+    if (v.isNull())
+        return QVariant();
+    switch (v.typeId()) {
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+        return QVariant(qlonglong(v.toLongLong()));
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return QVariant(v.toDouble());
+    case QMetaType::QByteArray:
+        return v;
+    default:
+        return QVariant(v.toString());
+    }
+}
+
 QVariant DirectQuery::value(int column) const
 {
     if (m_server) {
         // The values as the file's engine hands them over: whole numbers (and truth values) as
         // qlonglong, reals as double, texts as QString, NULL as an invalid value.
-        const QVariant v = m_server->value(column);
-        if (v.isNull())
-            return QVariant();
-        switch (v.typeId()) {
-        case QMetaType::Bool:
-        case QMetaType::Int:
-        case QMetaType::UInt:
-        case QMetaType::LongLong:
-        case QMetaType::ULongLong:
-        case QMetaType::Short:
-        case QMetaType::UShort:
-            return QVariant(qlonglong(v.toLongLong()));
-        case QMetaType::Double:
-        case QMetaType::Float:
-            return QVariant(v.toDouble());
-        case QMetaType::QByteArray:
-            return v;
-        default:
-            return QVariant(v.toString());
-        }
+        return neutralValue(m_server->value(column));
     }
     switch (sqlite3_column_type(m_stmt, column)) {
     case SQLITE_INTEGER:

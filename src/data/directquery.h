@@ -75,6 +75,11 @@ private:
     mutable std::unique_ptr<QSqlRecord> m_serverColumns;
 };
 
+// A value of either engine's driver as the file's engine hands it over: whole numbers (and truth
+// values) as qlonglong, reals as double, bytes as they are, any other as QString, NULL as an
+// invalid QVariant. Values of the two engines compare equal this way.
+QVariant neutralValue(const QVariant &value);
+
 // The statement with its leading "SELECT * FROM table " narrowed to the listed columns of that
 // table, so that the engine decodes only what the caller reads (a book row has some twenty
 // columns, a list shows four); any other statement is returned as it stands. The rows and their

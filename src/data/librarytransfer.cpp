@@ -3,6 +3,7 @@
 #include "data/czechlike.h"
 #include "data/database.h"
 #include "data/dberror.h"
+#include "data/directquery.h"
 
 #include <QFile>
 #include <QSqlError>
@@ -73,27 +74,6 @@ public:
 private:
     QSqlDatabase m_db;
 };
-
-// One value as both engines give it back: integers as qlonglong, reals as double, texts as QString,
-// NULL as an invalid QVariant, so that the two sides of a copy compare equal.
-QVariant normalized(const QVariant &v)
-{
-    if (v.isNull())
-        return QVariant();
-    switch (v.metaType().id()) {
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-    case QMetaType::UInt:
-    case QMetaType::ULongLong:
-    case QMetaType::Bool:
-        return QVariant(v.toLongLong());
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return QVariant(v.toDouble());
-    default:
-        return QVariant(v.toString());
-    }
-}
 
 // Rows go in statements of many rows each: one round trip to a server for a few hundred rows.
 constexpr int RowsPerStatement = 250;
@@ -224,7 +204,7 @@ bool sameRows(QSqlDatabase a, QSqlDatabase b, QString *difference)
             if (!hasA)
                 break;
             for (int i = 0; i < columns; ++i) {
-                if (normalized(qa.value(i)) != normalized(qb.value(i))) {
+                if (neutralValue(qa.value(i)) != neutralValue(qb.value(i))) {
                     *difference =
                         QStringLiteral("%1, row %2, column %3: %4 against %5")
                             .arg(table)
