@@ -1,10 +1,12 @@
 #include "cli/clicommon.h"
 #include "data/consistency.h"
 #include "data/database.h"
+#include "data/libraryfiles.h"
 #include "data/librarylock.h"
 #include "data/serveraddress.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace {
 
@@ -16,9 +18,9 @@ enum CheckExit
     CheckInUse = 3, // the program has the library open
 };
 
-// A library on a server: its tables and columns against the program's and the counters' row.
-// SQLite's integrity check belongs to the library file and has nothing to check on a server; the
-// rules between the records run on the library file only so far, and the output says both.
+// A library on a server: its tables, columns and counters on the server, then every record rule on
+// a library file made from one snapshot in the desk's Temp folder. SQLite's integrity check
+// belongs to the library file and has nothing to check on a server; the output says so.
 int checkOnServer(const QString &location, const QString &dataDir)
 {
     QString error;
@@ -34,22 +36,24 @@ int checkOnServer(const QString &location, const QString &dataDir)
         return CheckUsage;
     }
     QStringList problems;
-    if (Database::isOpen())
-        problems = startupProblems(Database::connection());
-    else
+    if (Database::isOpen()) {
+        const QString image = LibraryFiles::snapshotImagePath(dataDir);
+        QDir().mkpath(QFileInfo(image).absolutePath());
+        problems = checkServerLibrary(Database::connection(), image).all();
+    } else {
         problems << error;
+    }
     Database::close();
     for (const QString &p : problems)
         cliPrint(p);
     cliPrint(
-        QStringLiteral("%1: SQLite's integrity check is the library file's own and is skipped on a server; "
-                       "the rules between the records are not checked on a server")
+        QStringLiteral("%1: SQLite's integrity check is the library file's own and is skipped on a server")
             .arg(location));
     if (!problems.isEmpty()) {
         cliFail(QStringLiteral("%1 problem(s) found in %2").arg(problems.size()).arg(location));
         return CheckFound;
     }
-    cliPrint(QStringLiteral("%1: tables, columns and counters: no problem found").arg(location));
+    cliPrint(QStringLiteral("%1: no problem found").arg(location));
     return CheckSound;
 }
 

@@ -2,6 +2,7 @@
 
 #include "data/czechlike.h"
 #include "data/database.h"
+#include "data/librarytransfer.h"
 
 #include <QFile>
 #include <QHash>
@@ -1176,6 +1177,26 @@ LibraryCheck checkConnection(QSqlDatabase db)
         check.schema = schemaProblems(db);
     if (check.structurallySound())
         check.records = ruleProblems(db);
+    return check;
+}
+
+LibraryCheck checkServerLibrary(QSqlDatabase db, const QString &imagePath)
+{
+    LibraryCheck check;
+    check.schema = startupProblems(db);
+    if (!check.schema.isEmpty())
+        return check;
+    // The rules read every row through the file engine's own statements; the snapshot keeps the
+    // rows still while other desks go on working.
+    QFile::remove(imagePath);
+    QString error;
+    if (!LibraryTransfer::writeImage(db, imagePath, &error)) {
+        check.records << QStringLiteral("kontrolu záznamů nelze provést: %1").arg(error);
+        return check;
+    }
+    const LibraryCheck image = checkDatabaseFile(imagePath);
+    QFile::remove(imagePath);
+    check.records = image.all();
     return check;
 }
 

@@ -27,6 +27,12 @@ struct LibraryCheck
 // not touched. The record rules run only on a file that passed the integrity and schema checks.
 LibraryCheck checkDatabaseFile(const QString &path);
 
+// The whole check of a library on a server (db): its tables, columns and counters on the server
+// itself, then every record rule on a library file written at imagePath from one snapshot of the
+// server's rows, which is removed afterwards. SQLite's integrity check belongs to a library file
+// and has nothing to check on a server. The record rules run only when the tables are sound.
+LibraryCheck checkServerLibrary(QSqlDatabase db, const QString &imagePath);
+
 // The whole check on a connection that is already open (with the program's collations
 // registered). Throws DbError when a record rule cannot run.
 LibraryCheck checkConnection(QSqlDatabase db);

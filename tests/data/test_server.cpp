@@ -346,10 +346,26 @@ void TestServer::initAndOpenFromTheCommandLine()
         QVERIFY2(out.contains(QStringLiteral("cannot open")), qPrintable(out));
         QCOMPARE(runCli(check, &out), 3);
     }
-    // check on a server: the tables and the counters; it says what it leaves out.
+    // check on a server: the tables and the counters on the server, the rules between the records
+    // on a snapshot file that is gone afterwards; it says what it leaves out.
     QCOMPARE(runCli(check, &out), 0);
     QVERIFY2(out.contains(QStringLiteral("integrity check is the library file's own and is skipped")),
              qPrintable(out));
+    const QString snapshot = QDir(desk.path()).filePath(QStringLiteral("Temp/Tmp_snap.dat"));
+    QVERIFY(!QFile::exists(snapshot));
+    {
+        OtherDesk tool(url);
+        // Two clients whose codes differ only in letter case, the second with flags left empty:
+        // the counters stay sound, so only the record rules can find them.
+        QVERIFY(tool.run(QStringLiteral(
+            "INSERT INTO LIDE VALUES (0, 'K1', 'Eva', 'Nová', 0, '', '', '', -1, 1, 0, 0, 0, 0), "
+            "(1, 'k1', 'Jan', 'Starý', 0, '', '', '', -1, 1, NULL, 0, 0, 0)")));
+        QVERIFY(tool.run(QStringLiteral("UPDATE IDS SET ID_LIDE_FIRSTFREE = 2")));
+    }
+    QCOMPARE(runCli(check, &out), 1);
+    QVERIFY2(out.contains(QStringLiteral("klient-kod-jedinecny")), qPrintable(out));
+    QVERIFY2(out.contains(QStringLiteral("klient-priznaky")), qPrintable(out));
+    QVERIFY(!QFile::exists(snapshot));
     {
         OtherDesk tool(url);
         QVERIFY(tool.run(QStringLiteral("UPDATE IDS SET PRIRUSTEK_MAX = -5")));
