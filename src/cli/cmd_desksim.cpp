@@ -74,9 +74,12 @@ int cmdDeskSim(const QStringList &argv)
                 }
                 if (loan.isEmpty())
                     continue;
-                const qint32 number = lendBooks(client, day, loan);
-                line =
-                    QStringLiteral("loan %1 %2 %3").arg(number).arg(client).arg(ids.join(QLatin1Char(' ')));
+                const CirculationResult r = lendBooks(client, day, loan);
+                line = r.done() ? QStringLiteral("loan %1 %2 %3")
+                                      .arg(r.number)
+                                      .arg(client)
+                                      .arg(ids.join(QLatin1Char(' ')))
+                                : QStringLiteral("refused loan");
             } else if (kind < 8) { // a return of a book the page found lent
                 const qint32 id = pick(books);
                 const std::optional<BookRow> row = findBookById(id);
@@ -85,24 +88,26 @@ int cmdDeskSim(const QStringList &argv)
                 const std::optional<LoanTerms> terms = loanTerms(row->loan, id);
                 if (!terms)
                     continue; // returned between the two look-ups
-                const qint32 number = returnBooks(
+                const CirculationResult r = returnBooks(
                     day,
                     {ReturnBook{id, row->client, row->loan, terms->loanDate, terms->due, terms->limited}});
-                line = QStringLiteral("return %1 %2").arg(number).arg(id);
+                line = r.done() ? QStringLiteral("return %1 %2").arg(r.number).arg(id)
+                                : QStringLiteral("refused return");
             } else if (kind < 9) { // a discard of a book the page found present
                 const qint32 id = pick(books);
                 const std::optional<BookRow> row = findBookById(id);
                 if (!row || row->lent || row->discarded)
                     continue;
-                line = discardBook(id, day) ? QStringLiteral("discard %1").arg(id)
-                                            : QStringLiteral("refused discard");
+                line = discardBook(id, day) == Meanwhile::Nothing ? QStringLiteral("discard %1").arg(id)
+                                                                  : QStringLiteral("refused discard");
             } else { // the undo of a discard, into a shown category as the dialog offers
                 const qint32 id = pick(books);
                 const std::optional<BookRow> row = findBookById(id);
                 if (!row || !row->discarded)
                     continue;
-                restoreBook(id, pick(categories));
-                line = QStringLiteral("restore %1").arg(id);
+                line = restoreBook(id, pick(categories)) == Meanwhile::Nothing
+                           ? QStringLiteral("restore %1").arg(id)
+                           : QStringLiteral("refused restore");
             }
         } catch (const DbError &e) {
             line = QStringLiteral("refused %1")
