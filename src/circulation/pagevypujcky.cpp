@@ -437,10 +437,7 @@ void CPageVypujcky::lend()
     BusyCursor wait;
     CirculationResult loan;
     try {
-        if (!clientStillInUse(m_clientId)) {
-            refuseHiddenClient();
-            return;
-        }
+        // The loan reads the client again inside its transaction, before it takes a number.
         QList<LoanBook> books;
         for (const PreparedBook &b : items)
             books << LoanBook{b.bookId, b.due};
