@@ -125,11 +125,18 @@ BookCheck codeClash(const QString &code, qint32 accession, const CorrectedBook *
 }
 
 // Inside the write's transaction, what the form's check found free may have been taken by another
-// desk since: the code, the accession number, the category (removed meanwhile: 4).
+// desk since: the code, the accession number, the category (removed meanwhile: 4); and a book
+// being corrected may have been lent meanwhile before its new acquisition date (87).
 BookCheck takenMeanwhile(const BookEntry &entry, const CorrectedBook *correction)
 {
     if (const BookCheck clash = codeClash(entry.code, entry.accession, correction); !clash.ok())
         return clash;
+    if (correction && correction->loan != -1) {
+        CSetVypujcky loan;
+        loan.open(QString::asprintf(Stmt::VypujckyByLoan, correction->loan));
+        if (!loan.isEOF() && loan.m_DATUM_PUJCKY < entry.acquired)
+            return fail(87, BookField::Date);
+    }
     CSetKategorie category;
     category.open(QString::asprintf(Stmt::KategorieById, entry.category));
     if (category.isEOF() || !category.m_UKAZOVAT)
@@ -328,7 +335,7 @@ bool correctBook(qint32 bookId, const BookEntry &entry, BookCheck *refusal)
         if (book.isEOF()) {
             refused = fail(42, BookField::None);
         } else {
-            const CorrectedBook self{bookId, book.m_PRIRUSTEK, -1};
+            const CorrectedBook self{bookId, book.m_PRIRUSTEK, book.m_ID_VYPUJCKY_KNIHY};
             refused = takenMeanwhile(entry, &self);
         }
         if (!refused.ok()) {

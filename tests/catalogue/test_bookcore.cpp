@@ -462,6 +462,8 @@ void TestBookCore::takenByAnotherDesk()
         {"correction, code taken", true, [&] { addOther("K100", 900); }, 36, BookField::Code},
         {"correction, accession number taken", true, [&] { addOther("JINY", 100); }, 38,
          BookField::Accession},
+        {"correction, lent before the new acquisition date", true,
+         [&] { lib.lend({own}, lib.addClient(QStringLiteral("K1")), 20260115); }, 87, BookField::Date},
         {"correction, book deleted", true, [&] { QVERIFY(deleteBook(own)); }, 42, BookField::None},
     };
     const auto state = [&lib] {

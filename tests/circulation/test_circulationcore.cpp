@@ -35,6 +35,45 @@ QString q(const char *sql)
     return QString::fromUtf8(sql);
 }
 
+// Another desk of the server library: a connection of its own in a thread of its own. work() runs
+// there on the open connection and releases holding once it holds what this desk is to wait for;
+// it returns false when one of its statements failed.
+class OtherDesk
+{
+public:
+    using Work = std::function<bool(QSqlDatabase &, QSqlQuery &, QSemaphore &holding)>;
+    OtherDesk(const QString &location, Work work)
+    {
+        m_thread.reset(QThread::create([this, location, work] {
+            const QString name = QStringLiteral("other-desk");
+            {
+                QSqlDatabase db = ServerAddress::parse(location)->addConnection(name);
+                QSqlQuery query(db);
+                if (!(db.open() && work(db, query, m_holding)))
+                    m_error = query.lastError().text() + db.lastError().text();
+                m_holding.release(); // also when it failed before holding anything
+                db.close();
+            }
+            QSqlDatabase::removeDatabase(name);
+        }));
+        m_thread->start();
+        m_holding.acquire();
+    }
+    ~OtherDesk() { m_thread->wait(); }
+    Q_DISABLE_COPY_MOVE(OtherDesk)
+    // Waits for the other desk to end; what failed there, empty when nothing did.
+    QString finish()
+    {
+        m_thread->wait();
+        return m_error;
+    }
+
+private:
+    QSemaphore m_holding;
+    QString m_error;
+    std::unique_ptr<QThread> m_thread;
+};
+
 } // namespace
 
 void TestCirculationCore::lendUnderOneNumber()
@@ -231,42 +270,27 @@ void TestCirculationCore::twoDesksLendOneBook()
     const qint32 book = lib.addBook(QStringLiteral("A1"));
     const qint32 firstLoan = lib.ids("ID_VYPUJCKY_FIRSTFREE");
 
-    // The other desk: its own connection in a thread of its own, lending the book to Eva the way
-    // lendBooks does, holding its transaction open until this desk's write waits for it.
-    QSemaphore holding;
-    QString otherError;
-    QThread *other = QThread::create([&] {
-        const QString name = QStringLiteral("other-desk");
-        {
-            QSqlDatabase db = ServerAddress::parse(lib.location())->addConnection(name);
-            QSqlQuery q(db);
-            const bool ok =
-                db.open() && db.transaction() && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) &&
-                q.exec(QStringLiteral("UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = ID_VYPUJCKY_FIRSTFREE + 1")) &&
-                q.exec(QStringLiteral("INSERT INTO VYPUJCKY VALUES (%1, %2, %3, 0, 20260315, 0, -1, -1)")
-                           .arg(firstLoan)
-                           .arg(eva)
-                           .arg(book)) &&
-                q.exec(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = %1, "
-                                      "ID_VYPUJCKY_KNIHY = %2 WHERE ID_KNIHY_KNIHY = %3")
-                           .arg(eva)
-                           .arg(firstLoan)
-                           .arg(book));
-            if (!ok)
-                otherError = q.lastError().text() + db.lastError().text();
-            holding.release();
-            QThread::msleep(300); // this desk's lendBooks is waiting for the IDS row meanwhile
-            if (ok)
-                db.commit();
-            db.close();
-        }
-        QSqlDatabase::removeDatabase(name);
+    // The other desk lends the book to Eva the way lendBooks does, holding its transaction open
+    // until this desk's write waits for it.
+    OtherDesk other(lib.location(), [&](QSqlDatabase &db, QSqlQuery &q, QSemaphore &holding) {
+        const bool ok =
+            db.transaction() && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) &&
+            q.exec(QStringLiteral("UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = ID_VYPUJCKY_FIRSTFREE + 1")) &&
+            q.exec(QStringLiteral("INSERT INTO VYPUJCKY VALUES (%1, %2, %3, 0, 20260315, 0, -1, -1)")
+                       .arg(firstLoan)
+                       .arg(eva)
+                       .arg(book)) &&
+            q.exec(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = %1, "
+                                  "ID_VYPUJCKY_KNIHY = %2 WHERE ID_KNIHY_KNIHY = %3")
+                       .arg(eva)
+                       .arg(firstLoan)
+                       .arg(book));
+        holding.release();
+        QThread::msleep(300); // this desk's lendBooks is waiting for the IDS row meanwhile
+        return ok && db.commit();
     });
-    other->start();
-    holding.acquire();
     QCOMPARE(lendBooks(jan, 20260315, {{book, NoDate}}).refused, Meanwhile::BookLent);
-    other->wait();
-    delete other;
+    const QString otherError = other.finish();
     QVERIFY2(otherError.isEmpty(), qPrintable(otherError));
 
     QCOMPARE(
@@ -388,40 +412,26 @@ void TestCirculationCore::deadlockIsRunAgain()
     const qint32 book = lib.addBook(QStringLiteral("A1"));
     const qint32 firstLoan = lib.ids("ID_VYPUJCKY_FIRSTFREE");
 
-    QSemaphore holding;
-    QString otherError;
-    QThread *other = QThread::create([&] {
-        const QString name = QStringLiteral("other-desk");
-        {
-            QSqlDatabase db = ServerAddress::parse(lib.location())->addConnection(name);
-            QSqlQuery q(db);
-            // The other desk waits long before it looks for a deadlock, so that the server
-            // aborts this desk's write, not the other one.
-            bool ok =
-                db.open() && q.exec(QStringLiteral("SET deadlock_timeout = '20s'")) && db.transaction() &&
-                q.exec(QStringLiteral("SELECT 1 FROM KNIHY WHERE ID_KNIHY_KNIHY = %1 FOR UPDATE").arg(book));
-            holding.release();
-            // Until this desk's write waits for the book's row.
-            for (int i = 0; ok && i < 500; ++i) {
-                ok = q.exec(QStringLiteral("SELECT COUNT(*) FROM pg_locks WHERE NOT granted")) && q.next();
-                if (ok && q.value(0).toInt() > 0)
-                    break;
-                QThread::msleep(20);
-            }
-            ok = ok && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) && db.commit();
-            if (!ok)
-                otherError = q.lastError().text() + db.lastError().text();
-            db.close();
+    OtherDesk other(lib.location(), [&](QSqlDatabase &db, QSqlQuery &q, QSemaphore &holding) {
+        // The other desk waits long before it looks for a deadlock, so that the server aborts
+        // this desk's write, not the other one.
+        bool ok =
+            q.exec(QStringLiteral("SET deadlock_timeout = '20s'")) && db.transaction() &&
+            q.exec(QStringLiteral("SELECT 1 FROM KNIHY WHERE ID_KNIHY_KNIHY = %1 FOR UPDATE").arg(book));
+        holding.release();
+        // Until this desk's write waits for the book's row.
+        for (int i = 0; ok && i < 500; ++i) {
+            ok = q.exec(QStringLiteral("SELECT COUNT(*) FROM pg_locks WHERE NOT granted")) && q.next();
+            if (ok && q.value(0).toInt() > 0)
+                break;
+            QThread::msleep(20);
         }
-        QSqlDatabase::removeDatabase(name);
+        return ok && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) && db.commit();
     });
-    other->start();
-    holding.acquire();
     QList<int> written;
     const CirculationResult loan =
         lendBooks(jan, 20260315, {{book, NoDate}}, [&written](int i) { written << i; });
-    other->wait();
-    delete other;
+    const QString otherError = other.finish();
     QVERIFY2(otherError.isEmpty(), qPrintable(otherError));
     QCOMPARE(loan.number, firstLoan);
     QCOMPARE(written, QList<int>{0}); // once, for the attempt that committed
