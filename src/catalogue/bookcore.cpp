@@ -103,6 +103,47 @@ bool readOptionalCount(const QString &text, qint32 *value, bool *given)
     return true;
 }
 
+// Another book with the code (35 discarded, 36 in the stock) or the accession number (37, 38);
+// the book being corrected does not clash with its own code and its accession number as loaded.
+// Throws DbError.
+BookCheck codeClash(const QString &code, qint32 accession, const CorrectedBook *correction)
+{
+    CSetKnihy books;
+    books.open(QString::asprintf(Stmt::KnihyByKod, sqlText(code).constData()));
+    for (; !books.isEOF(); books.moveNext()) {
+        if (correction && books.m_ID_KNIHY_KNIHY == correction->id)
+            continue;
+        return fail(books.m_VYRAZENO ? 35 : 36, BookField::Code);
+    }
+    books.open(QString::asprintf(Stmt::KnihyByPrirustek, accession));
+    for (; !books.isEOF(); books.moveNext()) {
+        if (correction && books.m_PRIRUSTEK == correction->loadedAccession)
+            continue;
+        return fail(books.m_VYRAZENO ? 37 : 38, BookField::Accession);
+    }
+    return {};
+}
+
+// Inside the write's transaction, what the form's check found free may have been taken by another
+// desk since: the code, the accession number, the category (removed meanwhile: 4); and a book
+// being corrected may have been lent meanwhile before its new acquisition date (87).
+BookCheck takenMeanwhile(const BookEntry &entry, const CorrectedBook *correction)
+{
+    if (const BookCheck clash = codeClash(entry.code, entry.accession, correction); !clash.ok())
+        return clash;
+    if (correction && correction->loan != -1) {
+        CSetVypujcky loan;
+        loan.open(QString::asprintf(Stmt::VypujckyByLoan, correction->loan));
+        if (!loan.isEOF() && loan.m_DATUM_PUJCKY < entry.acquired)
+            return fail(87, BookField::Date);
+    }
+    CSetKategorie category;
+    category.open(QString::asprintf(Stmt::KategorieById, entry.category));
+    if (category.isEOF() || !category.m_UKAZOVAT)
+        return fail(4, BookField::Category);
+    return {};
+}
+
 } // namespace
 
 BookCheck checkBookEntry(const BookTexts &typed, const CorrectedBook *correction)
@@ -129,19 +170,8 @@ BookCheck checkBookEntry(const BookTexts &typed, const CorrectedBook *correction
         return fail(33, BookField::Accession);
 
     try {
-        CSetKnihy books;
-        books.open(QString::asprintf(Stmt::KnihyByKod, sqlText(t.code).constData()));
-        for (; !books.isEOF(); books.moveNext()) {
-            if (correction && books.m_ID_KNIHY_KNIHY == correction->id)
-                continue;
-            return fail(books.m_VYRAZENO ? 35 : 36, BookField::Code);
-        }
-        books.open(QString::asprintf(Stmt::KnihyByPrirustek, e.accession));
-        for (; !books.isEOF(); books.moveNext()) {
-            if (correction && books.m_PRIRUSTEK == correction->loadedAccession)
-                continue;
-            return fail(books.m_VYRAZENO ? 37 : 38, BookField::Accession);
-        }
+        if (const BookCheck clash = codeClash(e.code, e.accession, correction); !clash.ok())
+            return clash;
     } catch (const DbError &error) {
         logDbError(error);
         return fail(34, BookField::Code);
@@ -260,55 +290,74 @@ void writeEntry(CSetKnihy &b, const BookEntry &e)
 
 } // namespace
 
-qint32 addBook(const BookEntry &entry)
+qint32 addBook(const BookEntry &entry, BookCheck *refusal)
 {
-    CSetKnihy book;
-    CSetIDS ids;
-    book.open();
-    ids.open();
-    Transaction tx;
-    if (ids.isEOF())
-        throw DbError(QStringLiteral("the IDS row is missing"));
-    book.addNew();
-    ids.edit();
-    const qint32 id = ids.m_ID_KNIHY_FIRSTFREE;
-    ids.m_ID_KNIHY_FIRSTFREE = id + 1;
-    writeEntry(book, entry);
-    book.m_ID_KNIHY_KNIHY = id;
-    book.m_ID_LIDE_KNIHY = -1;
-    book.m_ID_VYPUJCKY_KNIHY = -1;
-    book.m_VYRAZENO = false;
-    book.m_VYPUJCENO = false;
-    book.m_DATUM_VYRAZENI = NoDate;
-    if (ids.m_PRIRUSTEK_MAX < entry.accession)
-        ids.m_PRIRUSTEK_MAX = entry.accession;
-    book.update();
-    ids.update();
-    tx.commit();
-    return id;
+    return Database::write([&] {
+        Transaction tx;
+        if (const BookCheck taken = takenMeanwhile(entry, nullptr); !taken.ok()) {
+            if (refusal)
+                *refusal = taken;
+            return -1;
+        }
+        CSetKnihy book;
+        CSetIDS ids;
+        book.open();
+        ids.open();
+        if (ids.isEOF())
+            throw DbError(QStringLiteral("the IDS row is missing"));
+        book.addNew();
+        ids.edit();
+        const qint32 id = ids.m_ID_KNIHY_FIRSTFREE;
+        ids.m_ID_KNIHY_FIRSTFREE = id + 1;
+        writeEntry(book, entry);
+        book.m_ID_KNIHY_KNIHY = id;
+        book.m_ID_LIDE_KNIHY = -1;
+        book.m_ID_VYPUJCKY_KNIHY = -1;
+        book.m_VYRAZENO = false;
+        book.m_VYPUJCENO = false;
+        book.m_DATUM_VYRAZENI = NoDate;
+        if (ids.m_PRIRUSTEK_MAX < entry.accession)
+            ids.m_PRIRUSTEK_MAX = entry.accession;
+        book.update();
+        ids.update();
+        tx.commit();
+        return id;
+    });
 }
 
-bool correctBook(qint32 bookId, const BookEntry &entry)
+bool correctBook(qint32 bookId, const BookEntry &entry, BookCheck *refusal)
 {
-    CSetKnihy book;
-    CSetIDS ids;
-    book.open(QString::asprintf(Stmt::KnihyById, bookId));
-    ids.open();
-    if (book.isEOF())
-        return false;
-    Transaction tx;
-    book.edit();
-    writeEntry(book, entry);
-    if (ids.isEOF())
-        throw DbError(QStringLiteral("the IDS row is missing"));
-    if (entry.accession > ids.m_PRIRUSTEK_MAX) {
-        ids.edit();
-        ids.m_PRIRUSTEK_MAX = entry.accession;
-        ids.update();
-    }
-    book.update();
-    tx.commit();
-    return true;
+    return Database::write([&] {
+        Transaction tx;
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyById, bookId));
+        BookCheck refused;
+        if (book.isEOF()) {
+            refused = fail(42, BookField::None);
+        } else {
+            const CorrectedBook self{bookId, book.m_PRIRUSTEK, book.m_ID_VYPUJCKY_KNIHY};
+            refused = takenMeanwhile(entry, &self);
+        }
+        if (!refused.ok()) {
+            if (refusal)
+                *refusal = refused;
+            return false;
+        }
+        CSetIDS ids;
+        ids.open();
+        if (ids.isEOF())
+            throw DbError(QStringLiteral("the IDS row is missing"));
+        book.edit();
+        writeEntry(book, entry);
+        if (entry.accession > ids.m_PRIRUSTEK_MAX) {
+            ids.edit();
+            ids.m_PRIRUSTEK_MAX = entry.accession;
+            ids.update();
+        }
+        book.update();
+        tx.commit();
+        return true;
+    });
 }
 
 namespace {

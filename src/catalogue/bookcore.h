@@ -134,14 +134,16 @@ QStringList keywordsInListOrder(const QString &stored);
 qint32 suggestedAccession();
 
 // Writes a new book and takes its identifier, raising PRIRUSTEK_MAX when the accession number is
-// above it, in one transaction. Returns the new identifier. Throws DbError (nothing is written).
-qint32 addBook(const BookEntry &entry);
-
+// above it, in one transaction. Returns the new identifier, or -1 when, since the form was
+// checked, another desk took the code or the accession number or removed the category: nothing is
+// then written and *refusal holds the form check's message and field for it. Throws DbError
+// (nothing is written).
+qint32 addBook(const BookEntry &entry, BookCheck *refusal = nullptr);
 // Writes the corrected catalogue data of a book; PRIRUSTEK_MAX is raised when the new accession
-// number is above it and never lowered. Returns false when the book row is gone (nothing
-// written). Throws DbError (rolled back).
-bool correctBook(qint32 bookId, const BookEntry &entry);
-
+// number is above it and never lowered. Returns false, writing nothing, when the book row is gone
+// (*refusal: message 42) or another desk took the code or the accession number or removed the
+// category since the form was checked (as addBook). Throws DbError (rolled back).
+bool correctBook(qint32 bookId, const BookEntry &entry, BookCheck *refusal = nullptr);
 // Deletes a book with all its loans and returns in one transaction. Returns false when the book
 // row is gone (rolled back). Throws DbError.
 bool deleteBook(qint32 bookId);

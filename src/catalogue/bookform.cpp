@@ -224,6 +224,13 @@ BookTexts BookForm::texts() const
     return t;
 }
 
+void BookForm::showRefusal(const BookCheck &check) const
+{
+    showMessage(check.message);
+    if (QWidget *w = widgetFor(check.field))
+        w->setFocus();
+}
+
 QWidget *BookForm::widgetFor(BookField field) const
 {
     switch (field) {

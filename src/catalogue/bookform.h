@@ -38,6 +38,8 @@ public:
 
     BookTexts texts() const;
     QWidget *widgetFor(BookField field) const;
+    // Shows the message of a refused check and puts the focus into its field.
+    void showRefusal(const BookCheck &check) const;
 
     // Empties every field and the keyword list; the date gets `date` (empty for none). The
     // accession number is left alone unless clearAccession.

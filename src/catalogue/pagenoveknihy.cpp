@@ -140,15 +140,14 @@ bool CPageNoveknihy::save()
     const BookCheck check = checkBookEntry(m_form->texts());
     QApplication::restoreOverrideCursor();
     if (!check.ok()) {
-        showMessage(check.message);
-        if (QWidget *w = m_form->widgetFor(check.field))
-            w->setFocus();
+        m_form->showRefusal(check);
         return false;
     }
     const BookEntry &e = check.entry;
     QApplication::setOverrideCursor(Qt::WaitCursor);
+    BookCheck refused;
     try {
-        addBook(e);
+        addBook(e, &refused);
     } catch (const DbError &error) {
         logDbError(error);
         QApplication::restoreOverrideCursor();
@@ -157,6 +156,12 @@ bool CPageNoveknihy::save()
         return false;
     }
     QApplication::restoreOverrideCursor();
+    if (!refused.ok()) {
+        // Another desk took the code or the accession number, or removed the category, since
+        // the check: the check's own refusal.
+        m_form->showRefusal(refused);
+        return false;
+    }
 
     InputHistory &h = AppState::instance().history;
     h.remember(e.code, 9);

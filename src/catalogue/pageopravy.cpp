@@ -190,9 +190,7 @@ bool CPageOpravy::correct()
         check = checkBookEntry(m_form->texts(), &book);
     }
     if (!check.ok()) {
-        showMessage(check.message);
-        if (QWidget *w = m_form->widgetFor(check.field))
-            w->setFocus();
+        m_form->showRefusal(check);
         return false;
     }
     const BookEntry &e = check.entry;
@@ -202,7 +200,14 @@ bool CPageOpravy::correct()
     }
     try {
         WaitCursor wait;
-        if (!correctBook(m_bookId, e)) {
+        BookCheck refused;
+        if (!correctBook(m_bookId, e, &refused)) {
+            if (refused.field != BookField::None) {
+                // Another desk took the code or the accession number, or removed the category,
+                // since the check: the check's own refusal; the page keeps what was typed.
+                m_form->showRefusal(refused);
+                return false;
+            }
             showMessage(Message::BookCorrectionDbError);
             clearPage(false);
             return false;

@@ -195,11 +195,19 @@ void CUndoDiscardDialog::restore()
         showMessage(Message::BookCategoryNotChosen);
         return;
     }
+    Meanwhile refused = Meanwhile::Nothing;
     try {
-        restoreBook(m_bookId, m_categories->currentData().toInt());
+        refused = restoreBook(m_bookId, m_categories->currentData().toInt());
     } catch (const DbError &e) {
         showDbError(Message::RestoreDbError, e);
         reject();
+        return;
+    }
+    if (refused != Meanwhile::Nothing) {
+        // Another desk put the book back meanwhile: it is no discarded book any more.
+        showMessage(Message::DiscardedBookNotFound);
+        reset();
+        m_code->setFocus();
         return;
     }
     reset();

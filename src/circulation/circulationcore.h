@@ -31,28 +31,55 @@ struct ReturnBook
     bool limited = false;
 };
 
-// Called with the index of a book as soon as its rows are written, before the commit; the pages
-// drop the list row there. Books are written from the last to the first.
+// Called with the index of a book as soon as its rows are written; the pages drop the list row
+// there. Books are written from the last to the first. The calls of a write that commits come
+// before it returns; a write refused because of another desk makes none; a write that fails makes
+// those of the books written before the failure (the pages' rows stay gone, the rows are rolled
+// back).
 using BookWritten = std::function<void(int index)>;
 
+// What another desk of a server library changed since the page looked at it, so that a write
+// refuses and writes nothing. Each write reads again, inside its transaction, what the page's
+// checks looked at.
+enum class Meanwhile
+{
+    Nothing,          // the write went through
+    BookLent,         // a book of the loan or of the discard is lent by now
+    BookNotInStock,   // a book of the loan or of the discard was discarded
+    BookReturned,     // the loan of a book of the return was closed
+    BookNotDiscarded, // the book to restore is back in the stock
+    ClientHidden      // the client of the loan was removed from the register
+};
+
+// The outcome of a loan or a return: the number it was written under, or what refused it.
+struct CirculationResult
+{
+    qint32 number = -1;
+    Meanwhile refused = Meanwhile::Nothing;
+    bool done() const { return refused == Meanwhile::Nothing; }
+};
+
 // Lends the books to the client under one new loan number (ID_VYPUJCKY_FIRSTFREE, raised by
-// one) and returns that number. A book that is no longer in KNIHY fails the whole loan.
-qint32 lendBooks(qint32 clientId, DateNumber loanDate, const QList<LoanBook> &books,
-                 const BookWritten &written = {});
+// one). Refuses a client removed meanwhile and a book lent or discarded meanwhile. A book that is
+// no longer in KNIHY fails the whole loan.
+CirculationResult lendBooks(qint32 clientId, DateNumber loanDate, const QList<LoanBook> &books,
+                            const BookWritten &written = {});
 
 // Closes the open loans of the books on the return date under one new return number
-// (ID_VRACENI_FIRSTFREE, raised by one) and returns that number. A missing loan row or book row
-// fails the whole return.
-qint32 returnBooks(DateNumber returnDate, const QList<ReturnBook> &books, const BookWritten &written = {});
+// (ID_VRACENI_FIRSTFREE, raised by one). Refuses a book whose loan was closed meanwhile. A missing
+// loan row or book row fails the whole return.
+CirculationResult returnBooks(DateNumber returnDate, const QList<ReturnBook> &books,
+                              const BookWritten &written = {});
 
-// Marks one book as discarded on the date, in a transaction of its own. Returns false (and
-// writes nothing) when the book is no longer in KNIHY, or is lent or discarded by now (another
-// desk of a server library got there first).
-bool discardBook(qint32 bookId, DateNumber discardDate);
+// Marks one book as discarded on the date, in a transaction of its own; refuses (BookLent,
+// BookNotInStock) a book that is lent or discarded by now. A book no longer in KNIHY is a
+// database error.
+Meanwhile discardBook(qint32 bookId, DateNumber discardDate);
 
 // Puts a discarded book back into the stock under the category: clears VYRAZENO and
-// DATUM_VYRAZENI, leaves every other column as it was. A missing book throws DbError.
-void restoreBook(qint32 bookId, qint32 categoryId);
+// DATUM_VYRAZENI, leaves every other column as it was. Refuses (BookNotDiscarded) a book no longer
+// discarded. A missing book throws DbError.
+Meanwhile restoreBook(qint32 bookId, qint32 categoryId);
 
 // ---- What the circulation pages and the undo-discard dialog read ----
 // Each lookup throws DbError when the database fails; an absent row is nullopt.

@@ -295,18 +295,25 @@ void CPageVraceni::giveBack()
     for (const ReturnListItem &i : m_list->items())
         books << ReturnBook{i.bookId, i.clientId, i.loanNumber, i.loanDate, i.due, i.limited};
     BusyCursor wait;
-    qint32 number = -1;
+    CirculationResult result;
     try {
-        number = returnBooks(m_returnDate, books, [this](int row) { m_list->removeAt(row); });
+        result = returnBooks(m_returnDate, books, [this](int row) { m_list->removeAt(row); });
     } catch (const DbError &e) {
         showDbError(Message::ReturnDbError, e);
         partialClear();
         m_bookCode->setFocus();
         return;
     }
+    if (!result.done()) {
+        // Another desk returned a listed book since it was added: it is no longer lent.
+        showMessage(Message::ReturnBookNotLent);
+        partialClear();
+        m_bookCode->setFocus();
+        return;
+    }
     fullClear();
     m_bookCode->setFocus();
-    requestProtocol(number);
+    requestProtocol(result.number);
 }
 
 void CPageVraceni::requestProtocol(qint32 returnNumber)

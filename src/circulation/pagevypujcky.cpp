@@ -435,29 +435,45 @@ void CPageVypujcky::lend()
         return;
     }
     BusyCursor wait;
-    qint32 loanNumber = -1;
+    CirculationResult loan;
     try {
-        if (!clientStillInUse(m_clientId)) {
-            // Hidden since it was chosen; the id stays, the texts go.
-            showMessage(Message::LoanClientNotFound);
-            m_clientCode->clear();
-            m_clientName->clear();
-            m_clientCode->setFocus();
-            return;
-        }
+        // The loan reads the client again inside its transaction, before it takes a number.
         QList<LoanBook> books;
         for (const PreparedBook &b : items)
             books << LoanBook{b.bookId, b.due};
-        loanNumber = lendBooks(m_clientId, loanDate, books, [this](int row) { m_list->removeAt(row); });
+        loan = lendBooks(m_clientId, loanDate, books, [this](int row) { m_list->removeAt(row); });
     } catch (const DbError &e) {
         showDbError(Message::LoanDbError, e);
         partialClear();
         m_bookCode->setFocus();
         return;
     }
+    switch (loan.refused) {
+    case Meanwhile::Nothing:
+        break;
+    case Meanwhile::ClientHidden:
+        refuseHiddenClient();
+        return;
+    default:
+        // Another desk lent or discarded a listed book since it was added: the refusal "Přidat"
+        // would have given it; the list stays for the librarian to remove the book.
+        showMessage(loan.refused == Meanwhile::BookLent ? Message::LoanBookLent : Message::LoanBookNotFound);
+        partialClear();
+        m_bookCode->setFocus();
+        return;
+    }
     fullClear();
     m_bookCode->setFocus();
-    requestProtocol(loanNumber);
+    requestProtocol(loan.number);
+}
+
+void CPageVypujcky::refuseHiddenClient()
+{
+    // Hidden since it was chosen; the id stays, the texts go.
+    showMessage(Message::LoanClientNotFound);
+    m_clientCode->clear();
+    m_clientName->clear();
+    m_clientCode->setFocus();
 }
 
 void CPageVypujcky::requestProtocol(qint32 loanNumber)

@@ -63,6 +63,7 @@ public:
     qint32 clientId() const { return m_clientId; }
 
 private:
+    void refuseHiddenClient();
     void applyLoanLengthDefault();
     void clearClient();
     void requestProtocol(qint32 loanNumber);

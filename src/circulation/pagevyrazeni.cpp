@@ -252,15 +252,25 @@ void CPageVyrazeni::discard()
     // Each book in a transaction of its own: books discarded before a failure stay discarded.
     while (!m_list->isEmpty()) {
         const int row = int(m_list->size()) - 1;
-        bool done = false;
+        Meanwhile refused = Meanwhile::Nothing;
         try {
-            done = discardBook(m_list->at(row).bookId, discardDate);
+            refused = discardBook(m_list->at(row).bookId, discardDate);
         } catch (const DbError &e) {
             logDbError(e);
-            done = false;
-        }
-        if (!done) {
             showMessage(Message::DiscardDbError);
+            partialClear();
+            m_bookCode->setFocus();
+            return;
+        }
+        // Another desk lent or discarded the book since it was added: the refusal of "Přidat"
+        // for a lent book, of the lookup for a discarded one. The book stays in the list.
+        if (refused == Meanwhile::BookLent) {
+            showMessage(Message::DiscardBookLent);
+            m_bookCode->setFocus();
+            return;
+        }
+        if (refused != Meanwhile::Nothing) {
+            showMessage(Message::DiscardBookNotFound);
             partialClear();
             m_bookCode->setFocus();
             return;

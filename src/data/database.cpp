@@ -433,6 +433,13 @@ bool Database::createEmpty(const QString &path, QString *error)
     return ok;
 }
 
+void Database::logConflict(const DbError &error, int attempt)
+{
+    qCInfo(lcDb).noquote() << QStringLiteral("write attempt %1 met another desk's transaction, running it again:")
+                                  .arg(attempt)
+                           << error.text();
+}
+
 Transaction::Transaction()
 {
     QSqlDatabase db = Database::connection();
@@ -447,7 +454,7 @@ Transaction::Transaction()
         // counter is handed out twice.
         QSqlQuery q(db);
         if (!q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")))
-            throw DbError(errorText(q.lastError()), q.lastQuery());
+            throw DbError(errorText(q.lastError()), q.lastQuery(), q.lastError().nativeErrorCode());
     }
 }
 
@@ -461,10 +468,10 @@ void Transaction::commit()
 {
     QSqlDatabase db = Database::connection();
     if (!db.commit()) {
-        const QString text = errorText(db.lastError());
+        const QSqlError error = db.lastError();
         db.rollback();
         m_open = false;
-        throw DbError(text);
+        throw DbError(errorText(error), QString(), error.nativeErrorCode());
     }
     m_open = false;
 }
@@ -688,14 +695,14 @@ QSqlQuery prepareSql(const QString &sqliteSql)
     if (server)
         q.setNumericalPrecisionPolicy(QSql::LowPrecisionDouble);
     if (!q.prepare(sql))
-        throw DbError(errorText(q.lastError()), sql);
+        throw DbError(errorText(q.lastError()), sql, q.lastError().nativeErrorCode());
     return q;
 }
 
 void execPrepared(QSqlQuery &query)
 {
     if (!query.exec())
-        throw DbError(errorText(query.lastError()), query.lastQuery());
+        throw DbError(errorText(query.lastError()), query.lastQuery(), query.lastError().nativeErrorCode());
 }
 
 QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)
@@ -706,7 +713,7 @@ QSqlQuery runSql(const QString &sql, const QVariantList &bindValues)
         q.setNumericalPrecisionPolicy(QSql::LowPrecisionDouble);
         const QString translated = sqliteToPostgres(sql);
         if (!q.exec(translated))
-            throw DbError(errorText(q.lastError()), translated);
+            throw DbError(errorText(q.lastError()), translated, q.lastError().nativeErrorCode());
         return q;
     }
     QSqlQuery q = prepareSql(sql);

@@ -66,6 +66,27 @@ public:
     static void releaseServerExclusive();
     static QSqlDatabase connection();
 
+    // How often a write runs before a conflict with other desks fails it (see write()).
+    static constexpr int WriteAttempts = 3;
+    // Runs one write: attempt() opens its own Transaction and does the whole action. When the
+    // server aborts it because of another desk's transaction (a serialization failure or a
+    // deadlock), everything it did is rolled back and it runs again from its start, up to
+    // WriteAttempts times; the librarian sees nothing of it. Any other failure, or the last
+    // conflict, leaves as DbError. attempt() must keep whatever it does outside the database
+    // (a page's rows) until it has committed, since a later attempt does it again.
+    template <typename Attempt> static auto write(Attempt &&attempt) -> decltype(attempt())
+    {
+        for (int tries = 1;; ++tries) {
+            try {
+                return attempt();
+            } catch (const DbError &error) {
+                if (!error.isConflict() || tries >= WriteAttempts)
+                    throw;
+                logConflict(error, tries);
+            }
+        }
+    }
+
     static constexpr const char *FileName = "Folivo.db";
     static constexpr const char *ConnectionName = "folivo";
 
@@ -84,6 +105,10 @@ public:
     // about box reads it by its content).
     static constexpr const char *AboutPictureFile = "rvmsgbit.dat";
     static QByteArray aboutPicture();
+
+private:
+    // Logs a conflict that write() answers by running the write again.
+    static void logConflict(const DbError &error, int attempt);
 };
 
 // One transaction on the open database. Rolls back when it goes out of scope uncommitted, so an

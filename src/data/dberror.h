@@ -11,14 +11,20 @@
 class DbError : public std::runtime_error
 {
 public:
-    explicit DbError(const QString &detail, const QString &statement = QString())
+    // code: the engine's own code of the failure (on a server the SQLSTATE), when it gave one.
+    explicit DbError(const QString &detail, const QString &statement = QString(),
+                     const QString &code = QString())
         : std::runtime_error(composed(detail, statement).toStdString()), m_detail(detail),
-          m_statement(statement)
+          m_statement(statement), m_code(code)
     {}
     // "detail [statement]", or the detail alone.
     QString text() const { return QString::fromStdString(what()); }
     QString detail() const { return m_detail; }
     QString statement() const { return m_statement; }
+    QString code() const { return m_code; }
+    // The server aborted the transaction because of another desk's transaction (a serialization
+    // failure or a deadlock): the same transaction run again from its start may well succeed.
+    bool isConflict() const { return m_code == QLatin1String("40001") || m_code == QLatin1String("40P01"); }
 
 private:
     static QString composed(const QString &detail, const QString &statement)
@@ -27,6 +33,7 @@ private:
     }
     QString m_detail;
     QString m_statement;
+    QString m_code;
 };
 
 // The category of every logged database failure, "folivo.db". Its warnings go to the standard

@@ -75,7 +75,7 @@ DirectQuery::DirectQuery(const QString &sql)
         m_server->setForwardOnly(false);
         m_server->setNumericalPrecisionPolicy(QSql::LowPrecisionDouble);
         if (!m_server->prepare(m_serverSql))
-            throw DbError(m_server->lastError().text(), m_serverSql);
+            throw DbError(m_server->lastError().text(), m_serverSql, m_server->lastError().nativeErrorCode());
         liveStatements().insert(this);
         return;
     }
@@ -116,7 +116,7 @@ void DirectQuery::executeOnServer() const
     if (m_executed)
         return;
     if (!m_server->exec())
-        throw DbError(m_server->lastError().text(), m_serverSql);
+        throw DbError(m_server->lastError().text(), m_serverSql, m_server->lastError().nativeErrorCode());
     m_executed = true;
 }
 

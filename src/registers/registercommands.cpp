@@ -63,10 +63,15 @@ bool saveNewCategory(CEntryPage *page, const QString &name)
             showMessage(message);
             return false;
         }
+        int refused = 0;
         try {
-            Registers::addCategory(name);
+            Registers::addCategory(name, &refused);
         } catch (const DbError &e) {
             showDbError(Message::CategoryDbError, e);
+            return false;
+        }
+        if (refused) { // another desk took the name meanwhile
+            showMessage(refused);
             return false;
         }
     }
@@ -84,10 +89,15 @@ bool saveRenamedCategory(CEntryPage *page, qint32 id, const QString &oldName, co
             showMessage(message);
             return false;
         }
+        int refused = 0;
         try {
-            Registers::renameCategory(oldName, newName);
+            Registers::renameCategory(oldName, newName, &refused);
         } catch (const DbError &e) {
             showDbError(Message::CategoryDbError, e);
+            return false;
+        }
+        if (refused) { // another desk took the name meanwhile
+            showMessage(refused);
             return false;
         }
     }
@@ -98,11 +108,16 @@ bool saveRenamedCategory(CEntryPage *page, qint32 id, const QString &oldName, co
 
 bool saveRemovedCategory(CEntryPage *page, qint32 id, const QString &name)
 {
+    int refused = 0;
     try {
         WaitCursor wait;
-        Registers::hideCategory(id);
+        Registers::hideCategory(id, &refused);
     } catch (const DbError &e) {
         showDbError(Message::CategoryDbError, e);
+        return false;
+    }
+    if (refused) { // another desk put a book into it meanwhile
+        showMessage(refused);
         return false;
     }
     if (page && !page->categoryRemoved(name))
@@ -176,10 +191,15 @@ bool saveNewClient(CEntryPage *page, const Registers::ClientData &data)
             showMessage(message);
             return false;
         }
+        int refused = 0;
         try {
-            id = Registers::addClient(data);
+            id = Registers::addClient(data, &refused);
         } catch (const DbError &e) {
             showDbError(Message::ClientDbError, e);
+            return false;
+        }
+        if (refused) { // another desk took the code meanwhile
+            showMessage(refused);
             return false;
         }
     }
@@ -191,11 +211,16 @@ bool saveNewClient(CEntryPage *page, const Registers::ClientData &data)
 bool saveChangedClient(CEntryPage *page, qint32 id, const Registers::ClientData &data)
 {
     bool changed = false;
+    int refused = 0;
     try {
         WaitCursor wait;
-        changed = Registers::changeClient(id, data);
+        changed = Registers::changeClient(id, data, &refused);
     } catch (const DbError &e) {
         showDbError(Message::ClientDbError, e);
+        return false;
+    }
+    if (refused) { // another desk removed the client or took the code meanwhile
+        showMessage(refused);
         return false;
     }
     if (changed && page)
@@ -205,11 +230,16 @@ bool saveChangedClient(CEntryPage *page, qint32 id, const Registers::ClientData 
 
 bool saveRemovedClient(CEntryPage *page, qint32 id)
 {
+    int refused = 0;
     try {
         WaitCursor wait;
-        Registers::hideClient(id);
+        Registers::hideClient(id, &refused);
     } catch (const DbError &e) {
         showDbError(Message::ClientDbError, e);
+        return false;
+    }
+    if (refused) { // another desk lent the client a book meanwhile
+        showMessage(refused);
         return false;
     }
     if (page)

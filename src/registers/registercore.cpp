@@ -62,6 +62,22 @@ template <typename T> void assignChanged(T &field, const T &value, bool &changed
     }
 }
 
+// A write refused because another desk changed what the dialog checked: the message for it.
+template <typename T> T refuse(int *refusal, int message, T result)
+{
+    if (refusal)
+        *refusal = message;
+    return result;
+}
+
+// The lookup inside a write: a failure of the database fails the write.
+int lookedUpAgain(int message, int failure)
+{
+    if (message == failure)
+        throw DbError(QStringLiteral("the code or name could not be looked up"));
+    return message;
+}
+
 } // namespace
 
 // ---- Categories ----
@@ -94,47 +110,61 @@ bool categoryHasBooksInStock(qint32 categoryId)
     return !(set.isEOF() && set.isBOF());
 }
 
-qint32 addCategory(const QString &name)
+qint32 addCategory(const QString &name, int *refusal)
 {
-    Transaction tx;
-    const qint32 id = allocateId(Counter::Kategorie);
-    CSetKategorie set;
-    set.open();
-    set.addNew();
-    set.m_ID_KATEGORIE_KATEGORIE = id;
-    set.m_NAZEV = name;
-    set.m_UKAZOVAT = true;
-    set.update();
-    tx.commit();
-    return id;
+    return Database::write([&] {
+        Transaction tx;
+        if (const int taken = lookedUpAgain(categoryLookupMessage(name), 4))
+            return refuse(refusal, taken, -1);
+        const qint32 id = allocateId(Counter::Kategorie);
+        CSetKategorie set;
+        set.open();
+        set.addNew();
+        set.m_ID_KATEGORIE_KATEGORIE = id;
+        set.m_NAZEV = name;
+        set.m_UKAZOVAT = true;
+        set.update();
+        tx.commit();
+        return id;
+    });
 }
 
-void renameCategory(const QString &oldName, const QString &newName)
+bool renameCategory(const QString &oldName, const QString &newName, int *refusal)
 {
     if (hasForbiddenChars(oldName))
         throw DbError(QStringLiteral("the category name cannot be looked up"));
-    Transaction tx;
-    CSetKategorie set;
-    set.open(QString::asprintf(KategorieByName, qUtf8Printable(oldName)));
-    if (set.isEOF() && set.isBOF())
-        throw DbError(QStringLiteral("the category to rename is missing"));
-    set.edit();
-    set.m_NAZEV = newName;
-    set.update();
-    tx.commit();
+    return Database::write([&] {
+        Transaction tx;
+        if (const int taken = lookedUpAgain(categoryLookupMessage(newName), 4))
+            return refuse(refusal, taken, false);
+        CSetKategorie set;
+        set.open(QString::asprintf(KategorieByName, qUtf8Printable(oldName)));
+        if (set.isEOF() && set.isBOF())
+            throw DbError(QStringLiteral("the category to rename is missing"));
+        set.edit();
+        set.m_NAZEV = newName;
+        set.update();
+        tx.commit();
+        return true;
+    });
 }
 
-void hideCategory(qint32 categoryId)
+bool hideCategory(qint32 categoryId, int *refusal)
 {
-    Transaction tx;
-    CSetKategorie set;
-    set.open(QString::asprintf(Stmt::KategorieById, categoryId));
-    if (set.isEOF() && set.isBOF())
-        throw DbError(QStringLiteral("the category to remove is missing"));
-    set.edit();
-    set.m_UKAZOVAT = false;
-    set.update();
-    tx.commit();
+    return Database::write([&] {
+        Transaction tx;
+        CSetKategorie set;
+        set.open(QString::asprintf(Stmt::KategorieById, categoryId));
+        if (set.isEOF() && set.isBOF())
+            throw DbError(QStringLiteral("the category to remove is missing"));
+        if (categoryHasBooksInStock(categoryId))
+            return refuse(refusal, 90, false);
+        set.edit();
+        set.m_UKAZOVAT = false;
+        set.update();
+        tx.commit();
+        return true;
+    });
 }
 
 QList<MovableBook> movableBooks(qint32 categoryId)
@@ -254,82 +284,99 @@ QList<ClientRecord> clientsBySurname()
     return rows;
 }
 
-qint32 addClient(const ClientData &d)
+qint32 addClient(const ClientData &d, int *refusal)
 {
-    Transaction tx;
-    const qint32 id = allocateId(Counter::Lide);
-    CSetLide set;
-    set.open();
-    set.addNew();
-    set.m_ID_LIDE_LIDE = id;
-    set.m_KOD = d.code;
-    set.m_JMENO = d.first;
-    set.m_PRIJMENI = d.surname;
-    set.m_ROZSIRENE = d.extended;
-    set.m_IS_DOKLAD = d.hasDocument;
-    set.m_IS_ADRESA = d.hasAddress;
-    set.m_IS_FUNKCE = d.hasFunction;
-    set.m_IS_NAROZENI = d.hasBirth;
-    set.m_UKAZOVAT = true;
-    set.m_DATUM_NAROZENI = NoDate;
-    if (d.hasAddress)
-        set.m_ADRESA = d.address;
-    if (d.hasDocument)
-        set.m_DOKLAD = d.document;
-    if (d.hasFunction)
-        set.m_FUNKCE = d.function;
-    if (d.hasBirth)
-        set.m_DATUM_NAROZENI = d.birth;
-    set.update();
-    tx.commit();
-    return id;
+    return Database::write([&] {
+        Transaction tx;
+        if (const int taken = lookedUpAgain(clientCodeMessage(d.code), 13))
+            return refuse(refusal, taken, -1);
+        const qint32 id = allocateId(Counter::Lide);
+        CSetLide set;
+        set.open();
+        set.addNew();
+        set.m_ID_LIDE_LIDE = id;
+        set.m_KOD = d.code;
+        set.m_JMENO = d.first;
+        set.m_PRIJMENI = d.surname;
+        set.m_ROZSIRENE = d.extended;
+        set.m_IS_DOKLAD = d.hasDocument;
+        set.m_IS_ADRESA = d.hasAddress;
+        set.m_IS_FUNKCE = d.hasFunction;
+        set.m_IS_NAROZENI = d.hasBirth;
+        set.m_UKAZOVAT = true;
+        set.m_DATUM_NAROZENI = NoDate;
+        if (d.hasAddress)
+            set.m_ADRESA = d.address;
+        if (d.hasDocument)
+            set.m_DOKLAD = d.document;
+        if (d.hasFunction)
+            set.m_FUNKCE = d.function;
+        if (d.hasBirth)
+            set.m_DATUM_NAROZENI = d.birth;
+        set.update();
+        tx.commit();
+        return id;
+    });
 }
 
-bool changeClient(qint32 id, const ClientData &d)
+bool changeClient(qint32 id, const ClientData &d, int *refusal)
 {
-    Transaction tx;
-    CSetLide set;
-    set.open(QString::asprintf(Stmt::LideById, id));
-    if (set.isEOF() && set.isBOF())
-        throw DbError(QStringLiteral("the client to change is missing"));
-    set.edit();
-    bool changed = false;
-    assignChanged(set.m_KOD, d.code, changed);
-    assignChanged(set.m_JMENO, d.first, changed);
-    assignChanged(set.m_PRIJMENI, d.surname, changed);
-    assignChanged(set.m_ROZSIRENE, d.extended, changed);
-    assignChanged(set.m_IS_DOKLAD, d.hasDocument, changed);
-    assignChanged(set.m_IS_ADRESA, d.hasAddress, changed);
-    assignChanged(set.m_IS_FUNKCE, d.hasFunction, changed);
-    assignChanged(set.m_IS_NAROZENI, d.hasBirth, changed);
-    if (d.hasDocument)
-        assignChanged(set.m_DOKLAD, d.document, changed);
-    if (d.hasAddress)
-        assignChanged(set.m_ADRESA, d.address, changed);
-    if (d.hasFunction)
-        assignChanged(set.m_FUNKCE, d.function, changed);
-    if (d.hasBirth)
-        assignChanged(set.m_DATUM_NAROZENI, d.birth, changed);
-    if (!changed) {
-        set.cancelUpdate();
-        return false; // the transaction rolls back unused
-    }
-    set.update();
-    tx.commit();
-    return true;
+    return Database::write([&] {
+        Transaction tx;
+        CSetLide set;
+        set.open(QString::asprintf(Stmt::LideById, id));
+        if (set.isEOF() && set.isBOF())
+            throw DbError(QStringLiteral("the client to change is missing"));
+        if (!set.m_UKAZOVAT)
+            return refuse(refusal, 16, false); // removed at another desk meanwhile
+        if (set.m_KOD != d.code) {
+            if (const int taken = lookedUpAgain(clientCodeMessage(d.code), 13))
+                return refuse(refusal, taken, false);
+        }
+        set.edit();
+        bool changed = false;
+        assignChanged(set.m_KOD, d.code, changed);
+        assignChanged(set.m_JMENO, d.first, changed);
+        assignChanged(set.m_PRIJMENI, d.surname, changed);
+        assignChanged(set.m_ROZSIRENE, d.extended, changed);
+        assignChanged(set.m_IS_DOKLAD, d.hasDocument, changed);
+        assignChanged(set.m_IS_ADRESA, d.hasAddress, changed);
+        assignChanged(set.m_IS_FUNKCE, d.hasFunction, changed);
+        assignChanged(set.m_IS_NAROZENI, d.hasBirth, changed);
+        if (d.hasDocument)
+            assignChanged(set.m_DOKLAD, d.document, changed);
+        if (d.hasAddress)
+            assignChanged(set.m_ADRESA, d.address, changed);
+        if (d.hasFunction)
+            assignChanged(set.m_FUNKCE, d.function, changed);
+        if (d.hasBirth)
+            assignChanged(set.m_DATUM_NAROZENI, d.birth, changed);
+        if (!changed) {
+            set.cancelUpdate();
+            return false; // the transaction rolls back unused
+        }
+        set.update();
+        tx.commit();
+        return true;
+    });
 }
 
-void hideClient(qint32 id)
+bool hideClient(qint32 id, int *refusal)
 {
-    Transaction tx;
-    CSetLide set;
-    set.open(QString::asprintf(Stmt::LideById, id));
-    if (set.isEOF() && set.isBOF())
-        throw DbError(QStringLiteral("the client to remove is missing"));
-    set.edit();
-    set.m_UKAZOVAT = false;
-    set.update();
-    tx.commit();
+    return Database::write([&] {
+        Transaction tx;
+        CSetLide set;
+        set.open(QString::asprintf(Stmt::LideById, id));
+        if (set.isEOF() && set.isBOF())
+            throw DbError(QStringLiteral("the client to remove is missing"));
+        if (clientHoldsBook(id))
+            return refuse(refusal, 89, false);
+        set.edit();
+        set.m_UKAZOVAT = false;
+        set.update();
+        tx.commit();
+        return true;
+    });
 }
 
 } // namespace Registers

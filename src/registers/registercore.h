@@ -29,12 +29,19 @@ int categoryNameMessage(const QString &name);
 // Whether the category still holds a book that has not been discarded.
 bool categoryHasBooksInStock(qint32 categoryId);
 
-// Adds a category in use under a new identifier from IDS; returns the identifier.
-qint32 addCategory(const QString &name);
-// Renames the category found by its old name; a missing old name is a database error.
-void renameCategory(const QString &oldName, const QString &newName);
-// Hides the category for good (UKAZOVAT false); its name stays reserved.
-void hideCategory(qint32 categoryId);
+// The writes below look again, inside their transaction, at what the dialog checked: when another
+// desk changed it meanwhile they write nothing and put the dialog's message for it into
+// *refusal (when given).
+
+// Adds a category in use under a new identifier from IDS; returns the identifier, or -1 when the
+// name was taken meanwhile (5, 6).
+qint32 addCategory(const QString &name, int *refusal = nullptr);
+// Renames the category found by its old name; a missing old name is a database error. False when
+// the new name was taken meanwhile (5, 6).
+bool renameCategory(const QString &oldName, const QString &newName, int *refusal = nullptr);
+// Hides the category for good (UKAZOVAT false); its name stays reserved. False when it holds a
+// book in the stock by now (90).
+bool hideCategory(qint32 categoryId, int *refusal = nullptr);
 
 // A book as the move dialog lists it: code, title, identifier and the category the database
 // holds it in.
@@ -136,13 +143,16 @@ QList<ClientRecord> visibleClients();
 QList<ClientRecord> clientsBySurname();
 
 // Adds a client in use under a new identifier from IDS; the optional texts and the birth date
-// are written only where their flag is set. Returns the identifier.
-qint32 addClient(const ClientData &data);
+// are written only where their flag is set. Returns the identifier, or -1 when the code was taken
+// meanwhile (11, 12).
+qint32 addClient(const ClientData &data, int *refusal = nullptr);
 // Writes what differs from the stored row: code, names, ROZSIRENE, the flags, and each optional
 // value only while its new flag is set (a cleared flag keeps the old text in its column).
-// Returns false, writing nothing, when nothing differs. A missing client is a database error.
-bool changeClient(qint32 id, const ClientData &data);
-// Hides the client (UKAZOVAT false); nothing else changes.
-void hideClient(qint32 id);
+// Returns false, writing nothing, when nothing differs, or when the client was removed meanwhile
+// (16) or a changed code was taken meanwhile (11, 12). A missing client is a database error.
+bool changeClient(qint32 id, const ClientData &data, int *refusal = nullptr);
+// Hides the client (UKAZOVAT false); nothing else changes. False when the client holds a book by
+// now (89).
+bool hideClient(qint32 id, int *refusal = nullptr);
 
 } // namespace Registers

@@ -48,6 +48,7 @@ private Q_SLOTS:
     void checksOfCorrection();
     void correctingBooks();
     void deletingBooks();
+    void takenByAnotherDesk();
     void bookDetails();
     void detailsIntegrityFaults();
     void listsOfBooks();
@@ -304,11 +305,11 @@ void TestBookCore::addingBooks()
     QCOMPARE(suggestedAccession(), 101);
 
     // A failure writes nothing and takes no identifier.
-    runSql(QStringLiteral("DROP INDEX KNIHY_KOD"));
-    runSql(QStringLiteral("CREATE UNIQUE INDEX KNIHY_KOD_U ON KNIHY (KOD)"));
-    BookEntry dup = c.entry;
-    dup.accession = 500;
-    QVERIFY_THROWS_EXCEPTION(DbError, addBook(dup));
+    lib.plantFailure(QStringLiteral("fail_book"), QStringLiteral("BEFORE INSERT"), QStringLiteral("KNIHY"));
+    BookEntry other = c.entry;
+    other.code = QStringLiteral("K51");
+    other.accession = 500;
+    QVERIFY_THROWS_EXCEPTION(DbError, addBook(other));
     QCOMPARE(lib.ids("ID_KNIHY_FIRSTFREE"), 4);
     QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 100);
     QCOMPARE(lib.rows("KNIHY"), 3);
@@ -426,6 +427,67 @@ void TestBookCore::correctingBooks()
 
     QVERIFY(!correctBook(id + 100, changed));
     QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 20);
+}
+
+// Between the form's check and the write another desk took the code or the accession number,
+// removed the category or deleted the book: the write gives the check's refusal and writes
+// nothing.
+void TestBookCore::takenByAnotherDesk()
+{
+    TestLibrary lib;
+    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 own = lib.addBook(TestLibrary::BookSpec(QStringLiteral("VLASTNI")).numbered(7).in(fiction));
+    struct Case
+    {
+        const char *name;
+        bool correction;
+        std::function<void()> otherDesk;
+        int message;
+        BookField field;
+    };
+    const auto addOther = [&lib, fiction](const char *code, qint32 accession, bool discarded = false) {
+        TestLibrary::BookSpec b(QString::fromLatin1(code));
+        b.numbered(accession).in(fiction);
+        if (discarded)
+            b.discard(20260301);
+        lib.addBook(b);
+    };
+    const QList<Case> cases = {
+        {"new book, code taken", false, [&] { addOther("K100", 900); }, 36, BookField::Code},
+        {"new book, code taken and discarded", false, [&] { addOther("K100", 900, true); }, 35,
+         BookField::Code},
+        {"new book, accession number taken", false, [&] { addOther("JINY", 100); }, 38, BookField::Accession},
+        {"new book, category removed", false,
+         [&] { runSql(QStringLiteral("UPDATE KATEGORIE SET UKAZOVAT = 0")); }, 4, BookField::Category},
+        {"correction, code taken", true, [&] { addOther("K100", 900); }, 36, BookField::Code},
+        {"correction, accession number taken", true, [&] { addOther("JINY", 100); }, 38,
+         BookField::Accession},
+        {"correction, lent before the new acquisition date", true,
+         [&] { lib.lend({own}, lib.addClient(QStringLiteral("K1")), 20260115); }, 87, BookField::Date},
+        {"correction, book deleted", true, [&] { QVERIFY(deleteBook(own)); }, 42, BookField::None},
+    };
+    const auto state = [&lib] {
+        return QList<qint64>{lib.rows("KNIHY"), lib.rows("KNIHY", "KOD = 'VLASTNI' AND PRIRUSTEK = 7"),
+                             lib.ids("ID_KNIHY_FIRSTFREE"), lib.ids("PRIRUSTEK_MAX")};
+    };
+    for (const Case &c : cases) {
+        // Each case starts from the own book alone (the deleting case comes last).
+        runSql(QStringLiteral("DELETE FROM KNIHY WHERE ID_KNIHY_KNIHY <> %1").arg(own));
+        runSql(QStringLiteral("UPDATE KATEGORIE SET UKAZOVAT = 1"));
+        const CorrectedBook self{own, 7, -1};
+        const BookCheck check = checkBookEntry(validTexts(), c.correction ? &self : nullptr);
+        QVERIFY2(check.ok(), c.name);
+        c.otherDesk();
+        const QList<qint64> before = state();
+        BookCheck refused;
+        if (c.correction)
+            QVERIFY2(!correctBook(own, check.entry, &refused), c.name);
+        else
+            QVERIFY2(addBook(check.entry, &refused) == -1, c.name);
+        QCOMPARE(refused.message, c.message);
+        QCOMPARE(refused.field, c.field);
+        QCOMPARE(state(), before);
+    }
 }
 
 void TestBookCore::deletingBooks()

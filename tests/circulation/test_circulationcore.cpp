@@ -24,6 +24,8 @@ private Q_SLOTS:
     void returnFailureWritesNothing();
     void discardAndRestore();
     void twoDesksLendOneBook();
+    void refusedWhenAnotherDeskWasFirst();
+    void deadlockIsRunAgain();
 };
 
 namespace {
@@ -32,6 +34,45 @@ QString q(const char *sql)
 {
     return QString::fromUtf8(sql);
 }
+
+// Another desk of the server library: a connection of its own in a thread of its own. work() runs
+// there on the open connection and releases holding once it holds what this desk is to wait for;
+// it returns false when one of its statements failed.
+class OtherDesk
+{
+public:
+    using Work = std::function<bool(QSqlDatabase &, QSqlQuery &, QSemaphore &holding)>;
+    OtherDesk(const QString &location, Work work)
+    {
+        m_thread.reset(QThread::create([this, location, work] {
+            const QString name = QStringLiteral("other-desk");
+            {
+                QSqlDatabase db = ServerAddress::parse(location)->addConnection(name);
+                QSqlQuery query(db);
+                if (!(db.open() && work(db, query, m_holding)))
+                    m_error = query.lastError().text() + db.lastError().text();
+                m_holding.release(); // also when it failed before holding anything
+                db.close();
+            }
+            QSqlDatabase::removeDatabase(name);
+        }));
+        m_thread->start();
+        m_holding.acquire();
+    }
+    ~OtherDesk() { m_thread->wait(); }
+    Q_DISABLE_COPY_MOVE(OtherDesk)
+    // Waits for the other desk to end; what failed there, empty when nothing did.
+    QString finish()
+    {
+        m_thread->wait();
+        return m_error;
+    }
+
+private:
+    QSemaphore m_holding;
+    QString m_error;
+    std::unique_ptr<QThread> m_thread;
+};
 
 } // namespace
 
@@ -45,8 +86,10 @@ void TestCirculationCore::lendUnderOneNumber()
     const qint32 before = lib.ids("ID_VYPUJCKY_FIRSTFREE");
 
     QList<int> order;
-    const qint32 loan = lendBooks(client, 20260315, {{a, 20260401}, {b, NoDate}, {c, 20260315}},
-                                  [&order](int i) { order << i; });
+    const qint32 loan =
+        lendBooks(client, 20260315, {{a, 20260401}, {b, NoDate}, {c, 20260315}}, [&order](int i) {
+            order << i;
+        }).number;
     QCOMPARE(loan, before);
     QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before + 1);
     QCOMPARE(order, (QList<int>{2, 1, 0})); // from the last book to the first
@@ -73,7 +116,7 @@ void TestCirculationCore::lendUnderOneNumber()
 
     // The next loan takes the next number.
     const qint32 d = lib.addBook(QStringLiteral("D"));
-    QCOMPARE(lendBooks(client, 20260316, {{d, NoDate}}), loan + 1);
+    QCOMPARE(lendBooks(client, 20260316, {{d, NoDate}}).number, loan + 1);
 }
 
 void TestCirculationCore::lendFailureWritesNothing()
@@ -104,7 +147,7 @@ void TestCirculationCore::lendFailureWritesNothing()
     QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
 
     lib.removeFailure(QStringLiteral("fail_loan"), QStringLiteral("VYPUJCKY"));
-    QCOMPARE(lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}), before);
+    QCOMPARE(lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}).number, before);
 }
 
 void TestCirculationCore::returnUnderOneNumber()
@@ -119,9 +162,11 @@ void TestCirculationCore::returnUnderOneNumber()
     const qint32 before = lib.ids("ID_VRACENI_FIRSTFREE");
 
     QList<int> order;
-    const qint32 r = returnBooks(
-        20260315, {{a, k1, loanA, 20260301, 20260310, true}, {b, k2, loanB, 20260305, NoDate, false}},
-        [&order](int i) { order << i; });
+    const qint32 r =
+        returnBooks(20260315,
+                    {{a, k1, loanA, 20260301, 20260310, true}, {b, k2, loanB, 20260305, NoDate, false}},
+                    [&order](int i) { order << i; })
+            .number;
     QCOMPARE(r, before);
     QCOMPARE(order, (QList<int>{1, 0}));
     QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before + 1);
@@ -185,13 +230,13 @@ void TestCirculationCore::discardAndRestore()
                              "ID_VYPUJCKY_FIRSTFREE + ID_VRACENI_FIRSTFREE + PRIRUSTEK_MAX FROM IDS");
     const qint64 counters = lib.count(idsRow);
 
-    QVERIFY(discardBook(a, 20260315));
+    QCOMPARE(discardBook(a, 20260315), Meanwhile::Nothing);
     QCOMPARE(
         lib.count(
             QStringLiteral("SELECT DATUM_VYRAZENI FROM KNIHY WHERE VYRAZENO AND ID_KNIHY_KNIHY = %1").arg(a)),
         20260315);
     QCOMPARE(lib.rows("KNIHY", "VYRAZENO"), 1);
-    QVERIFY(!discardBook(12345, 20260315));
+    QVERIFY_THROWS_EXCEPTION(DbError, discardBook(12345, 20260315));
     QCOMPARE(lib.count(idsRow), counters); // discarding takes no identifier
 
     lib.plantFailure(QStringLiteral("fail_discard"), QStringLiteral("BEFORE UPDATE"),
@@ -203,7 +248,7 @@ void TestCirculationCore::discardAndRestore()
 
     const qint64 accession =
         lib.count(QStringLiteral("SELECT PRIRUSTEK FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(a));
-    restoreBook(a, poetry);
+    QCOMPARE(restoreBook(a, poetry), Meanwhile::Nothing);
     QCOMPARE(lib.rows("KNIHY",
                       "NOT VYRAZENO AND DATUM_VYRAZENI = -1 AND ID_KATEGORIE_KNIHY = ? AND KOD = 'A' AND "
                       "PRIRUSTEK = ? AND DATUM_PORIZENI = 20200105 AND ID_KNIHY_KNIHY = ?",
@@ -225,42 +270,27 @@ void TestCirculationCore::twoDesksLendOneBook()
     const qint32 book = lib.addBook(QStringLiteral("A1"));
     const qint32 firstLoan = lib.ids("ID_VYPUJCKY_FIRSTFREE");
 
-    // The other desk: its own connection in a thread of its own, lending the book to Eva the way
-    // lendBooks does, holding its transaction open until this desk's write waits for it.
-    QSemaphore holding;
-    QString otherError;
-    QThread *other = QThread::create([&] {
-        const QString name = QStringLiteral("other-desk");
-        {
-            QSqlDatabase db = ServerAddress::parse(lib.location())->addConnection(name);
-            QSqlQuery q(db);
-            const bool ok =
-                db.open() && db.transaction() && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) &&
-                q.exec(QStringLiteral("UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = ID_VYPUJCKY_FIRSTFREE + 1")) &&
-                q.exec(QStringLiteral("INSERT INTO VYPUJCKY VALUES (%1, %2, %3, 0, 20260315, 0, -1, -1)")
-                           .arg(firstLoan)
-                           .arg(eva)
-                           .arg(book)) &&
-                q.exec(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = %1, "
-                                      "ID_VYPUJCKY_KNIHY = %2 WHERE ID_KNIHY_KNIHY = %3")
-                           .arg(eva)
-                           .arg(firstLoan)
-                           .arg(book));
-            if (!ok)
-                otherError = q.lastError().text() + db.lastError().text();
-            holding.release();
-            QThread::msleep(300); // this desk's lendBooks is waiting for the IDS row meanwhile
-            if (ok)
-                db.commit();
-            db.close();
-        }
-        QSqlDatabase::removeDatabase(name);
+    // The other desk lends the book to Eva the way lendBooks does, holding its transaction open
+    // until this desk's write waits for it.
+    OtherDesk other(lib.location(), [&](QSqlDatabase &db, QSqlQuery &q, QSemaphore &holding) {
+        const bool ok =
+            db.transaction() && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) &&
+            q.exec(QStringLiteral("UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = ID_VYPUJCKY_FIRSTFREE + 1")) &&
+            q.exec(QStringLiteral("INSERT INTO VYPUJCKY VALUES (%1, %2, %3, 0, 20260315, 0, -1, -1)")
+                       .arg(firstLoan)
+                       .arg(eva)
+                       .arg(book)) &&
+            q.exec(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = %1, "
+                                  "ID_VYPUJCKY_KNIHY = %2 WHERE ID_KNIHY_KNIHY = %3")
+                       .arg(eva)
+                       .arg(firstLoan)
+                       .arg(book));
+        holding.release();
+        QThread::msleep(300); // this desk's lendBooks is waiting for the IDS row meanwhile
+        return ok && db.commit();
     });
-    other->start();
-    holding.acquire();
-    QVERIFY_THROWS_EXCEPTION(DbError, lendBooks(jan, 20260315, {{book, NoDate}}));
-    other->wait();
-    delete other;
+    QCOMPARE(lendBooks(jan, 20260315, {{book, NoDate}}).refused, Meanwhile::BookLent);
+    const QString otherError = other.finish();
     QVERIFY2(otherError.isEmpty(), qPrintable(otherError));
 
     QCOMPARE(
@@ -270,7 +300,143 @@ void TestCirculationCore::twoDesksLendOneBook()
     QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), firstLoan + 1);
     // The next loan takes the next number.
     const qint32 other2 = lib.addBook(QStringLiteral("A2"));
-    QCOMPARE(lendBooks(jan, 20260315, {{other2, NoDate}}), firstLoan + 1);
+    QCOMPARE(lendBooks(jan, 20260315, {{other2, NoDate}}).number, firstLoan + 1);
+}
+
+// Between the page's look-up and its write another desk changed what the page checked: the write
+// reads it again inside its transaction, says what changed, writes nothing (no counter either)
+// and makes no page row go.
+void TestCirculationCore::refusedWhenAnotherDeskWasFirst()
+{
+    TestLibrary lib;
+    const qint32 category = lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 eva = lib.addClient(QStringLiteral("EVA"));
+    enum Start
+    {
+        Present,
+        Lent,
+        Discarded
+    };
+    using Write = std::function<Meanwhile(const BookWritten &)>;
+    struct Case
+    {
+        const char *name;
+        Start start;
+        // The page's look-up: the write it will run, with what it saw.
+        std::function<Write(qint32 book, qint32 client)> page;
+        std::function<void(qint32 book, qint32 client)> otherDesk;
+        Meanwhile expected;
+    };
+    // A loan lists a second, untouched book after the raced one, so that one book is written
+    // before the refusal comes.
+    qint32 spare = -1;
+    const auto loan = [&](qint32 book, qint32 client) -> Write {
+        return [=](const BookWritten &w) {
+            return lendBooks(client, 20260315, {{book, NoDate}, {spare, NoDate}}, w).refused;
+        };
+    };
+    const auto giveBack = [&](qint32 book, qint32 client) -> Write {
+        const qint32 number = qint32(lib.count(
+            QStringLiteral("SELECT ID_VYPUJCKY_KNIHY FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(book)));
+        return [=](const BookWritten &w) {
+            return returnBooks(20260316, {{book, client, number, 20260310, NoDate, false}}, w).refused;
+        };
+    };
+    const auto discard = [](qint32 book, qint32) -> Write {
+        return [=](const BookWritten &) { return discardBook(book, 20260315); };
+    };
+    const auto restore = [&](qint32 book, qint32) -> Write {
+        return [=](const BookWritten &) { return restoreBook(book, category); };
+    };
+    const auto lendToEva = [&](qint32 book, qint32) { lib.lend({book}, eva, 20260312); };
+    const auto discardIt = [](qint32 book, qint32) {
+        QCOMPARE(discardBook(book, 20260312), Meanwhile::Nothing);
+    };
+    const auto returnIt = [&](qint32 book, qint32) { lib.giveBack({book}, 20260312); };
+    const QList<Case> cases = {
+        {"loan, lent meanwhile", Present, loan, lendToEva, Meanwhile::BookLent},
+        {"loan, discarded meanwhile", Present, loan, discardIt, Meanwhile::BookNotInStock},
+        {"loan, client removed meanwhile", Present, loan,
+         [](qint32, qint32 client) {
+             runSql(QStringLiteral("UPDATE LIDE SET UKAZOVAT = 0 WHERE ID_LIDE_LIDE = %1").arg(client));
+         },
+         Meanwhile::ClientHidden},
+        {"return, returned meanwhile", Lent, giveBack, returnIt, Meanwhile::BookReturned},
+        {"return, returned and lent again", Lent, giveBack,
+         [&](qint32 book, qint32 client) {
+             returnIt(book, client);
+             lendToEva(book, client);
+         },
+         Meanwhile::BookReturned},
+        {"discard, lent meanwhile", Present, discard, lendToEva, Meanwhile::BookLent},
+        {"discard, discarded meanwhile", Present, discard, discardIt, Meanwhile::BookNotInStock},
+        {"restore, restored meanwhile", Discarded, restore,
+         [&](qint32 book, qint32) { QCOMPARE(restoreBook(book, category), Meanwhile::Nothing); },
+         Meanwhile::BookNotDiscarded},
+    };
+    const auto state = [&lib] {
+        return QList<qint64>{lib.rows("VYPUJCKY"),           lib.rows("VRACENI"),
+                             lib.rows("KNIHY", "VYPUJCENO"), lib.rows("KNIHY", "VYRAZENO"),
+                             lib.rows("LIDE", "UKAZOVAT"),   lib.ids("ID_VYPUJCKY_FIRSTFREE"),
+                             lib.ids("ID_VRACENI_FIRSTFREE")};
+    };
+    int n = 0;
+    for (const Case &c : cases) {
+        ++n;
+        const qint32 client = lib.addClient(QStringLiteral("K%1").arg(n));
+        const qint32 book = lib.addBook(TestLibrary::BookSpec(QStringLiteral("R%1").arg(n)).in(category));
+        spare = lib.addBook(TestLibrary::BookSpec(QStringLiteral("S%1").arg(n)).in(category));
+        if (c.start == Lent)
+            lib.lend({book}, client, 20260310);
+        else if (c.start == Discarded)
+            QCOMPARE(discardBook(book, 20260310), Meanwhile::Nothing);
+        const Write write = c.page(book, client);
+        c.otherDesk(book, client);
+        const QList<qint64> before = state();
+        QList<int> written;
+        QCOMPARE(write([&written](int i) { written << i; }), c.expected);
+        QVERIFY2(written.isEmpty(), c.name);
+        QCOMPARE(state(), before);
+    }
+}
+
+// A write the server aborts because of a deadlock with another desk's transaction runs again and
+// succeeds without the caller seeing anything: the other desk holds the book's row and then asks
+// for the counters row this write holds, the server breaks the deadlock by aborting this write.
+void TestCirculationCore::deadlockIsRunAgain()
+{
+    if (!TestLibrary::onServer())
+        QSKIP("one program has the library file to itself");
+    TestLibrary lib;
+    const qint32 jan = lib.addClient(QStringLiteral("K1"));
+    const qint32 book = lib.addBook(QStringLiteral("A1"));
+    const qint32 firstLoan = lib.ids("ID_VYPUJCKY_FIRSTFREE");
+
+    OtherDesk other(lib.location(), [&](QSqlDatabase &db, QSqlQuery &q, QSemaphore &holding) {
+        // The other desk waits long before it looks for a deadlock, so that the server aborts
+        // this desk's write, not the other one.
+        bool ok =
+            q.exec(QStringLiteral("SET deadlock_timeout = '20s'")) && db.transaction() &&
+            q.exec(QStringLiteral("SELECT 1 FROM KNIHY WHERE ID_KNIHY_KNIHY = %1 FOR UPDATE").arg(book));
+        holding.release();
+        // Until this desk's write waits for the book's row.
+        for (int i = 0; ok && i < 500; ++i) {
+            ok = q.exec(QStringLiteral("SELECT COUNT(*) FROM pg_locks WHERE NOT granted")) && q.next();
+            if (ok && q.value(0).toInt() > 0)
+                break;
+            QThread::msleep(20);
+        }
+        return ok && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) && db.commit();
+    });
+    QList<int> written;
+    const CirculationResult loan =
+        lendBooks(jan, 20260315, {{book, NoDate}}, [&written](int i) { written << i; });
+    const QString otherError = other.finish();
+    QVERIFY2(otherError.isEmpty(), qPrintable(otherError));
+    QCOMPARE(loan.number, firstLoan);
+    QCOMPARE(written, QList<int>{0}); // once, for the attempt that committed
+    QCOMPARE(lib.rows("VYPUJCKY", "ID_VYPUJCKY_VYPUJCKY = ?", {firstLoan}), 1);
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), firstLoan + 1);
 }
 
 QTEST_GUILESS_MAIN(TestCirculationCore)

@@ -1,11 +1,13 @@
 // Four desks at once on one server library: folivo-cli desk-sim processes lend, return, discard
-// and restore the same 200 books for 50 clients. Afterwards the library passes the whole check,
-// every operation a desk saw succeed is in the tables as it wrote it, and the counters handed out
-// every number once, with no gap a refused write left.
+// and restore the same 200 books for 50 clients, catalogue new books and register, recode and
+// remove clients, racing for the same codes. Afterwards the library passes the whole check, every
+// operation a desk saw succeed is in the tables as it wrote it, no code is held twice, and the
+// counters handed out every number once, with no gap or row a refused write left.
 #include "data/serveraddress.h"
 #include "support/testpostgres.h"
 
 #include <QDir>
+#include <QMap>
 #include <QProcess>
 #include <QSet>
 #include <QSqlError>
@@ -88,6 +90,18 @@ void TestDesks::fourDesksAtOnce()
         const qint64 firstLoan = scalar(db, QStringLiteral("SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS"));
         const qint64 firstReturn = scalar(db, QStringLiteral("SELECT ID_VRACENI_FIRSTFREE FROM IDS"));
         QVERIFY(firstLoan > 0 && firstReturn > 0);
+        const QString counts =
+            QStringLiteral("SELECT ID_KNIHY_FIRSTFREE * 1000000 + ID_LIDE_FIRSTFREE FROM IDS UNION ALL "
+                           "SELECT (SELECT COUNT(*) FROM KNIHY) * 1000000 + (SELECT COUNT(*) FROM LIDE)");
+        const auto countsNow = [&] {
+            QSqlQuery q(db);
+            QList<qint64> c;
+            if (q.exec(counts))
+                while (q.next())
+                    c << q.value(0).toLongLong();
+            return c;
+        };
+        const QList<qint64> before = countsNow();
 
         std::vector<std::unique_ptr<QProcess>> desks;
         for (int i = 0; i < 4; ++i) {
@@ -113,6 +127,10 @@ void TestDesks::fourDesksAtOnce()
         QSet<qint64> loans;
         QSet<qint64> returns;
         int refused = 0;
+        qint64 books = 0;
+        qint64 clients = 0;
+        QMap<int, QStringList> codesOf;
+        QMap<QString, int> refusedKinds;
         for (const QString &line : std::as_const(lines)) {
             const QStringList w = line.split(QLatin1Char(' '));
             if (w.at(0) == QLatin1String("loan")) {
@@ -137,12 +155,56 @@ void TestDesks::fourDesksAtOnce()
                                "SELECT ID_KNIHY_VRACENI::text FROM VRACENI WHERE ID_VRACENI_VRACENI = ?"),
                            w.at(1).toInt()),
                     QStringList{w.at(2)});
+            } else if (w.at(0) == QLatin1String("book")) {
+                QCOMPARE(rowsOf(db, QStringLiteral("SELECT KOD FROM KNIHY WHERE ID_KNIHY_KNIHY = ?"),
+                                w.at(1).toInt()),
+                         QStringList{w.at(2)});
+                ++books;
+            } else if (w.at(0) == QLatin1String("client") || w.at(0) == QLatin1String("recode")) {
+                codesOf[w.at(1).toInt()] << w.at(2);
+                clients += w.at(0) == QLatin1String("client") ? 1 : 0;
+            } else if (w.at(0) == QLatin1String("hide")) {
+                QCOMPARE(rowsOf(db,
+                                QStringLiteral("SELECT UKAZOVAT::int::text FROM LIDE WHERE ID_LIDE_LIDE = ?"),
+                                w.at(1).toInt()),
+                         QStringList{QStringLiteral("0")});
+            } else if (w.at(0) == QLatin1String("discard") || w.at(0) == QLatin1String("restore")) {
+                // a later restore or discard may have undone it: the whole check covers them
             } else {
-                refused += w.at(0) == QLatin1String("refused") ? 1 : 0;
+                // A write fails only when the database does; another desk's work is a refusal.
+                QVERIFY2(w.at(0) == QLatin1String("refused"), qPrintable(line));
+                ++refused;
+                ++refusedKinds[w.value(1)];
             }
         }
+        // A client's code is the last one a desk gave it.
+        for (auto it = codesOf.cbegin(); it != codesOf.cend(); ++it) {
+            const QStringList now =
+                rowsOf(db, QStringLiteral("SELECT KOD FROM LIDE WHERE ID_LIDE_LIDE = ?"), it.key());
+            QVERIFY2(now.size() == 1 && it.value().contains(now.at(0)),
+                     qPrintable(now.join(QLatin1Char(','))));
+        }
+        // No code is held twice, letter case aside, the removed clients' and discarded books'
+        // included.
+        for (const char *table : {"KNIHY", "LIDE"})
+            QCOMPARE(scalar(db, QStringLiteral(
+                                    "SELECT COUNT(*) FROM (SELECT lower(KOD) FROM %1 GROUP BY lower(KOD) "
+                                    "HAVING COUNT(*) > 1) AS twice")
+                                    .arg(QLatin1String(table))),
+                     qint64(0));
+        // New books and clients took one identifier and one row each; a refused one neither.
+        const QList<qint64> after = countsNow();
+        QCOMPARE(after.size(), 2);
+        QCOMPARE(after.at(0) - before.at(0), books * 1000000 + clients);
+        QCOMPARE(after.at(1) - before.at(1), books * 1000000 + clients);
+        QVERIFY(books > 20 && clients > 10);
+        QVERIFY(refusedKinds.value(QStringLiteral("book")) + refusedKinds.value(QStringLiteral("client")) +
+                    refusedKinds.value(QStringLiteral("recode")) >
+                0);
         QVERIFY(loans.size() > 200 && returns.size() > 100);
         qInfo("%d operations, %d refused because another desk got there first", int(lines.size()), refused);
+        for (auto it = refusedKinds.cbegin(); it != refusedKinds.cend(); ++it)
+            qInfo("  refused %s: %d", qPrintable(it.key()), it.value());
 
         // The counters moved by exactly the numbers the successful writes used: a refused write
         // left no number and no row behind.

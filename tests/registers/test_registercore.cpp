@@ -44,6 +44,7 @@ private Q_SLOTS:
     void newClientWritesOnlyPresentTexts();
     void editWritesOnlyWhatChanged();
     void removedClientsLeaveTheLists();
+    void anotherDeskWasFirst();
 };
 
 void TestRegisterCore::categoryNamesAreNeverReused()
@@ -319,6 +320,73 @@ void TestRegisterCore::removedClientsLeaveTheLists()
     QVERIFY(clientByCode(QStringLiteral("B")) && !clientByCode(QStringLiteral("B"))->visible);
     QCOMPARE(clientCodeMessage(QStringLiteral("B")), 12);
     QVERIFY_THROWS_EXCEPTION(DbError, hideClient(999));
+}
+
+// Between the dialog's check and the write another desk took the name or the code, removed the
+// client or gave the category or the client a book: the write refuses with the dialog's message
+// for that state and writes nothing.
+void TestRegisterCore::anotherDeskWasFirst()
+{
+    TestLibrary lib;
+    lib.addCategory(QStringLiteral("Stará"));
+    const qint32 empty = lib.addCategory(QStringLiteral("Prázdná"));
+    const qint32 client = lib.addClient(QStringLiteral("C1"));
+    const auto clientData = [](const char *code) {
+        ClientData d;
+        d.code = QString::fromLatin1(code);
+        d.first = QStringLiteral("Petr");
+        d.surname = QStringLiteral("Malý");
+        return d;
+    };
+    struct Case
+    {
+        const char *name;
+        std::function<void()> otherDesk;
+        std::function<bool(int *refusal)> write; // true when it wrote
+        int message;
+    };
+    const QList<Case> cases = {
+        {"new category, name taken", [&] { lib.addCategory(QStringLiteral("Nová")); },
+         [](int *r) { return addCategory(QStringLiteral("nová"), r) != -1; }, 5},
+        {"new category, name taken and removed", [&] { lib.addCategory(QStringLiteral("Zrušená"), false); },
+         [](int *r) { return addCategory(QStringLiteral("Zrušená"), r) != -1; }, 6},
+        {"rename, name taken", [&] { lib.addCategory(QStringLiteral("Verše")); },
+         [](int *r) { return renameCategory(QStringLiteral("Stará"), QStringLiteral("Verše"), r); }, 5},
+        {"category removal, a book put in",
+         [&] { lib.addBook(TestLibrary::BookSpec(QStringLiteral("B1")).in(empty)); },
+         [&](int *r) { return hideCategory(empty, r); }, 90},
+        {"new client, code taken", [&] { lib.addClient(QStringLiteral("X1")); },
+         [&](int *r) { return addClient(clientData("x1"), r) != -1; }, 11},
+        {"new client, code of a removed client",
+         [&] { lib.addClient(QStringLiteral("X2"), QStringLiteral("A"), QStringLiteral("B"), false); },
+         [&](int *r) { return addClient(clientData("X2"), r) != -1; }, 12},
+        {"client change, code taken", [&] { lib.addClient(QStringLiteral("X3")); },
+         [&](int *r) { return changeClient(client, clientData("X3"), r); }, 11},
+        {"client removal, a book lent",
+         [&] { lib.lend({lib.addBook(QStringLiteral("B2"))}, client, 20260301); },
+         [&](int *r) { return hideClient(client, r); }, 89},
+        {"client change, client removed",
+         [&] { runSql(QStringLiteral("UPDATE LIDE SET UKAZOVAT = 0 WHERE KOD = 'C1'")); },
+         [&](int *r) { return changeClient(client, clientData("C9"), r); }, 16},
+    };
+    const auto state = [&lib] {
+        return QList<qint64>{lib.rows("KATEGORIE"),
+                             lib.rows("KATEGORIE", "UKAZOVAT"),
+                             lib.rows("KATEGORIE", "NAZEV = 'Stará'"),
+                             lib.rows("LIDE"),
+                             lib.rows("LIDE", "UKAZOVAT"),
+                             lib.rows("LIDE", "KOD = 'C1'"),
+                             lib.ids("ID_KATEGORIE_FIRSTFREE"),
+                             lib.ids("ID_LIDE_FIRSTFREE")};
+    };
+    for (const Case &c : cases) {
+        c.otherDesk();
+        const QList<qint64> before = state();
+        int refusal = 0;
+        QVERIFY2(!c.write(&refusal), c.name);
+        QCOMPARE(refusal, c.message);
+        QCOMPARE(state(), before);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestRegisterCore)

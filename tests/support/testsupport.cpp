@@ -171,7 +171,7 @@ qint32 TestLibrary::lend(const QList<qint32> &books, qint32 client, DateNumber o
     QList<LoanBook> loan;
     for (qint32 book : books)
         loan << LoanBook{book, due};
-    return lendBooks(client, on, loan);
+    return lendBooks(client, on, loan).number;
 }
 
 qint32 TestLibrary::giveBack(const QList<qint32> &books, DateNumber on)
@@ -184,7 +184,7 @@ qint32 TestLibrary::giveBack(const QList<qint32> &books, DateNumber on)
             throw DbError(QStringLiteral("book %1 is not lent").arg(book));
         back << ReturnBook{book, row->client, row->loan, terms->loanDate, terms->due, terms->limited};
     }
-    return returnBooks(on, back);
+    return returnBooks(on, back).number;
 }
 
 MessageRecorder::MessageRecorder()

@@ -1,0 +1,205 @@
+#include "app/appstate.h"
+#include "catalogue/undodiscard.h"
+#include "circulation/circulationcore.h"
+#include "circulation/pagevraceni.h"
+#include "circulation/pagevypujcky.h"
+#include "circulation/pagevyrazeni.h"
+#include "data/database.h"
+#include "registers/registercommands.h"
+#include "registers/registercore.h"
+#include "support/guitestsupport.h"
+#include "support/testsupport.h"
+
+#include <QComboBox>
+#include <QtTest>
+
+// Another desk of a server library got there first between the librarian's look-up and the
+// command: the page refuses with the message its own check gives for that state, puts the focus
+// where that check does, and keeps its list as it was. The other desk is played by the core's
+// writes in between.
+class TestRacePages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void loansPage();
+    void returnsAndDiscardPages();
+    void undoDiscardDialog();
+    void registerCommands();
+};
+
+namespace {
+
+template <typename Model> QStringList codes(const Model *list)
+{
+    QStringList out;
+    for (const auto &item : list->items())
+        out << item.code;
+    return out;
+}
+
+template <typename Page> void lookUpAndAdd(Page &page, const char *code)
+{
+    type(&page, "bookCode", QString::fromLatin1(code));
+    page.lookUpBook();
+    page.addBook();
+}
+
+} // namespace
+
+void TestRacePages::init()
+{
+    SettingsRecord &s = AppState::instance().settings;
+    s.loanProtocol = SettingsRecord::PrintNever;
+    s.returnProtocol = SettingsRecord::PrintNever;
+}
+
+void TestRacePages::loansPage()
+{
+    struct Case
+    {
+        const char *name;
+        std::function<void(TestLibrary &, qint32 book, qint32 client)> otherDesk;
+        int message;
+        const char *focus;
+        bool clientCleared;
+    };
+    const QList<Case> cases = {
+        {"book lent meanwhile",
+         [](TestLibrary &lib, qint32 book, qint32) {
+             lib.lend({book}, lib.addClient(QStringLiteral("JINY")), 20260315);
+         },
+         62, "bookCode", false},
+        {"book discarded meanwhile",
+         [](TestLibrary &, qint32 book, qint32) {
+             QVERIFY(discardBook(book, 20260315) == Meanwhile::Nothing);
+         },
+         57, "bookCode", false},
+        {"client removed meanwhile",
+         [](TestLibrary &, qint32, qint32 client) { QVERIFY(Registers::hideClient(client)); }, 64,
+         "clientCode", true},
+    };
+    for (const Case &c : cases) {
+        TestLibrary lib;
+        const qint32 client = lib.addClient(QStringLiteral("K1"));
+        lib.addBook(QStringLiteral("A"));
+        const qint32 b = lib.addBook(QStringLiteral("B"));
+        CPageVypujcky page;
+        QVERIFY(exposed(page));
+        MessageRecorder rec;
+        lookUpAndAdd(page, "A");
+        lookUpAndAdd(page, "B"); // on top: written after A
+        type(&page, "clientCode", QStringLiteral("K1"));
+        page.lookUpClient();
+        c.otherDesk(lib, b, client);
+        rec.clear();
+        page.lend();
+        QVERIFY2(rec.numbers() == QList<int>{c.message}, c.name);
+        QCOMPARE(focused(&page), QString::fromLatin1(c.focus));
+        QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("B"), QStringLiteral("A")}));
+        QCOMPARE(text(&page, "clientCode").isEmpty(), c.clientCleared);
+        QCOMPARE(lib.rows("VYPUJCKY", "ID_LIDE_VYPUJCKY = ?", {client}), 0);
+    }
+}
+
+void TestRacePages::returnsAndDiscardPages()
+{
+    TestLibrary lib;
+    const qint32 client = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
+    MessageRecorder rec;
+
+    // A return: the book was returned at another desk; it is not lent any more.
+    lib.lend({a}, client, 20260301);
+    {
+        CPageVraceni page;
+        QVERIFY(exposed(page));
+        lookUpAndAdd(page, "A");
+        lib.giveBack({a}, 20260310);
+        rec.clear();
+        page.giveBack();
+        QCOMPARE(rec.numbers(), QList<int>{75});
+        QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+        QCOMPARE(codes(page.list()), QStringList{QStringLiteral("A")});
+        QCOMPARE(lib.rows("VRACENI"), 1); // the other desk's return only
+    }
+
+    // A discard: each book in a transaction of its own, from the bottom row. C goes; B was lent
+    // (or discarded) at another desk meanwhile and stays in the list with the refusal of
+    // "Přidat" (or of the look-up).
+    const QList<std::pair<std::function<void(qint32)>, int>> cases = {
+        {[&](qint32 book) { lib.lend({book}, client, 20260312); }, 53},
+        {[&](qint32 book) { QVERIFY(discardBook(book, 20260312) == Meanwhile::Nothing); }, 45},
+    };
+    for (const auto &[otherDesk, message] : cases) {
+        const QString tag = QString::number(message);
+        const qint32 b = lib.addBook(QStringLiteral("B") + tag);
+        const qint32 c = lib.addBook(QStringLiteral("C") + tag);
+        CPageVyrazeni page;
+        QVERIFY(exposed(page));
+        lookUpAndAdd(page, qPrintable(QStringLiteral("C") + tag));
+        lookUpAndAdd(page, qPrintable(QStringLiteral("B") + tag)); // on top: discarded after C
+        otherDesk(b);
+        rec.clear();
+        rec.answerNext(ResultYes);
+        page.discard();
+        QCOMPARE(rec.numbers(), (QList<int>{0, message})); // the question, then the refusal
+        QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+        QCOMPARE(codes(page.list()), QStringList{QStringLiteral("B") + tag});
+        QCOMPARE(lib.rows("KNIHY", "VYRAZENO AND ID_KNIHY_KNIHY = ?", {c}), 1);
+    }
+}
+
+void TestRacePages::undoDiscardDialog()
+{
+    TestLibrary lib;
+    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
+    const qint32 book =
+        lib.addBook(TestLibrary::BookSpec(QStringLiteral("V1")).in(fiction).discard(20250601));
+    CUndoDiscardDialog dialog;
+    QVERIFY(dialog.prepare());
+    QVERIFY(exposed(dialog));
+    MessageRecorder rec;
+    type(&dialog, "code", QStringLiteral("V1"));
+    dialog.lookUp();
+    dialog.chooseCategory(fiction);
+    QVERIFY(restoreBook(book, fiction) == Meanwhile::Nothing); // the other desk
+    rec.clear();
+    dialog.restore();
+    QCOMPARE(rec.numbers(), QList<int>{122});
+    QVERIFY(dialog.isVisible());
+    QVERIFY(dialog.isSearching());
+    QVERIFY(!dialog.restored());
+    QCOMPARE(focused(&dialog), QStringLiteral("code"));
+}
+
+// The register dialogs checked before they closed; the entry view's write finds the state
+// changed by another desk and shows the dialog's message.
+void TestRacePages::registerCommands()
+{
+    TestLibrary lib;
+    const qint32 category = lib.addCategory(QStringLiteral("Poezie"));
+    const qint32 client = lib.addClient(QStringLiteral("K1"));
+    const qint32 other = lib.addClient(QStringLiteral("K2"));
+    MessageRecorder rec;
+
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("P1")).in(category));
+    QVERIFY(!RegisterCommands::saveRemovedCategory(nullptr, category, QStringLiteral("Poezie")));
+    lib.lend({lib.addBook(QStringLiteral("P2"))}, client, 20260301);
+    QVERIFY(!RegisterCommands::saveRemovedClient(nullptr, client));
+    QVERIFY(Registers::hideClient(other));
+    Registers::ClientData data;
+    data.code = QStringLiteral("K3");
+    data.first = QStringLiteral("Eva");
+    data.surname = QStringLiteral("Malá");
+    QVERIFY(!RegisterCommands::saveChangedClient(nullptr, other, data));
+    data.code = QStringLiteral("K1");
+    QVERIFY(!RegisterCommands::saveChangedClient(nullptr, lib.addClient(QStringLiteral("K4")), data));
+    QCOMPARE(rec.numbers(), (QList<int>{90, 89, 16, 11}));
+    QCOMPARE(lib.rows("KATEGORIE", "UKAZOVAT"), 1);
+    QCOMPARE(lib.rows("LIDE", "UKAZOVAT AND KOD IN ('K1', 'K4')"), 2);
+}
+
+QTEST_MAIN(TestRacePages)
+#include "test_racepages.moc"
