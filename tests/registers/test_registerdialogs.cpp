@@ -16,16 +16,12 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDir>
-#include <QHeaderView>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QSqlQuery>
 #include <QTableView>
-#include <QTimer>
 #include <QtTest>
 
 namespace {
@@ -70,11 +66,6 @@ void breakWrites()
         "CREATE TRIGGER broken_moves BEFORE UPDATE ON KNIHY BEGIN SELECT RAISE(ABORT, 'x'); END"));
 }
 
-int comboIndexOf(QComboBox *combo, const QString &name)
-{
-    return combo->findText(name);
-}
-
 QStringList column(const CRegisterListModel *model, int col)
 {
     QStringList out;
@@ -102,7 +93,6 @@ private Q_SLOTS:
     void removeClient();
     void clientLists();
     void commandsFollowTheEntryView();
-    void dialogsAreReadable();
 };
 
 void TestRegisterDialogs::newCategory()
@@ -179,7 +169,7 @@ void TestRegisterDialogs::renameCategory()
     QCOMPARE(messages.numbers(), QList<int>{8});
     QCOMPARE(QApplication::focusWidget(), dialog.combo());
 
-    dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Poezie")));
+    dialog.combo()->setCurrentIndex(dialog.combo()->findText(QStringLiteral("Poezie")));
     const QList<QPair<QString, int>> refused = {{QString(), 3}, {QStringLiteral("Drama"), 5}};
     for (const auto &[text, message] : refused) {
         dialog.nameEdit()->setText(text);
@@ -230,14 +220,14 @@ void TestRegisterDialogs::removeCategory()
     dialog.accept();
     QCOMPARE(messages.numbers(), QList<int>{8});
 
-    dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Naučná")));
+    dialog.combo()->setCurrentIndex(dialog.combo()->findText(QStringLiteral("Naučná")));
     messages.clear();
     dialog.accept();
     QCOMPARE(messages.numbers(), QList<int>{90});
     QVERIFY(dialog.isVisible());
 
     // Only discarded books: the irreversible question decides.
-    dialog.combo()->setCurrentIndex(comboIndexOf(dialog.combo(), QStringLiteral("Staré")));
+    dialog.combo()->setCurrentIndex(dialog.combo()->findText(QStringLiteral("Staré")));
     messages.clear();
     messages.answerNext(ResultNo);
     dialog.accept();
@@ -307,7 +297,7 @@ void TestRegisterDialogs::moveBooks()
         QVERIFY(!dialog.arrowButton(0)->isEnabled() && !dialog.arrowButton(1)->isEnabled());
         QVERIFY(!dialog.applyButton()->isEnabled() && !dialog.okButton()->isEnabled());
 
-        dialog.combo(0)->setCurrentIndex(comboIndexOf(dialog.combo(0), QStringLiteral("A")));
+        dialog.combo(0)->setCurrentIndex(dialog.combo(0)->findText(QStringLiteral("A")));
         QCOMPARE(column(dialog.model(0), 0), words("A1 A2 A3"));
         QCOMPARE(column(dialog.model(0), 1).first(), QStringLiteral("Babička"));
         selectRows(dialog.list(0), {0});
@@ -317,7 +307,7 @@ void TestRegisterDialogs::moveBooks()
         // Both categories must be chosen and differ.
         QVERIFY(!dialog.moveSelected(0));
         QCOMPARE(messages.numbers(), QList<int>{92});
-        dialog.combo(1)->setCurrentIndex(comboIndexOf(dialog.combo(1), QStringLiteral("A")));
+        dialog.combo(1)->setCurrentIndex(dialog.combo(1)->findText(QStringLiteral("A")));
         selectRows(dialog.list(0), {0});
         messages.clear();
         QVERIFY(!dialog.moveSelected(0));
@@ -329,8 +319,8 @@ void TestRegisterDialogs::moveBooks()
         QVERIFY(!dialog.moveSelected(1));
         QCOMPARE(messages.numbers(), QList<int>{91});
 
-        dialog.combo(0)->setCurrentIndex(comboIndexOf(dialog.combo(0), QStringLiteral("A")));
-        dialog.combo(1)->setCurrentIndex(comboIndexOf(dialog.combo(1), QStringLiteral("B")));
+        dialog.combo(0)->setCurrentIndex(dialog.combo(0)->findText(QStringLiteral("A")));
+        dialog.combo(1)->setCurrentIndex(dialog.combo(1)->findText(QStringLiteral("B")));
         QCOMPARE(column(dialog.model(1), 0), words("B1"));
         dialog.selectAll(0);
         QCOMPARE(dialog.list(0)->selectionModel()->selectedRows().size(), 3);
@@ -359,8 +349,8 @@ void TestRegisterDialogs::moveBooks()
         QVERIFY(dialog.isVisible());
         QCOMPARE(moved.count(), 0);
 
-        dialog.combo(0)->setCurrentIndex(comboIndexOf(dialog.combo(0), QStringLiteral("A")));
-        dialog.combo(1)->setCurrentIndex(comboIndexOf(dialog.combo(1), QStringLiteral("B")));
+        dialog.combo(0)->setCurrentIndex(dialog.combo(0)->findText(QStringLiteral("A")));
+        dialog.combo(1)->setCurrentIndex(dialog.combo(1)->findText(QStringLiteral("B")));
         selectRows(dialog.list(0), {0, 2}); // A1, A3
         QVERIFY(dialog.moveSelected(0));
         selectRows(dialog.list(1), {0}); // B1 (the moved books sit above it)
@@ -754,73 +744,6 @@ void TestRegisterDialogs::commandsFollowTheEntryView()
     frame.runCommand(Cmd::CategoryList);
     QCOMPARE(title, QStringLiteral("Seznam kategorií"));
     QCOMPARE(rows, 1);
-}
-
-// Every dialog: labels lead to their fields, list columns hold their headers.
-void TestRegisterDialogs::dialogsAreReadable()
-{
-    TestLibrary lib;
-    MessageRecorder messages;
-    const qint32 cat = lib.addCategory(QStringLiteral("Naučná literatura pro děti a mládež"));
-    lib.addCategory(QStringLiteral("Beletrie"));
-    for (int i = 1; i <= 6; ++i) {
-        TestLibrary::BookSpec s(QStringLiteral("NL-%1").arg(i, 4, 10, QLatin1Char('0')));
-        s.category = cat;
-        s.title = QStringLiteral("Encyklopedie přírody, díl %1").arg(i);
-        lib.addBook(s);
-    }
-    lib.addClient(QStringLiteral("2026-0001"), QStringLiteral("Bohumila"),
-                  QStringLiteral("Šťastná-Přibylová"));
-    lib.addClient(QStringLiteral("2026-0002"), QStringLiteral("Jan"), QStringLiteral("Novák"));
-
-    auto look = [&](QDialog *d, const QString &name) {
-        d->show();
-        QApplication::processEvents();
-        for (QLabel *label : d->findChildren<QLabel *>())
-            if (label->text().contains(QLatin1Char('&')))
-                QVERIFY2(label->buddy(), qPrintable(name + QStringLiteral(": ") + label->text()));
-        for (QTableView *view : d->findChildren<QTableView *>()) {
-            const QFontMetrics fm = view->horizontalHeader()->fontMetrics();
-            for (int c = 0; c < view->model()->columnCount(); ++c) {
-                const QString header = view->model()->headerData(c, Qt::Horizontal).toString();
-                QVERIFY2(view->columnWidth(c) >= fm.horizontalAdvance(header) + 8, qPrintable(name + header));
-            }
-            QVERIFY(view->width() >= view->horizontalHeader()->length() - 1);
-        }
-        d->hide();
-    };
-
-    CDlgNovaKategorie c146;
-    look(&c146, QStringLiteral("146-nova-kategorie"));
-    CDlgPrejmenovaniKategorie c150;
-    c150.combo()->setCurrentIndex(0);
-    look(&c150, QStringLiteral("150-prejmenovani-kategorie"));
-    CDlgOdstraneniKategorie c165;
-    look(&c165, QStringLiteral("165-odstraneni-kategorie"));
-    CDlgPresunKategorie c166;
-    c166.combo(0)->setCurrentIndex(
-        comboIndexOf(c166.combo(0), QStringLiteral("Naučná literatura pro děti a mládež")));
-    c166.combo(1)->setCurrentIndex(comboIndexOf(c166.combo(1), QStringLiteral("Beletrie")));
-    selectRows(c166.list(0), {1, 2});
-    look(&c166, QStringLiteral("166-presun"));
-    CDlgSeznamKategorii c172;
-    look(&c172, QStringLiteral("172-seznam-kategorii"));
-    CDlgNovyKlient c149;
-    c149.form()->extended()->setChecked(true);
-    look(&c149, QStringLiteral("149-novy-klient"));
-    CDlgOpravaKlienta c151;
-    c151.lookupEdit()->setText(QStringLiteral("2026-0001"));
-    QVERIFY(c151.lookUp());
-    look(&c151, QStringLiteral("151-oprava-klienta"));
-    CDlgOdstraneniKlienta c164;
-    look(&c164, QStringLiteral("164-odstraneni-klienta"));
-    CDlgSeznamKlientu c170;
-    look(&c170, QStringLiteral("170-seznam-klientu"));
-    CDlgDetailyKlienta c171(lib.ids("ID_LIDE_FIRSTFREE") - 2);
-    look(&c171, QStringLiteral("171-detaily-klienta"));
-    CDlgVyberKlienta c152;
-    look(&c152, QStringLiteral("152-vyber-klienta"));
-    QVERIFY(messages.numbers().isEmpty());
 }
 
 QTEST_MAIN(TestRegisterDialogs)
