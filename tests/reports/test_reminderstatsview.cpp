@@ -1,5 +1,4 @@
 // The reminder dialog, the statistics view and their commands, under the offscreen platform.
-// FOLIVO_SHOTS=DIR also writes pictures of the statistics view and its printed page there.
 #include "app/appstate.h"
 #include "app/commands.h"
 #include "app/mainframe.h"
@@ -53,6 +52,12 @@ Small buildSmall(TestLibrary &lib)
     return s;
 }
 
+// The pages of a PDF file as its objects count them.
+int pdfPages(const QByteArray &pdf)
+{
+    return int(QString::fromLatin1(pdf).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))));
+}
+
 } // namespace
 
 class TestReminderStatsView : public QObject
@@ -97,9 +102,6 @@ void TestReminderStatsView::reminderDialogChecks()
         QCOMPARE(messages.numbers(), QList<int>{c.message});
         QTRY_COMPARE(QApplication::focusWidget(), c.focus);
     }
-    const QString shots = qEnvironmentVariable("FOLIVO_SHOTS");
-    if (!shots.isEmpty())
-        QVERIFY(dialog.grab().save(QDir(shots).filePath(QStringLiteral("upominky-dialog.png"))));
     dialog.dateField()->setText(QStringLiteral(" 1. 3.2026"));
     dialog.codeField()->setText(QStringLiteral(" k2 "));
     QVERIFY(dialog.checkOk());
@@ -132,7 +134,7 @@ void TestReminderStatsView::remindersToPdf()
     QVERIFY(messages.numbers().isEmpty());
     const QByteArray bytes = fileBytes(pdf);
     QVERIFY(bytes.startsWith("%PDF"));
-    QCOMPARE(QString::fromLatin1(bytes).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))), 2);
+    QCOMPARE(pdfPages(bytes), 2);
 
     // The preview paints the same letters.
     bool previewed = false;
@@ -288,18 +290,9 @@ void TestReminderStatsView::statisticsView()
         pages = printStatistics(&writer, s, QStringLiteral("Městská knihovna"), today());
     }
     QVERIFY(fileBytes(pdf).startsWith("%PDF"));
-    const QString shots = qEnvironmentVariable("FOLIVO_SHOTS");
-    if (!shots.isEmpty()) {
-        view.resize(1000, 780);
-        QVERIFY(view.grab().save(QDir(shots).filePath(QStringLiteral("statistika.png"))));
-        QFile::remove(QDir(shots).filePath(QStringLiteral("statistika.pdf")));
-        QFile::copy(pdf, QDir(shots).filePath(QStringLiteral("statistika.pdf")));
-    }
     // Figures, chart and months fill the first page; the books and categories go on.
     QCOMPARE(pages, 2);
-    QCOMPARE(
-        QString::fromLatin1(fileBytes(pdf)).count(QRegularExpression(QStringLiteral("/Type\\s*/Page(?!s)"))),
-        pages);
+    QCOMPARE(pdfPages(fileBytes(pdf)), pages);
 
     // The chart is scaled to the busiest month (March, two loans): its bar reaches the middle of
     // the picture, July's (no loan) does not.
