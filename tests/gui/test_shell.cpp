@@ -26,7 +26,6 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QTextBrowser>
 #include <QTextEdit>
 #include <QToolBar>
@@ -116,7 +115,6 @@ private Q_SLOTS:
     void lockCommand();
     void editCommands();
     void entryViewRouting();
-    void typedEdit();
     void sheetPlacement();
     void reportViewWindowState();
     void aboutBoxAndHelp();
@@ -619,42 +617,6 @@ void TestShell::entryViewRouting()
     view->setActivePage(CViewZadavani::Vraceni);
     view->settingsChanged(); // must not touch another page
     QCOMPARE(view->activeIndex(), int(CViewZadavani::Vraceni));
-}
-
-void TestShell::typedEdit()
-{
-    // The parsing itself is the core's; the control reads its own text by its type and signals
-    // Enter and Ctrl+Space to its page.
-    CRvEdit edit;
-    edit.SetResType(CRvEdit::Date);
-    QDate date;
-    edit.setText(QStringLiteral(" 7. 3.2005"));
-    QVERIFY(edit.GetAsOleDate(date));
-    QCOMPARE(date, QDate(2005, 3, 7));
-    edit.setText(QStringLiteral("31.2.2005"));
-    QVERIFY(!edit.GetAsOleDate(date));
-    QCOMPARE(date, QDate(2005, 3, 7));
-
-    edit.SetResType(CRvEdit::DecimalNumber);
-    float price = 0;
-    edit.setText(QStringLiteral("12,5"));
-    QVERIFY(edit.GetAsFloat(price));
-    QCOMPARE(price, 12.5f);
-    edit.SetResType(CRvEdit::WholeNumber);
-    qint32 whole = 0;
-    QVERIFY(!edit.GetAsLong(whole));
-    edit.setText(QStringLiteral(" 42 "));
-    QVERIFY(edit.GetAsLong(whole));
-    QCOMPARE(whole, 42);
-
-    QSignalSpy enter(&edit, &CRvEdit::enterPressed);
-    QSignalSpy history(&edit, &CRvEdit::historyRequested);
-    QTest::keyClick(&edit, Qt::Key_Return);
-    QTest::keyClick(&edit, Qt::Key_Enter);
-    QTest::keyClick(&edit, Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(enter.count(), 2);
-    QCOMPARE(history.count(), 1);
-    QCOMPARE(edit.text(), QStringLiteral(" 42 "));
 }
 
 void TestShell::sheetPlacement()
