@@ -11,6 +11,7 @@
 #include "circulation/entrypage.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAction>
@@ -123,6 +124,8 @@ private Q_SLOTS:
 private:
     // Starts the program on lib's data directory (its database closed first).
     CMainFrame *start(TestLibrary &lib, int *exitCode = nullptr);
+    // Starts the program on lib with plain settings and shows its frame, active.
+    CMainFrame *startShown(TestLibrary &lib);
     CViewZadavani *entryView() const
     {
         return qobject_cast<CViewZadavani *>(m_frame->view(ViewSwitchRequest::EntryView));
@@ -154,6 +157,13 @@ CMainFrame *TestShell::start(TestLibrary &lib, int *exitCode)
     if (exitCode)
         *exitCode = code;
     return m_frame.get();
+}
+
+CMainFrame *TestShell::startShown(TestLibrary &lib)
+{
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    return frame && showActive(frame) ? frame : nullptr;
 }
 
 void TestShell::firstRunOnDamagedSettings()
@@ -497,10 +507,8 @@ void TestShell::lockCommand()
 void TestShell::editCommands()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     auto *edit = new CRvEdit(entryView()->page(0));
     edit->show();
     edit->setFocus();
@@ -572,10 +580,8 @@ void TestShell::editCommands()
 void TestShell::entryViewRouting()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     CViewZadavani *view = entryView();
     QVERIFY(view);
     QStringList tabs;
@@ -622,9 +628,8 @@ void TestShell::entryViewRouting()
 void TestShell::sheetPlacement()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     CViewZadavani *view = entryView();
     auto *scroll = view->findChild<QScrollArea *>();
     QVERIFY(scroll);
@@ -658,9 +663,8 @@ void TestShell::sheetPlacement()
 void TestShell::reportViewWindowState()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     ViewSwitchRequest report;
     report.target = ViewSwitchRequest::ReportView;
     report.title = QStringLiteral("Knihy v knihovně");
@@ -690,10 +694,8 @@ void TestShell::reportViewWindowState()
 void TestShell::aboutBoxAndHelp()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     {
         CDlgAbout about(frame);
         QCOMPARE(about.nameField()->text(), QStringLiteral("Knihovna Horní Lhota"));
@@ -716,8 +718,6 @@ void TestShell::aboutBoxAndHelp()
     QVERIFY(help->browser()->toPlainText().contains(QStringLiteral("Folivo")));
     frame->runCommand(Cmd::HelpTopics);
     QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/index.html"));
-    for (int topic : {1, 2, 3, 5, 7})
-        QVERIFY(CHelpWindow::topicUrl(topic).endsWith(QStringLiteral("topic%1.html").arg(topic)));
 
     // F1: the program's topic over the entry view, the menus' topic on a menu.
     QTest::keyClick(entryView()->sheet(), Qt::Key_F1);
@@ -733,9 +733,8 @@ void TestShell::aboutBoxAndHelp()
 void TestShell::frameDialogs()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     QStringList titles;
     ModalSteps steps({[&](QWidget *w) {
                           titles << w->windowTitle();
