@@ -112,8 +112,7 @@ void TestBackupDialogs::exportDialogControls()
     QCOMPARE(dlg.startButton()->text(), QStringLiteral("Start"));
     QCOMPARE(dlg.cancelButton()->text(), QStringLiteral("  Storno"));
     QCOMPARE(dlg.focusWidget(), static_cast<QWidget *>(dlg.startButton()));
-    dlg.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dlg));
+    QVERIFY(exposed(dlg));
 
     // The two boxes behave as a pair: choosing one clears the other, clearing one chooses it.
     QTest::mouseClick(dlg.floppyBox(), Qt::LeftButton);
@@ -207,8 +206,7 @@ void TestBackupDialogs::quitDuringTheCopyStopsItAndReopens()
     growLibrary(300000);
     MessageRecorder messages;
     CExportBackupDlg dlg;
-    dlg.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dlg));
+    QVERIFY(exposed(dlg));
     // The request to quit is waiting when the copy starts; the copy takes it between blocks.
     QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit));
     QCOMPARE(dlg.start(), BackupOutcome::Quit);

@@ -67,18 +67,6 @@ template <typename Model> QStringList codes(const Model *list)
     return out;
 }
 
-template <typename Page> void lookUp(Page &page, const QString &code)
-{
-    type(&page, "bookCode", code);
-    page.lookUpBook();
-}
-
-template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
-{
-    lookUp(page, code);
-    page.addBook();
-}
-
 // The protocol the entry view was last asked to print.
 ProtocolRequest requested(const QSignalSpy &spy)
 {

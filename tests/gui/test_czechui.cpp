@@ -668,9 +668,7 @@ void TestCzechUi::columnsHoldTheirValues()
     // A book on the loans list, as the librarian sees it.
     view->setActivePage(CViewZadavani::Vypujcky);
     auto *loans = qobject_cast<CPageVypujcky *>(view->activePage());
-    loans->findChild<QLineEdit *>(QStringLiteral("bookCode"))->setText(code);
-    loans->lookUpBook();
-    loans->addBook();
+    lookUpAndAdd(*loans, code);
     QCOMPARE(loans->list()->rowCount(), 1);
     auto *list = loans->findChild<QTableView *>();
     for (const QString &header : {QStringLiteral("Kód"), QStringLiteral("Vrátit do")}) {

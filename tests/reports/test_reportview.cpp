@@ -12,6 +12,7 @@
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
 #include "reports/texttablemodel.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -253,8 +254,7 @@ void TestReportView::columnWidths()
     CSestavaView view;
     QHeaderView *header = view.list()->horizontalHeader();
     view.resize(600, 400);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     QCOMPARE(header->sectionSize(0), 67);
     QCOMPARE(header->sectionSize(1), 244);
     QCOMPARE(header->sectionSize(4), 60);

@@ -4,6 +4,7 @@
 #include "data/database.h"
 #include "reports/reportcore.h"
 #include "search/vyhledavani.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAction>
@@ -210,8 +211,7 @@ void TestVyhledavani::enablingAndClear()
     TestLibrary lib;
     lib.addCategory(text("Beletrie"));
     CVyhledavani v;
-    v.show();
-    QVERIFY(QTest::qWaitForWindowActive(&v));
+    QVERIFY(showActive(&v));
     QVERIFY(v.PrepareSearchForm());
     CRvEdit *client = v.edit(SearchField::ClientCode);
     CRvEdit *from = v.edit(SearchField::DiscardFrom);
@@ -308,8 +308,7 @@ void TestVyhledavani::keywordList()
     TestLibrary lib;
     MessageRecorder messages;
     CVyhledavani v;
-    v.show();
-    QVERIFY(QTest::qWaitForWindowActive(&v));
+    QVERIFY(showActive(&v));
     CRvEdit *keyword = v.edit(SearchField::Keyword);
 
     // Added in sorted order; the field keeps the (trimmed) word.
@@ -422,8 +421,7 @@ void TestVyhledavani::refusedSearch()
     const qint32 k1 = lib.addClient(text("K1"));
     MessageRecorder messages;
     Frame f;
-    f.frame.show();
-    QVERIFY(QTest::qWaitForWindowActive(&f.frame));
+    QVERIFY(showActive(&f.frame));
     QVERIFY(f.showSearch());
     CVyhledavani *v = f.search();
 
@@ -492,8 +490,7 @@ void TestVyhledavani::commands()
     int printed = 0;
     f.frame.setHandler(Cmd::PrintReport, [&printed] { ++printed; });
     f.frame.setHandler(Cmd::PreviewReport, [&printed] { ++printed; });
-    f.frame.show();
-    QVERIFY(QTest::qWaitForWindowActive(&f.frame));
+    QVERIFY(showActive(&f.frame));
     QVERIFY(f.showSearch());
     auto enabled = [&f](int command) {
         f.frame.updateCommandStates();
@@ -527,8 +524,7 @@ void TestVyhledavani::fitsFrame()
     TestLibrary lib;
     lib.addCategory(text("Beletrie"));
     Frame f;
-    f.frame.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&f.frame));
+    QVERIFY(exposed(f.frame));
     QVERIFY(f.showSearch());
     CVyhledavani *v = f.search();
     auto *scroll = v->findChild<QScrollArea *>();
