@@ -509,35 +509,39 @@ void TestShell::editCommands()
     TestLibrary lib;
     CMainFrame *frame = startShown(lib);
     QVERIFY(frame);
+    // The edit commands the frame offers now, by their keys: Z undo, X cut, C copy, V paste,
+    // D delete, A select all.
+    const auto offered = [frame] {
+        frame->updateCommandStates();
+        QString out;
+        for (const auto &[command, key] : {std::pair{Cmd::EditUndo, 'Z'},
+                                           {Cmd::EditCut, 'X'},
+                                           {Cmd::EditCopy, 'C'},
+                                           {Cmd::EditPaste, 'V'},
+                                           {Cmd::EditDelete, 'D'},
+                                           {Cmd::EditSelectAll, 'A'}})
+            if (frame->action(command)->isEnabled())
+                out += QLatin1Char(key);
+        return out;
+    };
     auto *edit = new CRvEdit(entryView()->page(0));
     edit->show();
     edit->setFocus();
     QTRY_VERIFY(edit->hasFocus());
-    const auto enabled = [frame](int command) {
-        frame->updateCommandStates();
-        return frame->action(command)->isEnabled();
-    };
     QGuiApplication::clipboard()->clear();
 
-    QVERIFY(!enabled(Cmd::EditSelectAll));
-    QVERIFY(!enabled(Cmd::EditUndo));
-    QVERIFY(!enabled(Cmd::EditPaste));
+    QCOMPARE(offered(), QString());
     QTest::keyClick(edit, Qt::Key_K);
-    QVERIFY(enabled(Cmd::EditSelectAll));
-    QVERIFY(enabled(Cmd::EditUndo));
-    QVERIFY(!enabled(Cmd::EditCopy));
+    QCOMPARE(offered(), QStringLiteral("ZA"));
     QTest::keyClicks(edit, QStringLiteral("niha"));
     frame->runCommand(Cmd::EditSelectAll);
-    QCOMPARE(edit->selectedText(), QStringLiteral("Kniha").toLower());
-    QVERIFY(enabled(Cmd::EditCopy));
-    QVERIFY(enabled(Cmd::EditCut));
-    QVERIFY(enabled(Cmd::EditDelete));
+    QCOMPARE(edit->selectedText(), QStringLiteral("kniha"));
+    QCOMPARE(offered(), QStringLiteral("ZXCDA"));
     frame->runCommand(Cmd::EditCopy);
     QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("kniha"));
     frame->runCommand(Cmd::EditDelete);
     QVERIFY(edit->text().isEmpty());
-    QVERIFY(!enabled(Cmd::EditSelectAll));
-    QVERIFY(enabled(Cmd::EditPaste));
+    QCOMPARE(offered(), QStringLiteral("ZV"));
     frame->runCommand(Cmd::EditPaste);
     frame->runCommand(Cmd::EditPaste);
     QCOMPARE(edit->text(), QStringLiteral("knihakniha"));
@@ -551,30 +555,26 @@ void TestShell::editCommands()
     // A disabled field offers nothing.
     edit->setSelection(0, 1);
     edit->setEnabled(false);
-    for (int c :
-         {Cmd::EditUndo, Cmd::EditCut, Cmd::EditCopy, Cmd::EditPaste, Cmd::EditDelete, Cmd::EditSelectAll})
-        QVERIFY(!enabled(c));
+    QCOMPARE(offered(), QString());
 
     // A multi-line field takes the same commands.
     auto *text = new QTextEdit(entryView()->page(0));
     text->show();
     text->setFocus();
     QTRY_VERIFY(text->hasFocus());
-    QVERIFY(!enabled(Cmd::EditSelectAll));
+    QCOMPARE(offered(), QStringLiteral("V"));
     QTest::keyClicks(text, QStringLiteral("poznamka"));
-    QVERIFY(enabled(Cmd::EditSelectAll));
     frame->runCommand(Cmd::EditSelectAll);
     QCOMPARE(text->textCursor().selectedText(), QStringLiteral("poznamka"));
     frame->runCommand(Cmd::EditDelete);
     QVERIFY(text->toPlainText().isEmpty());
 
-    // Focus outside an edit field: nothing is enabled.
-    frame->toolBar()->setFocus();
+    // Focus outside an edit field: nothing is offered.
     auto *button = new QPushButton(QStringLiteral("x"), entryView()->page(0));
     button->show();
     button->setFocus();
     QTRY_VERIFY(button->hasFocus());
-    QVERIFY(!enabled(Cmd::EditPaste));
+    QCOMPARE(offered(), QString());
 }
 
 void TestShell::entryViewRouting()

@@ -217,49 +217,50 @@ void TestVyhledavani::enablingAndClear()
     CRvEdit *from = v.edit(SearchField::DiscardFrom);
     CRvEdit *to = v.edit(SearchField::DiscardTo);
 
-    auto loanEnabling = [&] {
-        return QList<bool>{v.lentBox()->isEnabled(), client->isEnabled(), v.pickButton()->isEnabled()};
+    // Each state box enables its inner box, which enables its fields; unticking either box
+    // empties and disables what depends on it.
+    struct Group
+    {
+        QCheckBox *outer, *inner;
+        QList<QWidget *> dependent; // the inner box first
+        QList<CRvEdit *> fields;
     };
-    auto discardEnabling = [&] {
-        return QList<bool>{v.discardedBox()->isEnabled(), from->isEnabled(), to->isEnabled()};
+    const Group groups[] = {
+        {v.considerLoanBox(), v.lentBox(), {v.lentBox(), client, v.pickButton()}, {client}},
+        {v.considerDiscardBox(), v.discardedBox(), {v.discardedBox(), from, to}, {from, to}},
     };
-    QCOMPARE(loanEnabling(), QList<bool>({false, false, false}));
-    QCOMPARE(discardEnabling(), QList<bool>({false, false, false}));
-
-    // Loan state: "Vypůjčeno" follows the outer box, the client fields follow "Vypůjčeno".
-    v.considerLoanBox()->click();
-    QCOMPARE(loanEnabling(), QList<bool>({true, false, false}));
-    v.lentBox()->click();
-    QCOMPARE(loanEnabling(), QList<bool>({true, true, true}));
-    client->setText(text("K1"));
-    v.lentBox()->click();
-    QCOMPARE(loanEnabling(), QList<bool>({true, false, false}));
-    QVERIFY(client->text().isEmpty());
-    v.lentBox()->click();
-    client->setText(text("K1"));
-    v.considerLoanBox()->click();
-    QCOMPARE(loanEnabling(), QList<bool>({false, false, false}));
-    QVERIFY(!v.lentBox()->isChecked());
-    QVERIFY(client->text().isEmpty());
-    v.considerLoanBox()->click();
-    QCOMPARE(loanEnabling(), QList<bool>({true, false, false}));
-
-    // Discard state, the same way.
-    v.considerDiscardBox()->click();
-    QCOMPARE(discardEnabling(), QList<bool>({true, false, false}));
-    v.discardedBox()->click();
-    QCOMPARE(discardEnabling(), QList<bool>({true, true, true}));
-    from->setText(text("1.1.2020"));
-    to->setText(text("2.1.2020"));
-    v.discardedBox()->click();
-    QCOMPARE(discardEnabling(), QList<bool>({true, false, false}));
-    QVERIFY(from->text().isEmpty() && to->text().isEmpty());
-    v.discardedBox()->click();
-    from->setText(text("1.1.2020"));
-    v.considerDiscardBox()->click();
-    QCOMPARE(discardEnabling(), QList<bool>({false, false, false}));
-    QVERIFY(!v.discardedBox()->isChecked());
-    QVERIFY(from->text().isEmpty());
+    const QList<bool> none = {false, false, false}, innerOnly = {true, false, false},
+                      all = {true, true, true};
+    auto enabling = [](const Group &g) {
+        QList<bool> out;
+        for (const QWidget *w : g.dependent)
+            out << w->isEnabled();
+        return out;
+    };
+    auto fill = [](const Group &g) {
+        for (CRvEdit *e : g.fields)
+            e->setText(text("1.1.2020"));
+    };
+    auto emptied = [](const Group &g) {
+        return std::all_of(g.fields.begin(), g.fields.end(), [](CRvEdit *e) { return e->text().isEmpty(); });
+    };
+    for (const Group &g : groups) {
+        QCOMPARE(enabling(g), none);
+        g.outer->click();
+        QCOMPARE(enabling(g), innerOnly);
+        g.inner->click();
+        QCOMPARE(enabling(g), all);
+        fill(g);
+        g.inner->click();
+        QCOMPARE(enabling(g), innerOnly);
+        QVERIFY(emptied(g));
+        g.inner->click();
+        fill(g);
+        g.outer->click();
+        QCOMPARE(enabling(g), none);
+        QVERIFY(!g.inner->isChecked());
+        QVERIFY(emptied(g));
+    }
 
     // Fill everything, then "  Storno".
     for (SearchField f :
@@ -291,8 +292,8 @@ void TestVyhledavani::enablingAndClear()
     QCOMPARE(v.keywordList()->rowCount(), 0);
     for (QCheckBox *box : {v.considerLoanBox(), v.lentBox(), v.considerDiscardBox(), v.discardedBox()})
         QVERIFY(!box->isChecked());
-    QCOMPARE(loanEnabling(), QList<bool>({false, false, false}));
-    QCOMPARE(discardEnabling(), QList<bool>({false, false, false}));
+    for (const Group &g : groups)
+        QCOMPARE(enabling(g), none);
     QCOMPARE(QApplication::focusWidget(), v.edit(SearchField::Code));
 
     // Preparing empties and refills the categories.
