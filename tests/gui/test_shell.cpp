@@ -403,9 +403,6 @@ void TestShell::frameMenusAndToolBar()
     }
 
     QToolBar *bar = frame->toolBar();
-    QVERIFY(bar->isMovable());
-    QVERIFY(bar->isFloatable());
-    QCOMPARE(bar->allowedAreas(), Qt::AllToolBarAreas);
     QCOMPARE(frame->toolBarArea(bar), Qt::TopToolBarArea);
     int buttons = 0;
     for (QAction *a : bar->actions()) {
@@ -421,12 +418,11 @@ void TestShell::frameMenusAndToolBar()
     frame->show();
     QAction *toolBarAction = frame->action(Cmd::ViewToolBar);
     QVERIFY(toolBarAction->isChecked());
-    toolBarAction->trigger();
-    QVERIFY(bar->isHidden());
-    QVERIFY(!toolBarAction->isChecked());
-    toolBarAction->trigger();
-    QVERIFY(!bar->isHidden());
-    QVERIFY(toolBarAction->isChecked());
+    for (const bool shown : {false, true}) {
+        toolBarAction->trigger();
+        QCOMPARE(bar->isHidden(), !shown);
+        QCOMPARE(toolBarAction->isChecked(), shown);
+    }
 }
 
 void TestShell::lockCommand()
