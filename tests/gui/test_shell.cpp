@@ -374,8 +374,7 @@ void TestShell::missingDatabaseAndSecondCopy()
 void TestShell::frameMenusAndToolBar()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
+    CMainFrame *frame = startShown(lib);
     QVERIFY(frame);
     QStringList menus;
     for (QAction *a : frame->menuBar()->actions())
@@ -415,7 +414,6 @@ void TestShell::frameMenusAndToolBar()
     QVERIFY(buttons >= 10);
     QVERIFY(bar->actions().contains(frame->action(Cmd::NavNext)));
 
-    frame->show();
     QAction *toolBarAction = frame->action(Cmd::ViewToolBar);
     QVERIFY(toolBarAction->isChecked());
     for (const bool shown : {false, true}) {
@@ -428,13 +426,9 @@ void TestShell::frameMenusAndToolBar()
 void TestShell::lockCommand()
 {
     TestLibrary lib;
-    SettingsRecord r = plainRecord();
-    writeRecord(lib.dir(), r);
-    CMainFrame *frame = start(lib);
+    CMainFrame *frame = startShown(lib);
     QVERIFY(frame);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
-
+    SettingsRecord r = plainRecord();
     {
         // Lock off: one information box, nothing else.
         MessageRecorder rec;
