@@ -112,36 +112,35 @@ void TestBackupDialogs::exportDialogControls()
     QCOMPARE(dlg.startButton()->text(), QStringLiteral("Start"));
     QCOMPARE(dlg.cancelButton()->text(), QStringLiteral("  Storno"));
     QCOMPARE(dlg.focusWidget(), static_cast<QWidget *>(dlg.startButton()));
-    dlg.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dlg));
+    QVERIFY(exposed(dlg));
 
-    // The two boxes behave as a pair: choosing one clears the other, clearing one chooses it.
-    QTest::mouseClick(dlg.floppyBox(), Qt::LeftButton);
-    QVERIFY(dlg.floppyBox()->isChecked());
-    QVERIFY(!dlg.diskBox()->isChecked());
-    QVERIFY(dlg.fileNameEdit()->text().isEmpty());
-    QVERIFY(!dlg.changeButton()->isEnabled());
-    QTest::mouseClick(dlg.floppyBox(), Qt::LeftButton); // clearing the floppy box
-    QVERIFY(dlg.diskBox()->isChecked());
-    QVERIFY(!dlg.floppyBox()->isChecked());
-    QCOMPARE(dlg.fileNameEdit()->text(), defaultName);
-    QVERIFY(dlg.changeButton()->isEnabled());
-    QTest::mouseClick(dlg.diskBox(), Qt::LeftButton); // clearing the disk box
-    QVERIFY(dlg.floppyBox()->isChecked());
-    QVERIFY(!dlg.diskBox()->isChecked());
-    QVERIFY(dlg.fileNameEdit()->text().isEmpty());
-    QTest::mouseClick(dlg.diskBox(), Qt::LeftButton);
-    QVERIFY(dlg.diskBox()->isChecked());
-    // The keyboard and a screen reader change the pair as a click does.
-    dlg.floppyBox()->setFocus();
-    QTest::keyClick(dlg.floppyBox(), Qt::Key_Space);
-    QVERIFY(dlg.floppyBox()->isChecked());
-    QVERIFY(!dlg.diskBox()->isChecked());
-    QVERIFY(!dlg.changeButton()->isEnabled());
-    dlg.diskBox()->setChecked(true);
-    QVERIFY(!dlg.floppyBox()->isChecked());
-    QCOMPARE(dlg.fileNameEdit()->text(), defaultName);
-    QVERIFY(dlg.changeButton()->isEnabled());
+    // The two boxes behave as a pair: choosing one clears the other, clearing one chooses the
+    // other, by the mouse, the keyboard and the program alike. The disk has a file name and
+    // "Změnit...".
+    struct Step
+    {
+        std::function<void()> act;
+        bool disk;
+    };
+    const Step steps[] = {
+        {[&] { QTest::mouseClick(dlg.floppyBox(), Qt::LeftButton); }, false},
+        {[&] { QTest::mouseClick(dlg.floppyBox(), Qt::LeftButton); }, true}, // clearing the floppy box
+        {[&] { QTest::mouseClick(dlg.diskBox(), Qt::LeftButton); }, false},  // clearing the disk box
+        {[&] { QTest::mouseClick(dlg.diskBox(), Qt::LeftButton); }, true},
+        {[&] {
+             dlg.floppyBox()->setFocus();
+             QTest::keyClick(dlg.floppyBox(), Qt::Key_Space);
+         },
+         false},
+        {[&] { dlg.diskBox()->setChecked(true); }, true},
+    };
+    for (const Step &step : steps) {
+        step.act();
+        QCOMPARE(dlg.diskBox()->isChecked(), step.disk);
+        QCOMPARE(dlg.floppyBox()->isChecked(), !step.disk);
+        QCOMPARE(dlg.fileNameEdit()->text(), step.disk ? defaultName : QString());
+        QCOMPARE(dlg.changeButton()->isEnabled(), step.disk);
+    }
 
     // "Změnit..." starts in Export (made when missing) and takes the chosen name.
     QDir(m_lib->dir()).rmdir(QStringLiteral("Export"));
@@ -207,8 +206,7 @@ void TestBackupDialogs::quitDuringTheCopyStopsItAndReopens()
     growLibrary(300000);
     MessageRecorder messages;
     CExportBackupDlg dlg;
-    dlg.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dlg));
+    QVERIFY(exposed(dlg));
     // The request to quit is waiting when the copy starts; the copy takes it between blocks.
     QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit));
     QCOMPARE(dlg.start(), BackupOutcome::Quit);

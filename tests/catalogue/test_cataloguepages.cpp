@@ -125,7 +125,6 @@ void TestCataloguePages::newBooksPage()
                         "AND IS_ROKVYDANI = 1 AND CENA = 0 AND ID_KATEGORIE_KNIHY = %1")
                         .arg(poezie)),
              1);
-    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 42);
     // Ready for the next book: cleared, the combo keeps its list, the number advanced.
     QVERIFY(f->code->text().isEmpty() && f->title->text().isEmpty() && f->year->text().isEmpty());
     QCOMPARE(f->category->count(), 2);
@@ -136,8 +135,8 @@ void TestCataloguePages::newBooksPage()
              (QStringList{QStringLiteral("K1"), QStringLiteral("42"), QStringLiteral("15. 3.2026"),
                           QStringLiteral("0.00"), QStringLiteral("0"), QStringLiteral("Odeon"), QString()}));
 
-    // A number below PRIRUSTEK_MAX: saved, PRIRUSTEK_MAX stays, the page proposes the saved
-    // number + 1 until it is activated again.
+    // A number below the highest: the page proposes the saved number + 1 until it is activated
+    // again.
     f->code->setText(QStringLiteral("K2"));
     f->accession->setText(QStringLiteral("5"));
     f->title->setText(QStringLiteral("Máj"));
@@ -145,7 +144,6 @@ void TestCataloguePages::newBooksPage()
     f->category->setCurrentIndex(0);
     f->price->setText(QStringLiteral("99,90"));
     QVERIFY(page.save());
-    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 42);
     QCOMPARE(f->accession->text(), QStringLiteral("6"));
     page.onDeactivate();
     QCOMPARE(f->category->count(), 0);
@@ -326,27 +324,16 @@ void TestCataloguePages::correctionsPage()
     f->category->setCurrentIndex(1);
     f->year->setText(QStringLiteral("1853"));
     QVERIFY(page.correct());
-    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 50);
     QCOMPARE(scalar(QStringLiteral(
-                        "SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY = %1 AND PRIRUSTEK = 50 AND "
-                        "DATUM_PORIZENI = 20260301 AND ID_KATEGORIE_KNIHY = %2 AND ROK_VYDANI = 1853 AND "
-                        "VYPUJCENO = 1 AND ID_LIDE_KNIHY = %3")
+                        "SELECT COUNT(*) FROM KNIHY WHERE ID_KNIHY_KNIHY = %1 AND PRIRUSTEK = 50 "
+                        "AND DATUM_PORIZENI = 20260301 AND ID_KATEGORIE_KNIHY = %2 AND ROK_VYDANI = 1853")
                         .arg(id)
-                        .arg(poezie)
-                        .arg(client)),
+                        .arg(poezie)),
              1);
     QCOMPARE(recalled({27, 28, 31, 33, 38}),
              (QStringList{QStringLiteral("K1"), QStringLiteral("50"), QStringLiteral(" 1. 3.2026"),
                           QStringLiteral("1853"), QStringLiteral("~a~~b~")}));
     QVERIFY(!page.isLoaded());
-
-    // Lowering the number never lowers PRIRUSTEK_MAX.
-    f->code->setText(QStringLiteral("K1"));
-    QVERIFY(page.load());
-    f->accession->setText(QStringLiteral("3"));
-    QVERIFY(page.correct());
-    QCOMPARE(lib.ids("PRIRUSTEK_MAX"), 50);
-    QCOMPARE(scalar(QStringLiteral("SELECT PRIRUSTEK FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(id)), 3);
 
     // History of the corrections page: the keyword edit refills the list from slot 38.
     f->code->setText(QStringLiteral("K1"));
@@ -355,7 +342,7 @@ void TestCataloguePages::correctionsPage()
     QTest::keyClick(f->newKeyword, Qt::Key_Space, Qt::ControlModifier);
     QCOMPARE(f->keywordModel->keywords(), words("a b"));
     QTest::keyClick(f->accession, Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(f->accession->text(), QStringLiteral("3"));
+    QCOMPARE(f->accession->text(), QStringLiteral("50"));
 
     // A book whose category is no longer offered cannot be corrected here (43).
     runSql(QStringLiteral("UPDATE KATEGORIE SET UKAZOVAT = 0 WHERE ID_KATEGORIE_KATEGORIE = %1").arg(poezie));
@@ -469,19 +456,12 @@ void TestCataloguePages::browsePage()
     QVERIFY(!page.canNavigate(Cmd::NavPrevious) && !page.canNavigate(Cmd::NavPageForward));
     page.navigate(Cmd::NavPrevious); // nothing before the first row
     QCOMPARE(page.currentRow(), 0);
+    // The Czech UI test walks the 40-row steps by keys; here one stops short at the last row.
     for (int i = 0; i < 4; ++i)
         page.navigate(Cmd::NavNext);
     QCOMPARE(page.form()->code->text(), QStringLiteral("K6")); // the fifth row (K3 is discarded)
-    page.navigate(Cmd::NavPageForward);                        // 40 rows toward the start
-    QCOMPARE(page.currentRow(), 0);
-    QCOMPARE(page.form()->code->text(), QStringLiteral("K1"));
-    page.navigate(Cmd::NavPageBack); // 40 rows toward the end
-    QCOMPARE(page.currentRow(), 40);
-    QCOMPARE(page.form()->code->text(), QStringLiteral("K42"));
-    page.navigate(Cmd::NavPageBack); // fewer than 40 to go: the last row
-    QCOMPARE(page.currentRow(), 43);
-    page.navigate(Cmd::NavPageForward);
-    QCOMPARE(page.currentRow(), 3);
+    page.navigate(Cmd::NavPageBack);
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K45"));
 
     QVERIFY(page.showBook(ids.at(9)));
     QCOMPARE(page.form()->code->text(), QStringLiteral("K10"));
@@ -528,9 +508,14 @@ void TestCataloguePages::browseThroughEntryView()
     view.setActivePage(CViewZadavani::Noveknihy);
     QVERIFY(!page->isOpen());
     QCOMPARE(view.commandEnabled(Cmd::NavPageBack), std::optional<bool>(false));
-    // Every catalogue page fits the sheet that the largest page sizes.
-    for (int i : {CViewZadavani::Noveknihy, CViewZadavani::Opravy, CViewZadavani::Prohlizeni})
-        QVERIFY(view.page(i)->sizeHint().width() <= 640 && view.page(i)->sizeHint().height() <= 470);
+    // Every page fits the sheet that the largest page sizes: the catalogue pages at their size,
+    // the circulation pages, whose lists stretch, at their least size.
+    for (int i = 0; i < view.sheet()->count(); ++i) {
+        const bool catalogue =
+            i == CViewZadavani::Noveknihy || i == CViewZadavani::Opravy || i == CViewZadavani::Prohlizeni;
+        const QSize hint = catalogue ? view.page(i)->sizeHint() : view.page(i)->minimumSizeHint();
+        QVERIFY2(hint.width() <= 640 && hint.height() <= 470, qPrintable(view.sheet()->tabText(i)));
+    }
     QVERIFY(rec.shown().isEmpty());
 }
 
@@ -541,20 +526,32 @@ void TestCataloguePages::goToBookDialog()
     lib.addBook(TestLibrary::BookSpec(QStringLiteral("OLD")).discard());
     MessageRecorder rec;
     CGoToBookDialog dialog;
+    QVERIFY(showActive(&dialog));
     QCOMPARE(dialog.windowTitle(), QStringLiteral("Zadejte kód knihy, kterou chcete zobrazit"));
-    dialog.codeEdit()->setText(QStringLiteral("   "));
-    QVERIFY(!dialog.tryAccept());
-    dialog.codeEdit()->setText(QStringLiteral("K[1]"));
-    QVERIFY(!dialog.tryAccept());
-    QCOMPARE(dialog.codeEdit()->text(), QStringLiteral("K[1]")); // kept for correcting
-    dialog.codeEdit()->setText(QStringLiteral("OLD"));
-    QVERIFY(!dialog.tryAccept());
-    QVERIFY(dialog.codeEdit()->text().isEmpty());
-    QCOMPARE(rec.numbers(), (QList<int>{82, 119, 81}));
-    dialog.codeEdit()->setText(QStringLiteral(" K1"));
-    QVERIFY(dialog.tryAccept());
-    QCOMPARE(dialog.bookId(), id);
+    // Enter runs "OK" with its checks; a refused code keeps the dialog open with the focus on the
+    // code, a forbidden character kept for correcting, a book not found emptied.
+    struct Case
+    {
+        QString typed, left;
+        int message;
+    };
+    const Case refused[] = {{QString(), QString(), 82},
+                            {QStringLiteral("K[1]"), QStringLiteral("K[1]"), 119},
+                            {QStringLiteral("OLD"), QString(), 81},
+                            {QStringLiteral("K2"), QString(), 81}};
+    for (const Case &c : refused) {
+        dialog.codeEdit()->setText(c.typed);
+        rec.clear();
+        QTest::keyClick(dialog.codeEdit(), Qt::Key_Return);
+        QCOMPARE(rec.numbers(), QList<int>{c.message});
+        QCOMPARE(dialog.codeEdit()->text(), c.left);
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(QApplication::focusWidget(), dialog.codeEdit());
+    }
+    dialog.codeEdit()->setText(QStringLiteral(" K1 "));
+    QTest::keyClick(dialog.codeEdit(), Qt::Key_Return);
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dialog.bookId(), id);
 }
 
 void TestCataloguePages::bookPicker()

@@ -41,21 +41,17 @@ private Q_SLOTS:
     void loansCommitChecks();
     void loansWithScannerAndKeyboard();
     void loansCommitWritesOneLoan();
-    void loansCommitFailureKeepsUnprocessedRows();
+    void commitFailureKeepsUnprocessedRows();
     void loansListAndLoanLength();
-    void entryViewClearsOnSwitch();
     void returnsLookUpAndDelay();
     void returnsAddChecks();
     void returnsBatchOfClients();
-    void returnsFailureKeepsUnprocessedRows();
     void discardPage();
     void discardStopsAtMissingBook();
     void registerChangesReachThePages();
     void bookPickersOfThePages();
     void undoDiscard();
-    void undoDiscardFromEveryView();
-    void loanProtocolIsPrintedFromTheFrame();
-    void pagesFit();
+    void inTheFrame();
 };
 
 namespace {
@@ -67,18 +63,6 @@ template <typename Model> QStringList codes(const Model *list)
     for (const auto &item : list->items())
         out << item.code;
     return out;
-}
-
-template <typename Page> void lookUp(Page &page, const QString &code)
-{
-    type(&page, "bookCode", code);
-    page.lookUpBook();
-}
-
-template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
-{
-    lookUp(page, code);
-    page.addBook();
 }
 
 // The protocol the entry view was last asked to print.
@@ -383,7 +367,7 @@ void TestCirculationPages::loansCommitWritesOneLoan()
 {
     TestLibrary lib;
     const qint32 k = lib.addClient(QStringLiteral("K1"));
-    for (const char *code : {"A", "B", "C", "D", "E"})
+    for (const char *code : {"A", "B", "C", "D", "E", "F"})
         lib.addBook(QString::fromLatin1(code));
     CViewZadavani view; // the page's protocol request reaches the entry view
     auto *page = qobject_cast<CPageVypujcky *>(view.page(CViewZadavani::Vypujcky));
@@ -420,7 +404,7 @@ void TestCirculationPages::loansCommitWritesOneLoan()
     QCOMPARE(text(page, "clientCode"), QString());
     QCOMPARE(focused(page), QStringLiteral("bookCode"));
 
-    // "No" prints nothing; "Netisknout nikdy" does not ask; "Tisknout vždy" prints without asking.
+    // "No" prints nothing; "Tisknout vždy" prints without asking.
     lookUpAndAdd(*page, QStringLiteral("D"));
     page->clientChosen(QStringLiteral("K1"));
     rec.clear();
@@ -436,33 +420,54 @@ void TestCirculationPages::loansCommitWritesOneLoan()
     QVERIFY(rec.shown().isEmpty());
     QCOMPARE(printed.size(), 2);
     QCOMPARE(requested(printed).number, before + 2);
+
+    // Turning to another page and back clears the loans page.
+    lookUpAndAdd(*page, QStringLiteral("F"));
+    page->clientChosen(QStringLiteral("K1"));
+    view.setActivePage(CViewZadavani::Vraceni);
+    view.setActivePage(CViewZadavani::Vypujcky);
+    QVERIFY(page->list()->isEmpty());
+    QCOMPARE(page->clientId(), -1);
+    QCOMPARE(text(page, "clientName"), QString());
 }
 
-void TestCirculationPages::loansCommitFailureKeepsUnprocessedRows()
+// A batch that fails in the middle: the message of the page, the rows not yet processed stay in
+// the list (the core rolls the whole batch back), a partial clear keeps the client or the date.
+void TestCirculationPages::commitFailureKeepsUnprocessedRows()
 {
     TestLibrary lib;
-    lib.addClient(QStringLiteral("K1"));
-    lib.addBook(QStringLiteral("A"));
+    const qint32 k = lib.addClient(QStringLiteral("K1"));
+    const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
-    lib.addBook(QStringLiteral("C"));
-    CPageVypujcky page;
-    QVERIFY(exposed(page));
+    const qint32 c = lib.addBook(QStringLiteral("C"));
     MessageRecorder rec;
+    {
+        CPageVypujcky page;
+        QVERIFY(exposed(page));
+        for (const char *code : {"A", "B", "C"})
+            lookUpAndAdd(page, QString::fromLatin1(code));
+        page.clientChosen(QStringLiteral("K1"));
+        runSql(QStringLiteral("DELETE FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(b));
+        page.lend();
+        QCOMPARE(rec.numbers(), QList<int>{59});
+        QCOMPARE(codes(page.list()), words("C B")); // A, the last row, was written first
+        QCOMPARE(focused(&page), QStringLiteral("bookCode"));
+        QVERIFY(page.clientId() != -1);
+    }
+    lib.lend({a, c}, k, 20260301);
+    const qint32 b2 = lib.addBook(QStringLiteral("B"));
+    lib.lend({b2}, k, 20260301);
+    CPageVraceni page;
+    QVERIFY(exposed(page));
     for (const char *code : {"A", "B", "C"})
         lookUpAndAdd(page, QString::fromLatin1(code));
-    page.clientChosen(QStringLiteral("K1"));
-    QCOMPARE(codes(page.list()), words("C B A"));
-    const qint32 before = lib.ids("ID_VYPUJCKY_FIRSTFREE");
-
-    runSql(QStringLiteral("DELETE FROM KNIHY WHERE ID_KNIHY_KNIHY = %1").arg(b));
-    page.lend();
-    QCOMPARE(rec.numbers(), QList<int>{59});
-    // A (the last row) was written and left the list before B failed; its write is rolled back.
+    rec.clear();
+    runSql(QStringLiteral("DELETE FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(b2));
+    page.giveBack();
+    QCOMPARE(rec.numbers(), QList<int>{72});
     QCOMPARE(codes(page.list()), words("C B"));
-    QCOMPARE(lib.rows("VYPUJCKY"), 0);
-    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), before);
-    QCOMPARE(focused(&page), QStringLiteral("bookCode"));
-    QVERIFY(page.clientId() != -1); // a partial clear: the client stays
+    QCOMPARE(lib.rows("VRACENI"), 0);
+    QCOMPARE(page.fixedReturnDate(), 20260315);
 }
 
 void TestCirculationPages::loansListAndLoanLength()
@@ -514,29 +519,6 @@ void TestCirculationPages::loansListAndLoanLength()
     page.limitToggled(true); // by hand without a configured length: today
     QCOMPARE(text(&page, "due"), QStringLiteral("15. 3.2026"));
     QVERIFY(child<QLineEdit>(&page, "due")->isEnabled());
-}
-
-void TestCirculationPages::entryViewClearsOnSwitch()
-{
-    TestLibrary lib;
-    lib.addClient(QStringLiteral("K1"));
-    lib.addBook(QStringLiteral("A"));
-    CViewZadavani view;
-    QVERIFY(exposed(view));
-    MessageRecorder rec;
-    auto *loans = view.activePageAs<CPageVypujcky>();
-    QVERIFY(loans);
-    lookUpAndAdd(*loans, QStringLiteral("A"));
-    type(loans, "clientCode", QStringLiteral("K1"));
-    loans->lookUpClient();
-    QCOMPARE(loans->list()->size(), 1);
-
-    view.setActivePage(CViewZadavani::Vraceni);
-    view.setActivePage(CViewZadavani::Vypujcky);
-    QVERIFY(loans->list()->isEmpty());
-    QCOMPARE(loans->clientId(), -1);
-    QCOMPARE(text(loans, "clientName"), QString());
-    QVERIFY(rec.shown().isEmpty());
 }
 
 void TestCirculationPages::returnsLookUpAndDelay()
@@ -679,48 +661,16 @@ void TestCirculationPages::returnsBatchOfClients()
     QCOMPARE(printed.size(), 1);
     QCOMPARE(requested(printed).kind, int(ProtocolRequest::Return));
     QCOMPARE(requested(printed).number, before);
-    QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before + 1);
-    QCOMPARE(lib.count(QStringLiteral(
-                           "SELECT COUNT(DISTINCT ID_LIDE_VRACENI) FROM VRACENI WHERE ID_VRACENI_VRACENI = "
-                           "%1 AND DATUM_VRACENI = 20260315")
+    // One return number for the batch of both clients, on the batch's date.
+    QCOMPARE(lib.count(QStringLiteral("SELECT COUNT(DISTINCT ID_LIDE_VRACENI) * 10 + COUNT(*) FROM VRACENI "
+                                      "WHERE ID_VRACENI_VRACENI = %1 AND DATUM_VRACENI = 20260315")
                            .arg(before)),
-             2);
-    QCOMPARE(
-        lib.rows(
-            "VRACENI",
-            "ID_KNIHY_VRACENI = ? AND NOT OMEZOVAT AND DATUM_VRACENI_MAX = -1 AND DATUM_PUJCKY = 20260305",
-            {c}),
-        1);
+             23);
     // Full clear: the date is free again.
     QVERIFY(page->list()->isEmpty());
     QCOMPARE(page->fixedReturnDate(), NoDate);
     QVERIFY(child<QLineEdit>(page, "returnDate")->isEnabled());
     QCOMPARE(focused(page), QStringLiteral("bookCode"));
-    Q_UNUSED(b);
-}
-
-void TestCirculationPages::returnsFailureKeepsUnprocessedRows()
-{
-    TestLibrary lib;
-    const qint32 k = lib.addClient(QStringLiteral("K1"));
-    const qint32 a = lib.addBook(QStringLiteral("A"));
-    const qint32 b = lib.addBook(QStringLiteral("B"));
-    const qint32 c = lib.addBook(QStringLiteral("C"));
-    lib.lend({a, b, c}, k, 20260301);
-    CPageVraceni page;
-    QVERIFY(exposed(page));
-    MessageRecorder rec;
-    for (const char *code : {"A", "B", "C"})
-        lookUpAndAdd(page, QString::fromLatin1(code));
-    const qint32 before = lib.ids("ID_VRACENI_FIRSTFREE");
-
-    runSql(QStringLiteral("DELETE FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(b));
-    page.giveBack();
-    QCOMPARE(rec.numbers(), QList<int>{72});
-    QCOMPARE(codes(page.list()), words("C B"));
-    QCOMPARE(lib.rows("VRACENI"), 0);
-    QCOMPARE(lib.ids("ID_VRACENI_FIRSTFREE"), before);
-    QCOMPARE(page.fixedReturnDate(), 20260315); // a partial clear keeps the batch's date
 }
 
 void TestCirculationPages::discardPage()
@@ -786,15 +736,6 @@ void TestCirculationPages::discardPage()
     QCOMPARE(lib.rows("KNIHY", "VYRAZENO AND DATUM_VYRAZENI = 20260310"), 2);
     QVERIFY(page.list()->isEmpty());
     QCOMPARE(text(&page, "discardDate"), QStringLiteral("15. 3.2026"));
-
-    // Discarded books are found nowhere any more.
-    rec.clear();
-    lookUp(page, QStringLiteral("A"));
-    CPageVypujcky loans;
-    lookUp(loans, QStringLiteral("A"));
-    CPageVraceni returns;
-    lookUp(returns, QStringLiteral("B"));
-    QCOMPARE(rec.numbers(), (QList<int>{45, 57, 70}));
 }
 
 void TestCirculationPages::discardStopsAtMissingBook()
@@ -859,38 +800,36 @@ void TestCirculationPages::bookPickersOfThePages()
 
     CPageVypujcky loans;
     QVERIFY(exposed(loans));
-    PickerSeen seen;
-    answerBookPicker(&seen, QStringLiteral("FREE"));
-    loans.pickBook();
-    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vypůjčit."));
-    QCOMPARE(seen.codes, words("FREE"));
-    QCOMPARE(loans.currentBookId(), free);
-    QCOMPARE(focused(&loans), QStringLiteral("add"));
-
     CPageVraceni returns;
-    seen = {};
-    answerBookPicker(&seen, QStringLiteral("LENT"));
-    returns.pickBook();
-    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vrátit."));
-    QCOMPARE(seen.codes, words("LENT"));
-    QCOMPARE(returns.currentBookId(), lent);
-
     CPageVyrazeni discard;
-    seen = {};
-    answerBookPicker(&seen, QString()); // cancelled: nothing happens
-    discard.pickBook();
-    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu knih, které je možné vyřadit."));
-    QCOMPARE(seen.codes, words("FREE"));
-    QCOMPARE(discard.currentBookId(), -1);
-
     CUndoDiscardDialog dialog;
     QVERIFY(dialog.prepare());
-    seen = {};
-    answerBookPicker(&seen, QStringLiteral("GONE"));
-    dialog.pickBook();
-    QCOMPARE(seen.prompt, QStringLiteral("Vyberte knihu ze seznamu vyřazených knih."));
-    QCOMPARE(seen.codes, words("GONE"));
-    QCOMPARE(dialog.bookId(), gone);
+    struct Case
+    {
+        std::function<void()> pick;
+        std::function<qint32()> chosen;
+        const char *prompt, *offered, *choose; // choose nothing: cancelled, nothing happens
+        qint32 expected;
+    };
+    const Case cases[] = {
+        {[&] { loans.pickBook(); }, [&] { return loans.currentBookId(); },
+         "Vyberte knihu ze seznamu knih, které je možné vypůjčit.", "FREE", "FREE", free},
+        {[&] { returns.pickBook(); }, [&] { return returns.currentBookId(); },
+         "Vyberte knihu ze seznamu knih, které je možné vrátit.", "LENT", "LENT", lent},
+        {[&] { discard.pickBook(); }, [&] { return discard.currentBookId(); },
+         "Vyberte knihu ze seznamu knih, které je možné vyřadit.", "FREE", "", -1},
+        {[&] { dialog.pickBook(); }, [&] { return dialog.bookId(); },
+         "Vyberte knihu ze seznamu vyřazených knih.", "GONE", "GONE", gone},
+    };
+    for (const Case &c : cases) {
+        PickerSeen seen;
+        answerBookPicker(&seen, QString::fromUtf8(c.choose));
+        c.pick();
+        QCOMPARE(seen.prompt, QString::fromUtf8(c.prompt));
+        QCOMPARE(seen.codes, words(c.offered));
+        QCOMPARE(c.chosen(), c.expected);
+    }
+    QCOMPARE(focused(&loans), QStringLiteral("add"));
     QVERIFY(rec.shown().isEmpty());
 }
 
@@ -1054,11 +993,14 @@ void undoDiscardThroughFrame(CMainFrame &frame, const QStringList &restoreCodes,
 
 } // namespace
 
-// The command works in every view; only the report view refreshes, once, after the dialog, and
-// turns the entry sheet to the loans page.
-void TestCirculationPages::undoDiscardFromEveryView()
+// In the program's frame: "Zrušení vyřazení knihy..." works in every view; only the report view
+// refreshes, once, after the dialog, and turns the entry sheet to the loans page. The entry view
+// hands the loan's protocol to the print dialog.
+void TestCirculationPages::inTheFrame()
 {
     TestLibrary lib;
+    lib.addClient(QStringLiteral("K1"));
+    lib.addBook(QStringLiteral("A"));
     const qint32 category = lib.addCategory(QStringLiteral("Beletrie"));
     for (const char *code : {"V1", "V2", "V3"}) {
         lib.addBook(TestLibrary::BookSpec(QString::fromLatin1(code)).discard());
@@ -1098,61 +1040,19 @@ void TestCirculationPages::undoDiscardFromEveryView()
     undoDiscardThroughFrame(frame, {QStringLiteral("V3")}, category);
     QCOMPARE(lib.rows("KNIHY", "VYRAZENO"), 0);
     QCOMPARE(rec.shown().size(), 1);
-}
 
-// In the program the entry view hands the loan's protocol to the print dialog.
-void TestCirculationPages::loanProtocolIsPrintedFromTheFrame()
-{
-    TestLibrary lib;
-    lib.addClient(QStringLiteral("K1"));
-    lib.addBook(QStringLiteral("A"));
-    MessageRecorder rec;
     AppState::instance().settings.loanProtocol = SettingsRecord::PrintAlways;
-    CMainFrame frame;
-    frame.setViewFactory(ViewSwitchRequest::EntryView, [](QWidget *p) { return new CViewZadavani(p); });
-    installCirculationCommands(frame);
-    QVERIFY(exposed(frame));
-    QVERIFY(frame.switchView(ViewSwitchRequest{}));
-    auto *entry = qobject_cast<CViewZadavani *>(frame.view(ViewSwitchRequest::EntryView));
-    QVERIFY(entry);
     auto *loans = entry->activePageAs<CPageVypujcky>();
     QVERIFY(loans);
     lookUpAndAdd(*loans, QStringLiteral("A"));
     loans->clientChosen(QStringLiteral("K1"));
-
     QSignalSpy printed(entry, &CViewZadavani::protocolRequested);
     QString printTitle;
     onNextModal([&printTitle](QDialog *dialog) { printTitle = dialog->windowTitle(); });
     loans->lend();
     QCOMPARE(printTitle, QStringLiteral("Tisk"));
     QCOMPARE(requested(printed).kind, int(ProtocolRequest::Loan));
-    QVERIFY(rec.shown().isEmpty());
-}
-
-// The pages, filled, fit the sheet's size.
-void TestCirculationPages::pagesFit()
-{
-    TestLibrary lib;
-    const qint32 k =
-        lib.addClient(QStringLiteral("K001"), QStringLiteral("Jana"), QStringLiteral("Dvořáková"));
-    const qint32 lent =
-        lib.addBook(TestLibrary::BookSpec(QStringLiteral("K0002"))
-                        .withTitle(QStringLiteral("Válka s mloky"), QStringLiteral("Karel Čapek")));
-    lib.addBook(QStringLiteral("K0003"));
-    lib.lend({lent}, k, 20260201, 20260301);
-    MessageRecorder rec;
-    CPageVypujcky loans;
-    lookUpAndAdd(loans, QStringLiteral("K0003"));
-    lookUp(loans, QStringLiteral("K0002"));
-    loans.clientChosen(QStringLiteral("K001"));
-    CPageVraceni returns;
-    lookUpAndAdd(returns, QStringLiteral("K0002"));
-    CPageVyrazeni discard;
-    lookUpAndAdd(discard, QStringLiteral("K0003"));
-    for (QWidget *w : std::initializer_list<QWidget *>{&loans, &returns, &discard})
-        QVERIFY2(w->minimumSizeHint().width() <= 640 && w->minimumSizeHint().height() <= 470,
-                 w->metaObject()->className());
-    QVERIFY(rec.shown().isEmpty());
+    QCOMPARE(rec.shown().size(), 1);
 }
 
 QTEST_MAIN(TestCirculationPages)

@@ -11,6 +11,7 @@
 #include "circulation/entrypage.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAction>
@@ -26,7 +27,6 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QTextBrowser>
 #include <QTextEdit>
 #include <QToolBar>
@@ -116,7 +116,6 @@ private Q_SLOTS:
     void lockCommand();
     void editCommands();
     void entryViewRouting();
-    void typedEdit();
     void sheetPlacement();
     void reportViewWindowState();
     void aboutBoxAndHelp();
@@ -125,6 +124,8 @@ private Q_SLOTS:
 private:
     // Starts the program on lib's data directory (its database closed first).
     CMainFrame *start(TestLibrary &lib, int *exitCode = nullptr);
+    // Starts the program on lib with plain settings and shows its frame, active.
+    CMainFrame *startShown(TestLibrary &lib);
     CViewZadavani *entryView() const
     {
         return qobject_cast<CViewZadavani *>(m_frame->view(ViewSwitchRequest::EntryView));
@@ -156,6 +157,13 @@ CMainFrame *TestShell::start(TestLibrary &lib, int *exitCode)
     if (exitCode)
         *exitCode = code;
     return m_frame.get();
+}
+
+CMainFrame *TestShell::startShown(TestLibrary &lib)
+{
+    writeRecord(lib.dir(), plainRecord());
+    CMainFrame *frame = start(lib);
+    return frame && showActive(frame) ? frame : nullptr;
 }
 
 void TestShell::firstRunOnDamagedSettings()
@@ -366,8 +374,7 @@ void TestShell::missingDatabaseAndSecondCopy()
 void TestShell::frameMenusAndToolBar()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
+    CMainFrame *frame = startShown(lib);
     QVERIFY(frame);
     QStringList menus;
     for (QAction *a : frame->menuBar()->actions())
@@ -395,9 +402,6 @@ void TestShell::frameMenusAndToolBar()
     }
 
     QToolBar *bar = frame->toolBar();
-    QVERIFY(bar->isMovable());
-    QVERIFY(bar->isFloatable());
-    QCOMPARE(bar->allowedAreas(), Qt::AllToolBarAreas);
     QCOMPARE(frame->toolBarArea(bar), Qt::TopToolBarArea);
     int buttons = 0;
     for (QAction *a : bar->actions()) {
@@ -410,27 +414,21 @@ void TestShell::frameMenusAndToolBar()
     QVERIFY(buttons >= 10);
     QVERIFY(bar->actions().contains(frame->action(Cmd::NavNext)));
 
-    frame->show();
     QAction *toolBarAction = frame->action(Cmd::ViewToolBar);
     QVERIFY(toolBarAction->isChecked());
-    toolBarAction->trigger();
-    QVERIFY(bar->isHidden());
-    QVERIFY(!toolBarAction->isChecked());
-    toolBarAction->trigger();
-    QVERIFY(!bar->isHidden());
-    QVERIFY(toolBarAction->isChecked());
+    for (const bool shown : {false, true}) {
+        toolBarAction->trigger();
+        QCOMPARE(bar->isHidden(), !shown);
+        QCOMPARE(toolBarAction->isChecked(), shown);
+    }
 }
 
 void TestShell::lockCommand()
 {
     TestLibrary lib;
-    SettingsRecord r = plainRecord();
-    writeRecord(lib.dir(), r);
-    CMainFrame *frame = start(lib);
+    CMainFrame *frame = startShown(lib);
     QVERIFY(frame);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
-
+    SettingsRecord r = plainRecord();
     {
         // Lock off: one information box, nothing else.
         MessageRecorder rec;
@@ -499,39 +497,41 @@ void TestShell::lockCommand()
 void TestShell::editCommands()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
+    // The edit commands the frame offers now, by their keys: Z undo, X cut, C copy, V paste,
+    // D delete, A select all.
+    const auto offered = [frame] {
+        frame->updateCommandStates();
+        QString out;
+        for (const auto &[command, key] : {std::pair{Cmd::EditUndo, 'Z'},
+                                           {Cmd::EditCut, 'X'},
+                                           {Cmd::EditCopy, 'C'},
+                                           {Cmd::EditPaste, 'V'},
+                                           {Cmd::EditDelete, 'D'},
+                                           {Cmd::EditSelectAll, 'A'}})
+            if (frame->action(command)->isEnabled())
+                out += QLatin1Char(key);
+        return out;
+    };
     auto *edit = new CRvEdit(entryView()->page(0));
     edit->show();
     edit->setFocus();
     QTRY_VERIFY(edit->hasFocus());
-    const auto enabled = [frame](int command) {
-        frame->updateCommandStates();
-        return frame->action(command)->isEnabled();
-    };
     QGuiApplication::clipboard()->clear();
 
-    QVERIFY(!enabled(Cmd::EditSelectAll));
-    QVERIFY(!enabled(Cmd::EditUndo));
-    QVERIFY(!enabled(Cmd::EditPaste));
+    QCOMPARE(offered(), QString());
     QTest::keyClick(edit, Qt::Key_K);
-    QVERIFY(enabled(Cmd::EditSelectAll));
-    QVERIFY(enabled(Cmd::EditUndo));
-    QVERIFY(!enabled(Cmd::EditCopy));
+    QCOMPARE(offered(), QStringLiteral("ZA"));
     QTest::keyClicks(edit, QStringLiteral("niha"));
     frame->runCommand(Cmd::EditSelectAll);
-    QCOMPARE(edit->selectedText(), QStringLiteral("Kniha").toLower());
-    QVERIFY(enabled(Cmd::EditCopy));
-    QVERIFY(enabled(Cmd::EditCut));
-    QVERIFY(enabled(Cmd::EditDelete));
+    QCOMPARE(edit->selectedText(), QStringLiteral("kniha"));
+    QCOMPARE(offered(), QStringLiteral("ZXCDA"));
     frame->runCommand(Cmd::EditCopy);
     QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("kniha"));
     frame->runCommand(Cmd::EditDelete);
     QVERIFY(edit->text().isEmpty());
-    QVERIFY(!enabled(Cmd::EditSelectAll));
-    QVERIFY(enabled(Cmd::EditPaste));
+    QCOMPARE(offered(), QStringLiteral("ZV"));
     frame->runCommand(Cmd::EditPaste);
     frame->runCommand(Cmd::EditPaste);
     QCOMPARE(edit->text(), QStringLiteral("knihakniha"));
@@ -545,39 +545,33 @@ void TestShell::editCommands()
     // A disabled field offers nothing.
     edit->setSelection(0, 1);
     edit->setEnabled(false);
-    for (int c :
-         {Cmd::EditUndo, Cmd::EditCut, Cmd::EditCopy, Cmd::EditPaste, Cmd::EditDelete, Cmd::EditSelectAll})
-        QVERIFY(!enabled(c));
+    QCOMPARE(offered(), QString());
 
     // A multi-line field takes the same commands.
     auto *text = new QTextEdit(entryView()->page(0));
     text->show();
     text->setFocus();
     QTRY_VERIFY(text->hasFocus());
-    QVERIFY(!enabled(Cmd::EditSelectAll));
+    QCOMPARE(offered(), QStringLiteral("V"));
     QTest::keyClicks(text, QStringLiteral("poznamka"));
-    QVERIFY(enabled(Cmd::EditSelectAll));
     frame->runCommand(Cmd::EditSelectAll);
     QCOMPARE(text->textCursor().selectedText(), QStringLiteral("poznamka"));
     frame->runCommand(Cmd::EditDelete);
     QVERIFY(text->toPlainText().isEmpty());
 
-    // Focus outside an edit field: nothing is enabled.
-    frame->toolBar()->setFocus();
+    // Focus outside an edit field: nothing is offered.
     auto *button = new QPushButton(QStringLiteral("x"), entryView()->page(0));
     button->show();
     button->setFocus();
     QTRY_VERIFY(button->hasFocus());
-    QVERIFY(!enabled(Cmd::EditPaste));
+    QCOMPARE(offered(), QString());
 }
 
 void TestShell::entryViewRouting()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     CViewZadavani *view = entryView();
     QVERIFY(view);
     QStringList tabs;
@@ -621,48 +615,11 @@ void TestShell::entryViewRouting()
     QCOMPARE(view->activeIndex(), int(CViewZadavani::Vraceni));
 }
 
-void TestShell::typedEdit()
-{
-    // The parsing itself is the core's; the control reads its own text by its type and signals
-    // Enter and Ctrl+Space to its page.
-    CRvEdit edit;
-    edit.SetResType(CRvEdit::Date);
-    QDate date;
-    edit.setText(QStringLiteral(" 7. 3.2005"));
-    QVERIFY(edit.GetAsOleDate(date));
-    QCOMPARE(date, QDate(2005, 3, 7));
-    edit.setText(QStringLiteral("31.2.2005"));
-    QVERIFY(!edit.GetAsOleDate(date));
-    QCOMPARE(date, QDate(2005, 3, 7));
-
-    edit.SetResType(CRvEdit::DecimalNumber);
-    float price = 0;
-    edit.setText(QStringLiteral("12,5"));
-    QVERIFY(edit.GetAsFloat(price));
-    QCOMPARE(price, 12.5f);
-    edit.SetResType(CRvEdit::WholeNumber);
-    qint32 whole = 0;
-    QVERIFY(!edit.GetAsLong(whole));
-    edit.setText(QStringLiteral(" 42 "));
-    QVERIFY(edit.GetAsLong(whole));
-    QCOMPARE(whole, 42);
-
-    QSignalSpy enter(&edit, &CRvEdit::enterPressed);
-    QSignalSpy history(&edit, &CRvEdit::historyRequested);
-    QTest::keyClick(&edit, Qt::Key_Return);
-    QTest::keyClick(&edit, Qt::Key_Enter);
-    QTest::keyClick(&edit, Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(enter.count(), 2);
-    QCOMPARE(history.count(), 1);
-    QCOMPARE(edit.text(), QStringLiteral(" 42 "));
-}
-
 void TestShell::sheetPlacement()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     CViewZadavani *view = entryView();
     auto *scroll = view->findChild<QScrollArea *>();
     QVERIFY(scroll);
@@ -696,9 +653,8 @@ void TestShell::sheetPlacement()
 void TestShell::reportViewWindowState()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     ViewSwitchRequest report;
     report.target = ViewSwitchRequest::ReportView;
     report.title = QStringLiteral("Knihy v knihovně");
@@ -728,10 +684,8 @@ void TestShell::reportViewWindowState()
 void TestShell::aboutBoxAndHelp()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
-    QVERIFY(QTest::qWaitForWindowActive(frame));
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     {
         CDlgAbout about(frame);
         QCOMPARE(about.nameField()->text(), QStringLiteral("Knihovna Horní Lhota"));
@@ -754,8 +708,6 @@ void TestShell::aboutBoxAndHelp()
     QVERIFY(help->browser()->toPlainText().contains(QStringLiteral("Folivo")));
     frame->runCommand(Cmd::HelpTopics);
     QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/index.html"));
-    for (int topic : {1, 2, 3, 5, 7})
-        QVERIFY(CHelpWindow::topicUrl(topic).endsWith(QStringLiteral("topic%1.html").arg(topic)));
 
     // F1: the program's topic over the entry view, the menus' topic on a menu.
     QTest::keyClick(entryView()->sheet(), Qt::Key_F1);
@@ -771,9 +723,8 @@ void TestShell::aboutBoxAndHelp()
 void TestShell::frameDialogs()
 {
     TestLibrary lib;
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
-    frame->show();
+    CMainFrame *frame = startShown(lib);
+    QVERIFY(frame);
     QStringList titles;
     ModalSteps steps({[&](QWidget *w) {
                           titles << w->windowTitle();

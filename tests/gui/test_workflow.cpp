@@ -36,9 +36,7 @@ class TestWorkflow : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void newCategoryReachesTheNewBooksPage();
     void renamedCategoryOnTheBrowsePage();
-    void newClientIsServedAtOnce();
     void restoredDataReachTheReportView();
     void restoredDataReachTheSearchView();
 
@@ -70,26 +68,6 @@ void TestWorkflow::cleanup()
     m_lib.reset();
 }
 
-void TestWorkflow::newCategoryReachesTheNewBooksPage()
-{
-    m_lib->addCategory(QStringLiteral("Beletrie"));
-    entry()->setActivePage(CViewZadavani::Noveknihy);
-    auto *page = entry()->activePageAs<CPageNoveknihy>();
-    QVERIFY(page);
-    QCOMPARE(page->form()->category->count(), 1);
-
-    onNextModal<CDlgNovaKategorie>([](CDlgNovaKategorie *d) {
-        d->nameEdit()->setText(QStringLiteral("  Poezie "));
-        d->accept();
-    });
-    m_frame->runCommand(Cmd::NewCategory);
-    QVERIFY(m_messages->numbers().isEmpty());
-    QCOMPARE(page->form()->category->count(), 2);
-    QCOMPARE(page->form()->category->currentText(), QStringLiteral("Poezie"));
-    QCOMPARE(AppState::instance().history.recall(8), QStringLiteral("Poezie"));
-    QCOMPARE(m_lib->rows("KATEGORIE", "NAZEV = 'Poezie' AND UKAZOVAT"), 1);
-}
-
 void TestWorkflow::renamedCategoryOnTheBrowsePage()
 {
     const qint32 beletrie = m_lib->addCategory(QStringLiteral("Beletrie"));
@@ -109,29 +87,6 @@ void TestWorkflow::renamedCategoryOnTheBrowsePage()
     m_frame->runCommand(Cmd::RenameCategory);
     QVERIFY(m_messages->numbers().isEmpty());
     QCOMPARE(page->form()->categoryName->text(), QStringLiteral("Romány"));
-}
-
-void TestWorkflow::newClientIsServedAtOnce()
-{
-    entry()->setActivePage(CViewZadavani::Vypujcky);
-    auto *page = entry()->activePageAs<CPageVypujcky>();
-    QVERIFY(page);
-    QCOMPARE(page->clientId(), -1);
-    onNextModal<CDlgNovyKlient>([](CDlgNovyKlient *d) {
-        d->form()->code()->setText(QStringLiteral("K9"));
-        d->form()->first()->setText(QStringLiteral("Eva"));
-        d->form()->surname()->setText(QStringLiteral("Veselá"));
-        d->accept();
-    });
-    m_frame->runCommand(Cmd::NewClient);
-    QVERIFY(m_messages->numbers().isEmpty());
-    const qint64 id = m_lib->count(QStringLiteral("SELECT ID_LIDE_LIDE FROM LIDE WHERE KOD = 'K9'"));
-    QVERIFY(id > 0);
-    QCOMPARE(page->clientId(), qint32(id));
-    bool named = false;
-    for (const QLineEdit *e : page->findChildren<QLineEdit *>())
-        named = named || e->text() == QStringLiteral("Veselá Eva");
-    QVERIFY(named);
 }
 
 void TestWorkflow::restoredDataReachTheReportView()

@@ -12,6 +12,7 @@
 #include "reports/reportmodel.h"
 #include "reports/sestavaview.h"
 #include "reports/texttablemodel.h"
+#include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -63,7 +64,6 @@ class TestReportView : public QObject
 
 private Q_SLOTS:
     void fillReport();
-    void missingCategoryEmptiesTheList();
     void navigation();
     void sorting();
     void czechColumnSortUnderTheCLocale();
@@ -113,26 +113,13 @@ void TestReportView::fillReport()
     QCOMPARE(view.model()->index(0, CReportModel::Category).data().toString(), QStringLiteral("Beletrie"));
     QCOMPARE(view.model()->headerData(4, Qt::Horizontal).toString(), QStringLiteral("Cena"));
 
-    // The title and summary lines: yellow on blue, centred, on the view's light yellow.
-    const QLabel *summary = view.findChildren<QLabel *>().last();
-    QCOMPARE(summary->palette().color(QPalette::WindowText), QColor(Qt::yellow));
-    QCOMPARE(summary->palette().color(QPalette::Window), QColor(Qt::blue));
-    QCOMPARE(summary->alignment(), Qt::AlignCenter);
-    QCOMPARE(view.palette().color(QPalette::Window), QColor(255, 255, 200));
-
     // Leaving the view empties the list but keeps the statement, the title and the kind.
     view.leaveView();
     QCOMPARE(view.model()->rowCount(), 0);
     QCOMPARE(view.reportKind(), 8);
     QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
-}
 
-void TestReportView::missingCategoryEmptiesTheList()
-{
-    TestLibrary lib;
-    MessageRecorder messages;
-    addBooks(lib, 3);
-    CSestavaView view;
+    // A book whose category is missing stops the report: message 94, an empty list, no summary.
     view.enterView(reportRequest(fixedReport(ReportKind::Present)));
     QCOMPARE(view.model()->rowCount(), 3);
     lib.addBook(TestLibrary::BookSpec(QStringLiteral("B99")).in(777));
@@ -141,59 +128,54 @@ void TestReportView::missingCategoryEmptiesTheList()
     QCOMPARE(view.model()->rowCount(), 0);
     QVERIFY(view.summary().isEmpty());
     QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
-    QCOMPARE(view.reportKind(), 8);
 }
 
 void TestReportView::navigation()
 {
     TestLibrary lib;
-    addBooks(lib, 30);
+    for (int i = 1; i <= 100; ++i)
+        lib.addBook(QStringLiteral("B%1").arg(i, 3, 10, QLatin1Char('0')));
     CSestavaView view;
     view.enterView(reportRequest(fixedReport(ReportKind::Present)));
-    QCOMPARE(view.model()->rowCount(), 30);
+    QCOMPARE(view.model()->rowCount(), 100);
 
-    view.selectIndex(10);
-    QVERIFY(view.runCommand(Cmd::NavPageForward)); // "vpřed" goes towards the top
-    QCOMPARE(view.selectedIndex(), 0);
-    view.selectIndex(10);
-    QVERIFY(view.runCommand(Cmd::NavPageBack));
-    QCOMPARE(view.selectedIndex(), 29);
-    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(false));
-    QCOMPARE(view.commandEnabled(Cmd::NavPageBack), std::optional<bool>(false));
-    QCOMPARE(view.commandEnabled(Cmd::NavLast), std::optional<bool>(false));
-    QCOMPARE(view.commandEnabled(Cmd::NavPrevious), std::optional<bool>(true));
-    view.runCommand(Cmd::NavNext); // at the end nothing moves
-    QCOMPARE(view.selectedIndex(), 29);
-    view.runCommand(Cmd::NavPrevious);
-    QCOMPARE(view.selectedIndex(), 28);
-    view.runCommand(Cmd::NavFirst);
-    QCOMPARE(view.selectedIndex(), 0);
-    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(false));
-    QCOMPARE(view.commandEnabled(Cmd::NavPageForward), std::optional<bool>(false));
-    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(true));
-    view.runCommand(Cmd::NavPrevious);
-    QCOMPARE(view.selectedIndex(), 0);
-    view.runCommand(Cmd::NavNext);
-    QCOMPARE(view.selectedIndex(), 1);
-    view.runCommand(Cmd::NavLast);
-    QCOMPARE(view.selectedIndex(), 29);
-    // A step of 40 from the middle of a longer list.
-    addBooks(lib, 0);
-    for (int i = 31; i <= 100; ++i)
-        lib.addBook(QStringLiteral("B%1").arg(i, 3, 10, QLatin1Char('0')));
-    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
-    view.selectIndex(50);
-    view.runCommand(Cmd::NavPageBack);
-    QCOMPARE(view.selectedIndex(), 90);
-    view.runCommand(Cmd::NavPageForward);
-    QCOMPARE(view.selectedIndex(), 50);
-    // Without a selection only "first" and "last" move.
-    view.list()->selectionModel()->clearSelection();
-    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(false));
-    view.runCommand(Cmd::NavNext);
-    QCOMPARE(view.selectedIndex(), -1);
-    view.runCommand(Cmd::NavLast);
-    QCOMPARE(view.selectedIndex(), 99);
+    // From a selected row (-1: none), a command moves to a row; the commands that could not
+    // move from there are disabled, all of them without a selection, though "first" and "last"
+    // still run. "Vpřed" goes 40 rows towards the top.
+    struct Step
+    {
+        int from, command, to;
+        QList<int> disabledAfter;
+    };
+    const QList<Step> steps = {
+        {10, Cmd::NavPageForward, 0, {Cmd::NavFirst, Cmd::NavPageForward, Cmd::NavPrevious}},
+        {0, Cmd::NavPrevious, 0, {Cmd::NavFirst, Cmd::NavPageForward, Cmd::NavPrevious}},
+        {0, Cmd::NavNext, 1, {}},
+        {50, Cmd::NavPageBack, 90, {}},
+        {90, Cmd::NavPageForward, 50, {}},
+        {70, Cmd::NavPageBack, 99, {Cmd::NavLast, Cmd::NavPageBack, Cmd::NavNext}},
+        {99, Cmd::NavNext, 99, {Cmd::NavLast, Cmd::NavPageBack, Cmd::NavNext}},
+        {99, Cmd::NavPrevious, 98, {}},
+        {98, Cmd::NavFirst, 0, {Cmd::NavFirst, Cmd::NavPageForward, Cmd::NavPrevious}},
+        {-1,
+         Cmd::NavNext,
+         -1,
+         {Cmd::NavFirst, Cmd::NavPrevious, Cmd::NavNext, Cmd::NavLast, Cmd::NavPageBack,
+          Cmd::NavPageForward}},
+        {-1, Cmd::NavLast, 99, {Cmd::NavLast, Cmd::NavPageBack, Cmd::NavNext}},
+    };
+    for (const Step &s : steps) {
+        if (s.from < 0)
+            view.list()->selectionModel()->clearSelection();
+        else
+            view.selectIndex(s.from);
+        QVERIFY(view.runCommand(s.command));
+        QCOMPARE(view.selectedIndex(), s.to);
+        for (int c : {Cmd::NavFirst, Cmd::NavPrevious, Cmd::NavNext, Cmd::NavLast, Cmd::NavPageBack,
+                      Cmd::NavPageForward})
+            QVERIFY2(view.commandEnabled(c) == std::optional<bool>(!s.disabledAfter.contains(c)),
+                     qPrintable(QStringLiteral("command %1 at row %2").arg(c).arg(s.to)));
+    }
     // Other commands are not the view's.
     QVERIFY(!view.runCommand(Cmd::PrintReport));
     QCOMPARE(view.commandEnabled(Cmd::PrintReport), std::nullopt);
@@ -203,13 +185,8 @@ void TestReportView::sorting()
 {
     TestLibrary lib;
     const float prices[] = {5, 1, 5, 3, 1};
-    const char *titles[] = {"beta", "Alfa", "alfa", "Čáp", "cesta"};
-    for (int i = 0; i < 5; ++i) {
-        TestLibrary::BookSpec b(QStringLiteral("K%1").arg(i));
-        b.price = prices[i];
-        b.title = QString::fromUtf8(titles[i]);
-        lib.addBook(b);
-    }
+    for (int i = 0; i < 5; ++i)
+        lib.addBook(TestLibrary::BookSpec(QStringLiteral("K%1").arg(i)).priced(prices[i]));
     CSestavaView view;
     QAbstractItemModelTester tester(view.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
     view.enterView(reportRequest(fixedReport(ReportKind::Present)));
@@ -219,21 +196,9 @@ void TestReportView::sorting()
     QCOMPARE(shownCodes(view), words("K1 K4 K3 K0 K2"));
     QCOMPARE(view.model()->row(view.selectedIndex()).code,
              QStringLiteral("K3")); // the selection follows its row
-    QCOMPARE(CReportModel::comparePrices(2, 1), 1);
-    QCOMPARE(CReportModel::comparePrices(1, 2), 0);
-    QCOMPARE(CReportModel::comparePrices(1, 1), 0);
     // A second click sorts ascending again, never descending.
     view.list()->horizontalHeader()->sectionClicked(CReportModel::Price);
-    QCOMPARE(view.model()->row(0).code, QStringLiteral("K1"));
-    // Titles by a locale-aware comparison that heeds letter case: Č after C, not after Z.
-    view.model()->sort(CReportModel::Title);
-    QStringList sortedTitles;
-    for (const ReportRow &r : view.model()->rows())
-        sortedTitles << r.title;
-    QCOMPARE(sortedTitles.indexOf(QStringLiteral("beta")), 2);
-    QVERIFY(sortedTitles.indexOf(QStringLiteral("cesta")) < sortedTitles.indexOf(QStringLiteral("Čáp")));
-    view.model()->sort(CReportModel::Code);
-    QCOMPARE(shownCodes(view).first(), QStringLiteral("K0"));
+    QCOMPARE(shownCodes(view), words("K1 K4 K3 K0 K2"));
 }
 
 // A click on a column header sorts in Czech order with letter case counted, whatever the
@@ -281,8 +246,7 @@ void TestReportView::columnWidths()
     CSestavaView view;
     QHeaderView *header = view.list()->horizontalHeader();
     view.resize(600, 400);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(exposed(view));
     QCOMPARE(header->sectionSize(0), 67);
     QCOMPARE(header->sectionSize(1), 244);
     QCOMPARE(header->sectionSize(4), 60);
@@ -327,12 +291,10 @@ void TestReportView::htmlExport()
 
     answer = QDir(exportDir).filePath(QStringLiteral("sestava.html"));
     view.exportHtml();
+    // The page itself is the core's; here it is the one of the report shown.
     const QByteArray page = fileBytes(answer);
     QVERIFY(page.startsWith("\xEF\xBB\xBF<H2 ALIGN=\"CENTER\"><U>Knihy pr"));
     QVERIFY(page.contains("<TD ALIGN=\"LEFT\">  Tom & Jerry <1>  </TD>\n"));
-    QVERIFY(page.contains("<TD ALIGN=\"LEFT\">  12.50  </TD>\n"));
-    QVERIFY(page.endsWith(
-        "<CENTER>Nalezeno 1 knih v celkov\xC3\xA9 hodnot\xC4\x9B 12.50 K\xC4\x8D</CENTER>\n<BR>\n"));
     QVERIFY(messages.numbers().isEmpty());
 
     // A folder that cannot be written: message 120 and no page.
@@ -340,16 +302,11 @@ void TestReportView::htmlExport()
     view.exportHtml();
     QCOMPARE(messages.numbers(), QList<int>{120});
     QVERIFY(!QFile::exists(answer));
-    // The library itself, also through a link in Export: message 120 and the library untouched.
-    const QByteArray library = fileBytes(lib.dbPath());
-    QVERIFY(QFile::link(lib.dbPath(), QDir(exportDir).filePath(QStringLiteral("odkaz.html"))));
-    for (const QString &own : {lib.dbPath(), QDir(exportDir).filePath(QStringLiteral("odkaz.html"))}) {
-        messages.clear();
-        answer = own;
-        view.exportHtml();
-        QCOMPARE(messages.numbers(), QList<int>{120});
-        QCOMPARE(fileBytes(lib.dbPath()), library);
-    }
+    // The program's own files are refused by the core's writer, with the same message.
+    messages.clear();
+    answer = lib.dbPath();
+    view.exportHtml();
+    QCOMPARE(messages.numbers(), QList<int>{120});
     setSaveFileAsker(previous);
     QDir::setCurrent(oldCurrent);
 }

@@ -38,13 +38,6 @@ private Q_SLOTS:
 
 namespace {
 
-template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
-{
-    type(&page, "bookCode", code);
-    page.lookUpBook();
-    page.addBook();
-}
-
 // Arms the disk, runs the action, disarms; the last message must be the page's own and the
 // library unchanged and sound.
 #define EXPECT_REFUSED(allowedWrites, message, action)                                                       \
@@ -97,8 +90,7 @@ void TestFaultPages::circulationPages()
 
     {
         CPageVypujcky page;
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QVERIFY(exposed(page));
         for (const char *code : {"A", "B", "C"})
             lookUpAndAdd(page, QString::fromLatin1(code));
         page.clientChosen(QStringLiteral("K1"));
@@ -113,8 +105,7 @@ void TestFaultPages::circulationPages()
     }
     {
         CPageVraceni page;
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QVERIFY(exposed(page));
         lookUpAndAdd(page, QStringLiteral("R1"));
         lookUpAndAdd(page, QStringLiteral("R2"));
         EXPECT_REFUSED(0, 72, page.giveBack());
@@ -122,8 +113,7 @@ void TestFaultPages::circulationPages()
     }
     {
         CPageVyrazeni page;
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QVERIFY(exposed(page));
         lookUpAndAdd(page, QStringLiteral("D"));
         type(&page, "discardDate", QStringLiteral("15.3.2026"));
         EXPECT_REFUSED(0, 47, page.discard());
@@ -132,8 +122,7 @@ void TestFaultPages::circulationPages()
     {
         CUndoDiscardDialog dialog;
         QVERIFY(dialog.prepare());
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(exposed(dialog));
         type(&dialog, "code", QStringLiteral("V1"));
         dialog.lookUp();
         QVERIFY(dialog.bookId() > 0);
@@ -155,8 +144,7 @@ void TestFaultPages::cataloguePages()
     MessageRecorder rec;
     {
         CPageNoveknihy page;
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QVERIFY(exposed(page));
         page.onActivate();
         BookForm *f = page.form();
         f->code->setText(QStringLiteral("NOVA"));
@@ -170,8 +158,7 @@ void TestFaultPages::cataloguePages()
     }
     {
         CPageOpravy page;
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QVERIFY(exposed(page));
         page.onActivate();
         BookForm *f = page.form();
         f->code->setText(QStringLiteral("A"));

@@ -34,6 +34,19 @@ inline void type(QWidget *w, const char *name, const QString &value)
     child<QLineEdit>(w, name)->setText(value);
 }
 
+// Types a book's code into a circulation page (or any page with a "bookCode" field) and looks
+// it up, as Enter in the field does; lookUpAndAdd then presses "Přidat".
+template <typename Page> void lookUp(Page &page, const QString &code)
+{
+    type(&page, "bookCode", code);
+    page.lookUpBook();
+}
+template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
+{
+    lookUp(page, code);
+    page.addBook();
+}
+
 // Shows w and waits until it is on the screen (exposed) or the active window (showActive).
 bool exposed(QWidget *w);
 inline bool exposed(QWidget &w)
