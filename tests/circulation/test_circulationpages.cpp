@@ -56,15 +56,6 @@ private Q_SLOTS:
 
 namespace {
 
-// The codes of a prepared list from the top row down.
-template <typename Model> QStringList codes(const Model *list)
-{
-    QStringList out;
-    for (const auto &item : list->items())
-        out << item.code;
-    return out;
-}
-
 // The protocol the entry view was last asked to print.
 ProtocolRequest requested(const QSignalSpy &spy)
 {

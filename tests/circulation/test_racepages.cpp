@@ -29,25 +29,6 @@ private Q_SLOTS:
     void registerCommands();
 };
 
-namespace {
-
-template <typename Model> QStringList codes(const Model *list)
-{
-    QStringList out;
-    for (const auto &item : list->items())
-        out << item.code;
-    return out;
-}
-
-template <typename Page> void lookUpAndAdd(Page &page, const char *code)
-{
-    type(&page, "bookCode", QString::fromLatin1(code));
-    page.lookUpBook();
-    page.addBook();
-}
-
-} // namespace
-
 void TestRacePages::init()
 {
     SettingsRecord &s = AppState::instance().settings;
@@ -88,8 +69,8 @@ void TestRacePages::loansPage()
         CPageVypujcky page;
         QVERIFY(exposed(page));
         MessageRecorder rec;
-        lookUpAndAdd(page, "A");
-        lookUpAndAdd(page, "B"); // on top: written after A
+        lookUpAndAdd(page, QStringLiteral("A"));
+        lookUpAndAdd(page, QStringLiteral("B")); // on top: written after A
         type(&page, "clientCode", QStringLiteral("K1"));
         page.lookUpClient();
         c.otherDesk(lib, b, client);
@@ -115,7 +96,7 @@ void TestRacePages::returnsAndDiscardPages()
     {
         CPageVraceni page;
         QVERIFY(exposed(page));
-        lookUpAndAdd(page, "A");
+        lookUpAndAdd(page, QStringLiteral("A"));
         lib.giveBack({a}, 20260310);
         rec.clear();
         page.giveBack();
@@ -138,8 +119,8 @@ void TestRacePages::returnsAndDiscardPages()
         const qint32 c = lib.addBook(QStringLiteral("C") + tag);
         CPageVyrazeni page;
         QVERIFY(exposed(page));
-        lookUpAndAdd(page, qPrintable(QStringLiteral("C") + tag));
-        lookUpAndAdd(page, qPrintable(QStringLiteral("B") + tag)); // on top: discarded after C
+        lookUpAndAdd(page, QStringLiteral("C") + tag);
+        lookUpAndAdd(page, QStringLiteral("B") + tag); // on top: discarded after C
         otherDesk(b);
         rec.clear();
         rec.answerNext(ResultYes);

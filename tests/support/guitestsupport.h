@@ -47,6 +47,15 @@ template <typename Page> void lookUpAndAdd(Page &page, const QString &code)
     page.addBook();
 }
 
+// The codes of a circulation page's prepared list from the top row down.
+template <typename Model> QStringList codes(const Model *list)
+{
+    QStringList out;
+    for (const auto &item : list->items())
+        out << item.code;
+    return out;
+}
+
 // Shows w and waits until it is on the screen (exposed) or the active window (showActive).
 bool exposed(QWidget *w);
 inline bool exposed(QWidget &w)
