@@ -258,6 +258,22 @@ void TestBackupJobs::floppySeriesRestoresAndAbortKeepsData()
     QCOMPARE(lib.rows("KNIHY", "KOD = 'B900'"), 1);
     QVERIFY(snapshot(lib) == changed);
 
+    // The last diskette's end mark broken: it is asked for again, and what was read of it stays in
+    // the image, which then holds the whole library and more bytes than its header says: refused.
+    const QString last = floppyVolumePath(floppy.path(), volumes);
+    const QByteArray good = readFile(last);
+    QVERIFY(writeFile(last, QByteArray(good).replace(good.size() - 8, 1, "\x7f")));
+    int asked = 0;
+    BackupCallbacks again;
+    again.askForVolume = [&](int volume) {
+        return volume != volumes || ++asked != 2 || writeFile(last, good);
+    };
+    messages.clear();
+    QCOMPARE(runImport(importFrom(lib, first), again), BackupOutcome::Failed);
+    QCOMPARE(asked, 2);
+    QCOMPARE(messages.numbers(), (QList<int>{0, 102, 102}));
+    QVERIFY(snapshot(lib) == changed);
+
     // The whole series restores the library byte for byte.
     messages.clear();
     QCOMPARE(runImport(importFrom(lib, first), {}), BackupOutcome::Succeeded);

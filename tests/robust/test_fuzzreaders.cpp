@@ -1,10 +1,6 @@
 #include "app/messages.h"
 #include "app/settings.h"
 #include "backup/backupcore.h"
-#include "backup/backupjobs.h"
-#include "data/consistency.h"
-#include "data/database.h"
-#include "robust/robustsupport.h"
 #include "support/testsupport.h"
 
 #include <QDir>
@@ -23,7 +19,6 @@ class TestFuzzReaders : public QObject
 private Q_SLOTS:
     void settingsRecord();
     void backupFile();
-    void importOfCutVolume();
 };
 
 namespace {
@@ -198,52 +193,6 @@ void TestFuzzReaders::backupFile()
     }
     QVERIFY(done >= 40);
     QVERIFY(refused >= 100);
-}
-
-// A real backup of a library whose file was cut short anywhere (a diskette pulled out, a copy
-// that broke off): the import refuses it with 102 and the library stays as it was.
-void TestFuzzReaders::importOfCutVolume()
-{
-    TestLibrary lib;
-    QVERIFY(lib.isValid());
-    const qint32 k = lib.addClient(QStringLiteral("K1"));
-    QList<qint32> books;
-    for (int i = 0; i < 300; ++i)
-        books << lib.addBook(QStringLiteral("B%1").arg(i));
-    lib.lend(books.mid(0, 5), k, 20260301);
-    ExportRequest out;
-    out.dataDir = lib.dir();
-    out.fileName = QDir(lib.dir()).filePath(QStringLiteral("zaloha.fzl"));
-    out.stamp.date = 20260315;
-    out.stamp.tag = 99;
-    MessageRecorder messages;
-    QCOMPARE(runExport(out, {}), BackupOutcome::Succeeded);
-    QVERIFY(Database::isOpen());
-    QFile backup(out.fileName);
-    QVERIFY(backup.open(QIODevice::ReadOnly));
-    const QByteArray whole = backup.readAll();
-    backup.close();
-    QVERIFY(whole.size() > 64000 + 28);
-    const QStringList before = tableSnapshot();
-    const QString cut = QDir(lib.dir()).filePath(QStringLiteral("cut.fzl"));
-    // Cuts in the header, in the first block, at a block's edge, in the last block, in the end mark.
-    const QList<qint64> lengths = {
-        0, 10, 24, 1000, 24 + 64000, 24 + 64001, whole.size() - 100, whole.size() - 5};
-    for (qint64 length : lengths) {
-        QFile f(cut);
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        QCOMPARE(f.write(whole.left(length)), length);
-        f.close();
-        messages.clear();
-        ImportRequest in;
-        in.dataDir = lib.dir();
-        in.fileName = cut;
-        QCOMPARE(runImport(in, {}), BackupOutcome::Failed);
-        QVERIFY2(messages.numbers().contains(102), qPrintable(QString::number(length)));
-        QVERIFY(Database::isOpen());
-        QCOMPARE(tableSnapshot(), before);
-        QCOMPARE(checkLibrary(), QStringList());
-    }
 }
 
 QTEST_GUILESS_MAIN(TestFuzzReaders)
