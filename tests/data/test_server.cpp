@@ -18,7 +18,6 @@ class TestServer : public QObject
 private Q_SLOTS:
     void addresses_data();
     void addresses();
-    void sameTablesAndColumns();
     void openOnServer();
     void initAndOpenFromTheCommandLine();
     void wherePlacesTheLibrary();
@@ -139,61 +138,10 @@ void TestServer::addresses()
     QCOMPARE(again->databaseName, database);
 }
 
-// The server's library has the very tables and columns of the library file, in the same order, so
-// that rows move between the two unchanged.
-void TestServer::sameTablesAndColumns()
-{
-    QString why;
-    if (!TestPostgres::available(&why))
-        QSKIP(qPrintable(why));
-    const QString url = TestPostgres::createDatabase(QStringLiteral("schema"));
-    QVERIFY(!url.isEmpty());
-
-    TestLibrary library;
-    QMap<QString, QStringList> fileColumns;
-    {
-        QSqlQuery tables(Database::connection());
-        QVERIFY(
-            tables.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")));
-        while (tables.next()) {
-            QSqlQuery columns(Database::connection());
-            QVERIFY(columns.exec(QStringLiteral("PRAGMA table_info(%1)").arg(tables.value(0).toString())));
-            while (columns.next())
-                fileColumns[tables.value(0).toString()] << columns.value(1).toString().toLower();
-        }
-    }
-    QCOMPARE(fileColumns.size(), 6);
-
-    QFile schema(QStringLiteral(":/folivo/schema-postgresql.sql"));
-    QVERIFY(schema.open(QIODevice::ReadOnly));
-    const QString connectionName = QStringLiteral("schema-test");
-    {
-        QSqlDatabase db = ServerAddress::parse(url)->addConnection(connectionName);
-        QVERIFY2(db.open(), qPrintable(db.lastError().text()));
-        QSqlQuery q(db);
-        QVERIFY2(q.exec(QString::fromUtf8(schema.readAll())), qPrintable(q.lastError().text()));
-        QMap<QString, QStringList> serverColumns;
-        QVERIFY(
-            q.exec(QStringLiteral("SELECT upper(table_name), column_name FROM information_schema.columns "
-                                  "WHERE table_schema = 'public' ORDER BY table_name, ordinal_position")));
-        while (q.next())
-            serverColumns[q.value(0).toString()] << q.value(1).toString();
-        QCOMPARE(serverColumns, fileColumns);
-        QVERIFY(q.exec(QStringLiteral("SELECT * FROM ids")));
-        QVERIFY(q.next());
-        QCOMPARE(q.value(0).toInt(), 1);
-        QCOMPARE(q.value(5).toInt(), 0);
-        // The Czech order a server sorts names in.
-        QVERIFY(q.exec(QStringLiteral("SELECT 1 FROM pg_collation WHERE collname = 'cs-CZ-x-icu'")));
-        QVERIFY2(q.next(), "the server has no Czech ICU collation");
-        db.close();
-    }
-    QSqlDatabase::removeDatabase(connectionName);
-}
-
 // A library on a server opens with the same refusals as a file: its tables checked against the
-// program's, the data directory held by one copy of the program, and every desk holding the
-// library shared so that an import can have it alone.
+// program's (the columns of the library file, in the same order, so that rows move between the two
+// unchanged; every test that runs on both engines opens such a library), the data directory held by one copy
+// of the program, and every desk holding the library shared so that an import can have it alone.
 void TestServer::openOnServer()
 {
     QString why;

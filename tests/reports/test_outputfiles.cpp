@@ -8,7 +8,6 @@
 
 #include <QDir>
 #include <QDirIterator>
-#include <QProcess>
 #include <QTest>
 
 #include <csignal>
@@ -147,7 +146,6 @@ void TestOutputFiles::protectedTargets()
         QStringLiteral("Export/hard.pdf"),
     };
     const QMap<QString, QByteArray> before = snapshot(dir);
-    const QString cli = QStringLiteral(FOLIVO_CLI);
     for (const QString &target : targets) {
         QVERIFY2(!html(target), qPrintable(target));
         QVERIFY2(!pdf(target), qPrintable(target));
@@ -157,15 +155,11 @@ void TestOutputFiles::protectedTargets()
             {QStringLiteral("report"), QStringLiteral("7"), QStringLiteral("--html"), full},
             {QStringLiteral("protocol"), QStringLiteral("loan"), QString::number(m_loan),
              QStringLiteral("--pdf"), full}};
-        for (QStringList args : commands) {
-            args << QStringLiteral("--data-dir") << dir;
-            QProcess p;
-            p.setWorkingDirectory(QDir::tempPath());
-            p.start(cli, args);
-            QVERIFY(p.waitForFinished(30000));
-            const QString err = QString::fromUtf8(p.readAllStandardError());
-            QVERIFY2(p.exitCode() == 1, qPrintable(target + QLatin1Char(' ') + err));
-            QVERIFY2(err.contains(full) && err.contains(QStringLiteral("own files")), qPrintable(err));
+        for (const QStringList &args : commands) {
+            const CliRun r =
+                runCli(args + QStringList{QStringLiteral("--data-dir"), dir}, [] { (void)::chdir("/"); });
+            QVERIFY2(r.code == 1, qPrintable(target + QLatin1Char(' ') + r.err));
+            QVERIFY2(r.err.contains(full) && r.err.contains(QStringLiteral("own files")), qPrintable(r.err));
         }
         QCOMPARE(snapshot(dir), before);
     }
@@ -230,46 +224,26 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
     QCOMPARE(snapshot(dir).size(), before.size());
 }
 
+// What the command line adds to the writers: exit code 1 and the file named, here on a disk that
+// is full before the heading of the page fits into it.
 void TestOutputFiles::commandLineReportsTheFile()
 {
-    // The command line on a full disk, in a folder that is gone, and for a good file.
     const QString dir = m_lib->dir();
     const QString out = QDir(dir).filePath(QStringLiteral("Export/old.html"));
     writeFile(out, "old");
     const QMap<QString, QByteArray> before = snapshot(dir);
-    auto run = [&](const QStringList &args, rlim_t limit, QString *err) {
-        QProcess p;
-        p.setChildProcessModifier([limit] {
-            std::signal(SIGXFSZ, SIG_IGN);
-            struct rlimit r;
-            getrlimit(RLIMIT_FSIZE, &r);
-            r.rlim_cur = limit;
-            setrlimit(RLIMIT_FSIZE, &r);
-        });
-        p.start(QStringLiteral(FOLIVO_CLI), args + QStringList{QStringLiteral("--data-dir"), dir});
-        p.waitForFinished(30000);
-        *err = QString::fromUtf8(p.readAllStandardError());
-        return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    };
-    QString err;
-    // Not even the heading of the page fits into 100 bytes.
-    QCOMPARE(run({QStringLiteral("report"), QStringLiteral("8"), QStringLiteral("--html"), out}, 100, &err),
-             1);
-    QVERIFY2(err.contains(out), qPrintable(err));
-    QCOMPARE(run({QStringLiteral("protocol"), QStringLiteral("loan"), QString::number(m_loan),
-                  QStringLiteral("--pdf"), out},
-                 100, &err),
-             1);
-    QVERIFY2(err.contains(out), qPrintable(err));
-    const QString gone = QDir(dir).filePath(QStringLiteral("Gone/x.html"));
-    QCOMPARE(run({QStringLiteral("report"), QStringLiteral("7"), QStringLiteral("--html"), gone},
-                 RLIM_INFINITY, &err),
-             1);
-    QVERIFY2(err.contains(gone), qPrintable(err));
+    const QStringList args = (words("report 8 --html") << out << QStringLiteral("--data-dir") << dir);
+    const CliRun full = runCli(args, [] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit r;
+        getrlimit(RLIMIT_FSIZE, &r);
+        r.rlim_cur = 100;
+        setrlimit(RLIMIT_FSIZE, &r);
+    });
+    QCOMPARE(full.code, 1);
+    QVERIFY2(full.err.contains(out), qPrintable(full.err));
     QCOMPARE(snapshot(dir), before);
-    QCOMPARE(run({QStringLiteral("report"), QStringLiteral("8"), QStringLiteral("--html"), out},
-                 RLIM_INFINITY, &err),
-             0);
+    QCOMPARE(runCli(args).code, 0);
     QVERIFY(fileBytes(out).contains("<TD ALIGN=\"LEFT\">  A1  </TD>"));
 }
 
