@@ -92,20 +92,15 @@ void TestDatabase::secondProcessCannotOpen()
     QCOMPARE(lib.rows("KNIHY"), 0);
 }
 
+// How the program's statements are put to the engine; the plain wildcards and the letter case of
+// LIKE and = are pinned on a real library (czechLikeIgnoresCase), the edge cases here.
 void TestDatabase::translation_data()
 {
     QTest::addColumn<QString>("jet");
     QTest::addColumn<QString>("sqlite");
-    QTest::newRow("like stars") << "SELECT * FROM KNIHY WHERE 1 AND AUTOR LIKE '*Čap*' "
-                                << "SELECT * FROM KNIHY WHERE 1 AND AUTOR LIKE '%Čap%' ";
-    QTest::newRow("question mark") << "SELECT * FROM KNIHY WHERE KOD LIKE 'A?1'"
-                                   << "SELECT * FROM KNIHY WHERE KOD LIKE 'A_1'";
     QTest::newRow("stars outside like stay")
         << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' AND KOD LIKE '*1*'"
         << "SELECT * FROM KNIHY WHERE NAZEV = 'x*' COLLATE NOCASE AND KOD LIKE '%1%'";
-    QTest::newRow("text equality ignores case")
-        << "SELECT * FROM KNIHY WHERE KOD='ab' AND VYRAZENO"
-        << "SELECT * FROM KNIHY WHERE KOD='ab' COLLATE NOCASE AND VYRAZENO";
     QTest::newRow("czech text equality") << "AND AUTOR = 'karel čapek' "
                                          << "AND AUTOR = 'karel čapek' COLLATE CZNOCASE ";
     QTest::newRow("engine wildcards are plain in a pattern") << "AND KOD LIKE '*A_1%\\*' "
@@ -114,8 +109,6 @@ void TestDatabase::translation_data()
                                        << "AND AUTOR = 'O''Neil' COLLATE NOCASE ";
     QTest::newRow("numbers untouched") << "WHERE CENA <= 200.000000 AND PRIRUSTEK >= 3 AND KOD <> 'x'"
                                        << "WHERE CENA <= 200.000000 AND PRIRUSTEK >= 3 AND KOD <> 'x'";
-    QTest::newRow("keyword tildes") << "AND KLICOVA_SLOVA LIKE '*~moře~*' "
-                                    << "AND KLICOVA_SLOVA LIKE '%~moře~%' ";
     // Every ORDER BY on a text column sorts in Czech order; numbers and dates sort as numbers.
     QTest::newRow("order by a date")
         << "SELECT * FROM VYPUJCKY WHERE VYPUJCKY.ID_KNIHY_VYPUJCKY = 3 ORDER BY VYPUJCKY.DATUM_PUJCKY DESC"

@@ -404,10 +404,8 @@ void TestReportCore::htmlPage()
 
 void TestReportCore::htmlOpenFailure()
 {
+    // A folder that is gone is the output files' test's; here the writer used wrongly.
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("no/such/folder/sestava.html"));
-    QVERIFY(!writeReportHtml(path, QStringLiteral("T"), {}, QStringLiteral("S")).ok());
-    QVERIFY(!QFile::exists(path));
     HtmlTableWriter writer;
     QVERIFY(!writer.writeText(QStringLiteral("x"))); // nothing open
     QVERIFY(!writer.open(dir.path()));               // a folder is no file
