@@ -1,6 +1,7 @@
 // HTML pages and PDF files land whole or not at all, and never on the program's own files: through
 // the core functions and through folivo-cli, for plain paths, symbolic and hard links, read-only
 // and vanished folders, a full disk and a job stopped halfway.
+#include "backup/backuptesthelpers.h"
 #include "data/database.h"
 #include "reports/htmlcore.h"
 #include "reports/printdocs.h"
@@ -15,13 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(f.write(bytes), bytes.size());
-}
 
 // Every file under dir with its content: what a refused or failed write must leave as it was.
 QMap<QString, QByteArray> snapshot(const QString &dir)
@@ -52,20 +46,11 @@ bool pdf(const QString &target, int rows = 3, const PageProgress &progress = {})
         .ok();
 }
 
-// Runs the writer with the file size limited to limit bytes, as on a disk that fills up: every
-// write beyond it fails with EFBIG (the signal it would raise is ignored).
+// Runs the writer on a disk that fills up after limit bytes.
 template <typename F> bool onFullDisk(rlim_t limit, F writer)
 {
-    struct rlimit old;
-    getrlimit(RLIMIT_FSIZE, &old);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit full = old;
-    full.rlim_cur = limit;
-    setrlimit(RLIMIT_FSIZE, &full);
-    const bool ok = writer();
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
-    return ok;
+    BackupTest::FileSizeLimit full(limit);
+    return writer();
 }
 
 // Runs the writer as an ordinary user when the tests run as root, for whom no folder is read-only.
@@ -111,9 +96,9 @@ void TestOutputFiles::init()
     QDir::setCurrent(m_lib->dir()); // the program works in its data directory
     QDir().mkpath(QStringLiteral("Temp"));
     QDir().mkpath(QStringLiteral("Export"));
-    writeFile(QStringLiteral("Folivo.ini"), QByteArray(164, 'i'));
-    writeFile(QStringLiteral("rvmsgbit.dat"), "picture");
-    writeFile(QStringLiteral("Temp/zaloha.dat"), "a backup being read");
+    QVERIFY(writeBytes(QStringLiteral("Folivo.ini"), QByteArray(164, 'i')));
+    QVERIFY(writeBytes(QStringLiteral("rvmsgbit.dat"), "picture"));
+    QVERIFY(writeBytes(QStringLiteral("Temp/zaloha.dat"), "a backup being read"));
 }
 
 void TestOutputFiles::cleanup()
@@ -172,8 +157,8 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
 {
     const QString dir = m_lib->dir();
     const QByteArray old = "yesterday's page";
-    writeFile(QStringLiteral("Export/old.html"), old);
-    writeFile(QStringLiteral("Export/old.pdf"), old);
+    QVERIFY(writeBytes(QStringLiteral("Export/old.html"), old));
+    QVERIFY(writeBytes(QStringLiteral("Export/old.pdf"), old));
     QVERIFY(QFile::setPermissions(dir, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                            QFile::ReadOther | QFile::ExeOther | QFile::ReadGroup |
                                            QFile::ExeGroup));
@@ -230,7 +215,7 @@ void TestOutputFiles::commandLineReportsTheFile()
 {
     const QString dir = m_lib->dir();
     const QString out = QDir(dir).filePath(QStringLiteral("Export/old.html"));
-    writeFile(out, "old");
+    QVERIFY(writeBytes(out, "old"));
     const QMap<QString, QByteArray> before = snapshot(dir);
     const QStringList args = (words("report 8 --html") << out << QStringLiteral("--data-dir") << dir);
     const CliRun full = runCli(args, [] {

@@ -1,6 +1,7 @@
 #include "app/messages.h"
 #include "app/settings.h"
 #include "backup/backupcore.h"
+#include "backup/backuptesthelpers.h"
 #include "support/testsupport.h"
 
 #include <QDir>
@@ -22,12 +23,6 @@ private Q_SLOTS:
 };
 
 namespace {
-
-quint32 word(const QByteArray &b, qint64 at)
-{
-    return quint32(quint8(b[at])) | quint32(quint8(b[at + 1])) << 8 | quint32(quint8(b[at + 2])) << 16 |
-           quint32(quint8(b[at + 3])) << 24;
-}
 
 quint16 half(const QByteArray &b, qint64 at)
 {
@@ -92,17 +87,17 @@ void TestFuzzReaders::settingsRecord()
         const QByteArray bytes = mutate(valid, rng, words);
         const std::optional<SettingsRecord> r = SettingsRecord::fromBytes(bytes);
         const bool framed = bytes.size() == SettingsRecord::Size &&
-                            word(bytes, 0) == SettingsRecord::HeadMark &&
-                            word(bytes, 160) == SettingsRecord::TailMark;
+                            BackupTest::wordAt(bytes, 0) == SettingsRecord::HeadMark &&
+                            BackupTest::wordAt(bytes, 160) == SettingsRecord::TailMark;
         QCOMPARE(bool(r), framed);
         if (!r)
             continue;
         ++accepted;
         // Every field is the file's own, and what was read writes back the same bytes.
         QCOMPARE(r->loanProtocol, half(bytes, 4));
-        QCOMPARE(r->loanDays, word(bytes, 20));
+        QCOMPARE(r->loanDays, BackupTest::wordAt(bytes, 20));
         QCOMPARE(r->passwordLength, half(bytes, 26));
-        QCOMPARE(quint32(r->password[15]), word(bytes, 28 + 60));
+        QCOMPARE(quint32(r->password[15]), BackupTest::wordAt(bytes, 28 + 60));
         QVERIFY(r->userName.size() <= SettingsRecord::NameBytes);
         const QByteArray again = r->toBytes();
         QCOMPARE(again.size(), SettingsRecord::Size);
@@ -143,11 +138,7 @@ void TestFuzzReaders::backupFile()
     int done = 0, refused = 0;
     for (int i = 0; i < 400; ++i) {
         const QByteArray bytes = i == 0 ? valid : mutate(valid, rng, words);
-        {
-            QFile f(name);
-            QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            QCOMPARE(f.write(bytes), bytes.size());
-        }
+        QVERIFY(writeBytes(name, bytes));
         QFile out(temp);
         QVERIFY(out.open(QIODevice::WriteOnly | QIODevice::Truncate));
         messages.clear();
@@ -158,21 +149,20 @@ void TestFuzzReaders::backupFile()
         // and followed by an end mark. A single volume carries the whole length, a volume of a
         // series at most one diskette's worth; a series needs its further volumes, which are never
         // confirmed here. (A count of 0 reads as a series that has no further volume.)
-        const bool headed = bytes.size() >= Backup::HeaderSize && word(bytes, 16) == Backup::FormatMark &&
-                            word(bytes, 8) == 0;
-        const qint64 dataLength = headed ? qint64(word(bytes, 0)) : -1;
-        const quint32 count = headed ? word(bytes, 4) : 0;
+        const bool headed = bytes.size() >= Backup::HeaderSize &&
+                            BackupTest::wordAt(bytes, 16) == Backup::FormatMark &&
+                            BackupTest::wordAt(bytes, 8) == 0;
+        const qint64 dataLength = headed ? qint64(BackupTest::wordAt(bytes, 0)) : -1;
+        const quint32 count = headed ? BackupTest::wordAt(bytes, 4) : 0;
         const qint64 amount = count == 1 ? dataLength : std::min(dataLength, Backup::VolumeDataSize);
         const bool whole = headed && bytes.size() >= Backup::HeaderSize + amount + Backup::EndMarkSize &&
-                           word(bytes, Backup::HeaderSize + amount) == Backup::EndMark;
+                           BackupTest::wordAt(bytes, Backup::HeaderSize + amount) == Backup::EndMark;
         if (headed && count <= 1) {
             QCOMPARE(result == CopyResult::Done, whole);
             if (whole) {
                 ++done;
                 QVERIFY(messages.numbers().isEmpty());
-                QFile f(temp);
-                QVERIFY(f.open(QIODevice::ReadOnly));
-                QVERIFY(f.readAll() == bytes.mid(Backup::HeaderSize, amount));
+                QVERIFY(fileBytes(temp) == bytes.mid(Backup::HeaderSize, amount));
                 QCOMPARE(qint64(length), dataLength);
             } else {
                 ++refused;
