@@ -153,10 +153,7 @@ void TestBackupJobs::diskBackupRestoresTheLibrary()
     const QByteArray saved = snapshot(lib);
     const ExportRequest request = diskExport(lib);
     QCOMPARE(runExport(request, {}), BackupOutcome::Succeeded);
-    const QByteArray backup = readFile(request.fileName);
-    QCOMPARE(backup.size(), saved.size() + 32);
-    QVERIFY(backup.mid(24, saved.size()) == saved);
-    QCOMPARE(wordAt(backup, 20), 1234u);
+    QVERIFY(readFile(request.fileName).mid(24) == saved + QByteArray::fromHex("0011001100110011"));
 
     // Work goes on after the backup, then the backup is restored.
     lib.addBook(QStringLiteral("B004"));
