@@ -96,18 +96,9 @@ void TestAppCore::settingsRecordLayout()
     QCOMPARE(SettingsRecord::fromBytes(r.toBytes())->userName, r.userName);
 }
 
+// What the record itself accepts is pinned by the fuzzing of its reader; here the file.
 void TestAppCore::settingsRecordRefusesDamage()
 {
-    const QByteArray good = SettingsRecord().toBytes();
-    QVERIFY(SettingsRecord::fromBytes(good));
-    QVERIFY(!SettingsRecord::fromBytes(good.left(163)));
-    QVERIFY(!SettingsRecord::fromBytes(good + '\0'));
-    QByteArray head = good;
-    head[0] = char(0xFE);
-    QVERIFY(!SettingsRecord::fromBytes(head));
-    QByteArray tail = good;
-    tail[161] = 0;
-    QVERIFY(!SettingsRecord::fromBytes(tail));
     QTemporaryDir dir;
     QVERIFY(!SettingsRecord::read(dir.filePath(QStringLiteral("missing.ini"))));
 
@@ -136,10 +127,7 @@ void TestAppCore::settingsRecordRefusesDamage()
     };
     for (const auto &f : files) {
         const QString path = dir.filePath(QString::fromLatin1(f.name));
-        QFile out(path);
-        QVERIFY(out.open(QIODevice::WriteOnly));
-        out.write(f.bytes);
-        out.close();
+        QVERIFY(writeBytes(path, f.bytes));
         const std::optional<SettingsRecord> read = SettingsRecord::read(path);
         QVERIFY2(bool(read) == f.valid, f.name);
         if (read)

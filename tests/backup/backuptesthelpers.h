@@ -3,6 +3,7 @@
 #include "backup/backupcore.h"
 #include "data/database.h"
 #include "data/safefile.h"
+#include "support/testsupport.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -29,14 +30,12 @@ inline QByteArray pattern(qint64 n, quint32 seed = 1)
 
 inline bool writeFile(const QString &path, const QByteArray &bytes)
 {
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size() && f.flush();
+    return writeBytes(path, bytes);
 }
 
 inline QByteArray readFile(const QString &path)
 {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    return fileBytes(path);
 }
 
 // A disk backup of an arbitrary image, framed as the export frames it.

@@ -1,6 +1,7 @@
 // HTML pages and PDF files land whole or not at all, and never on the program's own files: through
 // the core functions and through folivo-cli, for plain paths, symbolic and hard links, read-only
 // and vanished folders, a full disk and a job stopped halfway.
+#include "backup/backuptesthelpers.h"
 #include "data/database.h"
 #include "reports/htmlcore.h"
 #include "reports/printdocs.h"
@@ -8,7 +9,6 @@
 
 #include <QDir>
 #include <QDirIterator>
-#include <QProcess>
 #include <QTest>
 
 #include <csignal>
@@ -16,13 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(f.write(bytes), bytes.size());
-}
 
 // Every file under dir with its content: what a refused or failed write must leave as it was.
 QMap<QString, QByteArray> snapshot(const QString &dir)
@@ -53,20 +46,11 @@ bool pdf(const QString &target, int rows = 3, const PageProgress &progress = {})
         .ok();
 }
 
-// Runs the writer with the file size limited to limit bytes, as on a disk that fills up: every
-// write beyond it fails with EFBIG (the signal it would raise is ignored).
+// Runs the writer on a disk that fills up after limit bytes.
 template <typename F> bool onFullDisk(rlim_t limit, F writer)
 {
-    struct rlimit old;
-    getrlimit(RLIMIT_FSIZE, &old);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit full = old;
-    full.rlim_cur = limit;
-    setrlimit(RLIMIT_FSIZE, &full);
-    const bool ok = writer();
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
-    return ok;
+    BackupTest::FileSizeLimit full(limit);
+    return writer();
 }
 
 // Runs the writer as an ordinary user when the tests run as root, for whom no folder is read-only.
@@ -112,9 +96,9 @@ void TestOutputFiles::init()
     QDir::setCurrent(m_lib->dir()); // the program works in its data directory
     QDir().mkpath(QStringLiteral("Temp"));
     QDir().mkpath(QStringLiteral("Export"));
-    writeFile(QStringLiteral("Folivo.ini"), QByteArray(164, 'i'));
-    writeFile(QStringLiteral("rvmsgbit.dat"), "picture");
-    writeFile(QStringLiteral("Temp/zaloha.dat"), "a backup being read");
+    QVERIFY(writeBytes(QStringLiteral("Folivo.ini"), QByteArray(164, 'i')));
+    QVERIFY(writeBytes(QStringLiteral("rvmsgbit.dat"), "picture"));
+    QVERIFY(writeBytes(QStringLiteral("Temp/zaloha.dat"), "a backup being read"));
 }
 
 void TestOutputFiles::cleanup()
@@ -147,7 +131,6 @@ void TestOutputFiles::protectedTargets()
         QStringLiteral("Export/hard.pdf"),
     };
     const QMap<QString, QByteArray> before = snapshot(dir);
-    const QString cli = QStringLiteral(FOLIVO_CLI);
     for (const QString &target : targets) {
         QVERIFY2(!html(target), qPrintable(target));
         QVERIFY2(!pdf(target), qPrintable(target));
@@ -157,15 +140,11 @@ void TestOutputFiles::protectedTargets()
             {QStringLiteral("report"), QStringLiteral("7"), QStringLiteral("--html"), full},
             {QStringLiteral("protocol"), QStringLiteral("loan"), QString::number(m_loan),
              QStringLiteral("--pdf"), full}};
-        for (QStringList args : commands) {
-            args << QStringLiteral("--data-dir") << dir;
-            QProcess p;
-            p.setWorkingDirectory(QDir::tempPath());
-            p.start(cli, args);
-            QVERIFY(p.waitForFinished(30000));
-            const QString err = QString::fromUtf8(p.readAllStandardError());
-            QVERIFY2(p.exitCode() == 1, qPrintable(target + QLatin1Char(' ') + err));
-            QVERIFY2(err.contains(full) && err.contains(QStringLiteral("own files")), qPrintable(err));
+        for (const QStringList &args : commands) {
+            const CliRun r =
+                runCli(args + QStringList{QStringLiteral("--data-dir"), dir}, [] { (void)::chdir("/"); });
+            QVERIFY2(r.code == 1, qPrintable(target + QLatin1Char(' ') + r.err));
+            QVERIFY2(r.err.contains(full) && r.err.contains(QStringLiteral("own files")), qPrintable(r.err));
         }
         QCOMPARE(snapshot(dir), before);
     }
@@ -178,8 +157,8 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
 {
     const QString dir = m_lib->dir();
     const QByteArray old = "yesterday's page";
-    writeFile(QStringLiteral("Export/old.html"), old);
-    writeFile(QStringLiteral("Export/old.pdf"), old);
+    QVERIFY(writeBytes(QStringLiteral("Export/old.html"), old));
+    QVERIFY(writeBytes(QStringLiteral("Export/old.pdf"), old));
     QVERIFY(QFile::setPermissions(dir, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                            QFile::ReadOther | QFile::ExeOther | QFile::ReadGroup |
                                            QFile::ExeGroup));
@@ -230,46 +209,26 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
     QCOMPARE(snapshot(dir).size(), before.size());
 }
 
+// What the command line adds to the writers: exit code 1 and the file named, here on a disk that
+// is full before the heading of the page fits into it.
 void TestOutputFiles::commandLineReportsTheFile()
 {
-    // The command line on a full disk, in a folder that is gone, and for a good file.
     const QString dir = m_lib->dir();
     const QString out = QDir(dir).filePath(QStringLiteral("Export/old.html"));
-    writeFile(out, "old");
+    QVERIFY(writeBytes(out, "old"));
     const QMap<QString, QByteArray> before = snapshot(dir);
-    auto run = [&](const QStringList &args, rlim_t limit, QString *err) {
-        QProcess p;
-        p.setChildProcessModifier([limit] {
-            std::signal(SIGXFSZ, SIG_IGN);
-            struct rlimit r;
-            getrlimit(RLIMIT_FSIZE, &r);
-            r.rlim_cur = limit;
-            setrlimit(RLIMIT_FSIZE, &r);
-        });
-        p.start(QStringLiteral(FOLIVO_CLI), args + QStringList{QStringLiteral("--data-dir"), dir});
-        p.waitForFinished(30000);
-        *err = QString::fromUtf8(p.readAllStandardError());
-        return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    };
-    QString err;
-    // Not even the heading of the page fits into 100 bytes.
-    QCOMPARE(run({QStringLiteral("report"), QStringLiteral("8"), QStringLiteral("--html"), out}, 100, &err),
-             1);
-    QVERIFY2(err.contains(out), qPrintable(err));
-    QCOMPARE(run({QStringLiteral("protocol"), QStringLiteral("loan"), QString::number(m_loan),
-                  QStringLiteral("--pdf"), out},
-                 100, &err),
-             1);
-    QVERIFY2(err.contains(out), qPrintable(err));
-    const QString gone = QDir(dir).filePath(QStringLiteral("Gone/x.html"));
-    QCOMPARE(run({QStringLiteral("report"), QStringLiteral("7"), QStringLiteral("--html"), gone},
-                 RLIM_INFINITY, &err),
-             1);
-    QVERIFY2(err.contains(gone), qPrintable(err));
+    const QStringList args = (words("report 8 --html") << out << QStringLiteral("--data-dir") << dir);
+    const CliRun full = runCli(args, [] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit r;
+        getrlimit(RLIMIT_FSIZE, &r);
+        r.rlim_cur = 100;
+        setrlimit(RLIMIT_FSIZE, &r);
+    });
+    QCOMPARE(full.code, 1);
+    QVERIFY2(full.err.contains(out), qPrintable(full.err));
     QCOMPARE(snapshot(dir), before);
-    QCOMPARE(run({QStringLiteral("report"), QStringLiteral("8"), QStringLiteral("--html"), out},
-                 RLIM_INFINITY, &err),
-             0);
+    QCOMPARE(runCli(args).code, 0);
     QVERIFY(fileBytes(out).contains("<TD ALIGN=\"LEFT\">  A1  </TD>"));
 }
 

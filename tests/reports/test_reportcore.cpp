@@ -13,7 +13,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTest>
 
 #include <random>
@@ -64,29 +63,32 @@ private Q_SLOTS:
 // pinned on a real library below.
 void TestReportCore::statementsAndTitles()
 {
-    QCOMPARE(fixedReport(ReportKind::Present).title, QStringLiteral("Knihy právě přítomné v knihovně"));
-    QCOMPARE(fixedReport(ReportKind::Lent).title, QStringLiteral("Knihy právě vypůjčené"));
-    QCOMPARE(fixedReport(ReportKind::PresentAndLent).title,
-             QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
     QVERIFY(fixedReport(ReportKind::Category).sql.isEmpty());
-
-    const ReportQuery overdue = overdueReport(20050307, QStringLiteral(" 7. 3.2005"));
-    QCOMPARE(overdue.title, QStringLiteral("Knihy vypůjčené s prodlením počítaným ke dni:  7. 3.2005"));
-    QCOMPARE(overdue.kind, 4);
-
     const QString label = clientLabel(QStringLiteral("K017"), QStringLiteral("Novák"), QStringLiteral("Jan"));
     QCOMPARE(label, QStringLiteral("K017  (Novák Jan)"));
-    QCOMPARE(clientLoansReport(12, label).title,
-             QStringLiteral("Aktuální výpůjčky klienta: K017  (Novák Jan)"));
-    QCOMPARE(clientHistoryReport(12, label).title,
-             QStringLiteral("Historie výpůjček klienta: K017  (Novák Jan)"));
-    QCOMPARE(clientHistoryReport(12, label).kind, 3);
-    QCOMPARE(categoryReport(4, QStringLiteral("Poezie")).title, QStringLiteral("Knihy v kategorii: Poezie"));
-    const ReportQuery clientOverdue = clientOverdueReport(12, QStringLiteral("Novák"), QStringLiteral("Jan"),
-                                                          20050307, QStringLiteral(" 7. 3.2005"));
-    QCOMPARE(clientOverdue.title,
-             QStringLiteral("Knihy klienta: Novák Jan, vypůjčené s prodlením ke dni:  7. 3.2005"));
-    QCOMPARE(clientOverdue.kind, 9);
+    const QString day = QStringLiteral(" 7. 3.2005");
+    const struct
+    {
+        ReportQuery query;
+        const char *title;
+        int kind; // 0: not looked at
+    } reports[] = {
+        {fixedReport(ReportKind::Present), "Knihy právě přítomné v knihovně", 0},
+        {fixedReport(ReportKind::Lent), "Knihy právě vypůjčené", 0},
+        {fixedReport(ReportKind::PresentAndLent), "Knihy právě přítomné v knihovně a knihy právě vypůjčené",
+         0},
+        {overdueReport(20050307, day), "Knihy vypůjčené s prodlením počítaným ke dni:  7. 3.2005", 4},
+        {clientLoansReport(12, label), "Aktuální výpůjčky klienta: K017  (Novák Jan)", 0},
+        {clientHistoryReport(12, label), "Historie výpůjček klienta: K017  (Novák Jan)", 3},
+        {categoryReport(4, QStringLiteral("Poezie")), "Knihy v kategorii: Poezie", 0},
+        {clientOverdueReport(12, QStringLiteral("Novák"), QStringLiteral("Jan"), 20050307, day),
+         "Knihy klienta: Novák Jan, vypůjčené s prodlením ke dni:  7. 3.2005", 9},
+    };
+    for (const auto &r : reports) {
+        QCOMPARE(r.query.title, QString::fromUtf8(r.title));
+        if (r.kind)
+            QCOMPARE(r.query.kind, r.kind);
+    }
 }
 
 void TestReportCore::reportsOnARealLibrary()
@@ -402,10 +404,8 @@ void TestReportCore::htmlPage()
 
 void TestReportCore::htmlOpenFailure()
 {
+    // A folder that is gone is the output files' test's; here the writer used wrongly.
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("no/such/folder/sestava.html"));
-    QVERIFY(!writeReportHtml(path, QStringLiteral("T"), {}, QStringLiteral("S")).ok());
-    QVERIFY(!QFile::exists(path));
     HtmlTableWriter writer;
     QVERIFY(!writer.writeText(QStringLiteral("x"))); // nothing open
     QVERIFY(!writer.open(dir.path()));               // a folder is no file
@@ -561,7 +561,7 @@ void TestReportCore::commandLine()
     const QString out = QDir(dataDir).filePath(QStringLiteral("out.html"));
     // "report KIND args... --data-dir D --html OUT" (or "--pdf OUT" for a protocol); the exit code
     // and the error output.
-    QByteArray err;
+    QString err;
     auto cli = [&](const char *args, const QString &target = QString()) {
         QStringList list = QString::fromUtf8(args).split(QLatin1Char('|'));
         list << lib.cliOptions();
@@ -569,11 +569,9 @@ void TestReportCore::commandLine()
             list << QStringLiteral("--pdf") << target;
         else if (!target.isNull())
             list << QStringLiteral("--html") << target;
-        QProcess p;
-        p.start(QStringLiteral(FOLIVO_CLI), list);
-        p.waitForFinished(30000);
-        err = p.readAllStandardError();
-        return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+        const CliRun r = runCli(list);
+        err = r.err;
+        return r.code;
     };
     QCOMPARE(cli("report|category|--category|Poezie", out), 0);
     QCOMPARE(fileBytes(out), fileBytes(expectedPath));
@@ -607,7 +605,7 @@ void TestReportCore::commandLine()
         QVERIFY2(QString::fromUtf8(fileBytes(out)).contains(QString::fromUtf8(c.title)), c.args);
     }
     QVERIFY(cli("report|category|--category|naucna", out) != 0); // accents are letters of their own
-    QVERIFY(err.contains("no shown category"));
+    QVERIFY(err.contains(QStringLiteral("no shown category")));
 
     // Bad arguments: a clear error and a non-zero exit, nothing written.
     QFile::remove(out);
@@ -629,7 +627,7 @@ void TestReportCore::commandLine()
     };
     for (const auto &r : refused) {
         QVERIFY2(cli(r.args, r.target) != 0, r.args);
-        QVERIFY2(err.contains(r.error), r.args);
+        QVERIFY2(err.contains(QString::fromLatin1(r.error)), r.args);
     }
     QVERIFY(!QFile::exists(out));
     // A protocol that exists is written as a PDF file.

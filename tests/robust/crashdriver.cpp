@@ -1,8 +1,10 @@
 // folivo_crashdriver DATA_DIR LOG_FILE RUN: opens the library and runs the core's writes in a
-// random loop until it is killed. Before each action it appends "BEGIN <kind> key=value ..." to
-// the log, after the action's commit "DONE"; both go straight to the file with write(2), so a
-// SIGKILL loses nothing that was logged. The values logged are what the test needs to tell
-// whether the action cut off is wholly in the library or wholly absent.
+// random loop until it is killed. Before each action it appends "BEGIN <kind>\t<before>\t<after>"
+// to the log, after the action's commit "DONE"; both go straight to the file with write(2), so a
+// SIGKILL loses nothing that was logged. <before> and <after> are statements that yield 1 when the
+// library is as it was before the action (every row the action touches, the counters included,
+// exactly as read before it) or holds the whole action; a library cut off in the middle of the
+// action meets neither.
 #include "catalogue/bookcore.h"
 #include "circulation/circulationcore.h"
 #include "data/database.h"
@@ -13,6 +15,7 @@
 #include <QDir>
 #include <QRandomGenerator>
 #include <QSqlQuery>
+#include <QSqlRecord>
 #include <QStringList>
 
 #include <fcntl.h>
@@ -59,44 +62,90 @@ QString joined(const QList<qint32> &list)
     return parts.join(u',');
 }
 
+// The value as a literal of a statement on one line: a control character is spelled char(n).
+QString literal(const QVariant &v)
+{
+    if (v.isNull())
+        return QStringLiteral("NULL");
+    if (v.typeId() == QMetaType::Double)
+        return QString::number(v.toDouble(), 'g', 17);
+    if (v.typeId() != QMetaType::QString)
+        return v.toString();
+    QString out = QStringLiteral("'");
+    for (const QChar c : v.toString()) {
+        if (c == u'\'')
+            out += QStringLiteral("''");
+        else if (c.unicode() < 0x20)
+            out += QStringLiteral("' || char(%1) || '").arg(c.unicode());
+        else
+            out += c;
+    }
+    return out + QLatin1Char('\'');
+}
+
+// "The table has n rows that meet the condition."
+QString rows(const char *table, const QString &where, qsizetype n)
+{
+    return QStringLiteral("(SELECT COUNT(*) FROM %1 WHERE %2) = %3").arg(QLatin1String(table), where).arg(n);
+}
+
+// "The rows of the table that meet the condition are exactly the ones there are now."
+QString asNow(const char *table, const QString &where)
+{
+    QSqlQuery q = runSql(QStringLiteral("SELECT * FROM %1 WHERE %2").arg(QLatin1String(table), where));
+    QStringList conditions;
+    while (q.next()) {
+        QStringList same;
+        for (int i = 0; i < q.record().count(); ++i)
+            same << q.record().fieldName(i) + QStringLiteral(" IS ") + literal(q.value(i));
+        conditions << QStringLiteral("EXISTS (SELECT 1 FROM %1 WHERE %2)")
+                          .arg(QLatin1String(table), same.join(QStringLiteral(" AND ")));
+    }
+    conditions.prepend(rows(table, where, conditions.size()));
+    return conditions.join(QStringLiteral(" AND "));
+}
+
+QString ids()
+{
+    return asNow("IDS", QStringLiteral("1 = 1"));
+}
+
+QString idIs(const char *column, qint32 id)
+{
+    return QStringLiteral("%1 = %2").arg(QLatin1String(column)).arg(id);
+}
+
+QString idIn(const char *column, const QList<qint32> &list)
+{
+    return QStringLiteral("%1 IN (%2)").arg(QLatin1String(column), joined(list));
+}
+
+void logAction(const char *kind, const QStringList &before, const QStringList &after)
+{
+    logLine(QStringLiteral("BEGIN %1\tSELECT %2\tSELECT %3")
+                .arg(QLatin1String(kind), before.join(QStringLiteral(" AND ")),
+                     after.join(QStringLiteral(" AND "))));
+}
+
 class Driver
 {
 public:
     Driver(int run, quint32 seed) : m_run(run), m_rng(seed) {}
 
-    // One random action; false when its precondition found nothing to act on.
+    // One random action, lending and returns more often than the rest; false when its
+    // precondition found nothing to act on.
     bool step()
     {
+        static constexpr bool (Driver::*actions[])() = {&Driver::lend,         &Driver::lend,
+                                                        &Driver::lend,         &Driver::giveBack,
+                                                        &Driver::giveBack,     &Driver::discard,
+                                                        &Driver::restore,      &Driver::newBook,
+                                                        &Driver::correct,      &Driver::remove,
+                                                        &Driver::categories,   &Driver::move,
+                                                        &Driver::newClient,    &Driver::changeClientRow,
+                                                        &Driver::hideClientRow};
         ++m_n;
-        switch (m_rng.bounded(15)) {
-        case 0:
-        case 1:
-        case 2:
-            return lend();
-        case 3:
-        case 4:
-            return giveBack();
-        case 5:
-            return discard();
-        case 6:
-            return restore();
-        case 7:
-            return newBook();
-        case 8:
-            return correct();
-        case 9:
-            return remove();
-        case 10:
-            return categories();
-        case 11:
-            return move();
-        case 12:
-            return newClient();
-        case 13:
-            return changeClientRow();
-        default:
-            return hideClientRow();
-        }
+        return (this->*actions[m_rng.bounded(15)])();
     }
 
 private:
@@ -116,10 +165,19 @@ private:
         QList<LoanBook> loan;
         for (qint32 b : books)
             loan << LoanBook{b, m_rng.bounded(2) ? DateNumber(20260415) : NoDate};
-        logLine(QStringLiteral("BEGIN lend number=%1 client=%2 books=%3")
-                    .arg(counter("ID_VYPUJCKY_FIRSTFREE"))
-                    .arg(client)
-                    .arg(joined(books)));
+        const qint32 number = counter("ID_VYPUJCKY_FIRSTFREE");
+        const QString held =
+            QStringLiteral(" AND ID_LIDE_KNIHY = %1 AND ID_VYPUJCKY_KNIHY = %2").arg(client).arg(number);
+        logAction("lend",
+                  {ids(), asNow("KNIHY", idIn("ID_KNIHY_KNIHY", books)),
+                   asNow("VYPUJCKY", idIs("ID_VYPUJCKY_VYPUJCKY", number))},
+                  {rows("IDS", idIs("ID_VYPUJCKY_FIRSTFREE", number + 1), 1),
+                   rows("VYPUJCKY",
+                        idIs("ID_VYPUJCKY_VYPUJCKY", number) + QStringLiteral(" AND NOT VRACENO AND ") +
+                            idIs("ID_LIDE_VYPUJCKY", client),
+                        books.size()),
+                   rows("KNIHY", idIn("ID_KNIHY_KNIHY", books) + QStringLiteral(" AND VYPUJCENO") + held,
+                        books.size())});
         lendBooks(client, 20260315, loan);
         return true;
     }
@@ -145,10 +203,17 @@ private:
             bookIds << q.value(0).toInt();
         }
         q.finish();
-        logLine(QStringLiteral("BEGIN return number=%1 loan=%2 books=%3")
-                    .arg(counter("ID_VRACENI_FIRSTFREE"))
-                    .arg(loan)
-                    .arg(joined(bookIds)));
+        const qint32 number = counter("ID_VRACENI_FIRSTFREE");
+        const QString loanRows =
+            idIs("ID_VYPUJCKY_VYPUJCKY", loan) + QStringLiteral(" AND ") + idIn("ID_KNIHY_VYPUJCKY", bookIds);
+        logAction("return",
+                  {ids(), asNow("KNIHY", idIn("ID_KNIHY_KNIHY", bookIds)), asNow("VYPUJCKY", loanRows),
+                   asNow("VRACENI", idIs("ID_VRACENI_VRACENI", number))},
+                  {rows("IDS", idIs("ID_VRACENI_FIRSTFREE", number + 1), 1),
+                   rows("VRACENI", idIs("ID_VRACENI_VRACENI", number), bookIds.size()),
+                   rows("KNIHY", idIn("ID_KNIHY_KNIHY", bookIds) + QStringLiteral(" AND NOT VYPUJCENO"),
+                        bookIds.size()),
+                   rows("VYPUJCKY", loanRows + QStringLiteral(" AND VRACENO"), bookIds.size())});
         returnBooks(20260316, books);
         return true;
     }
@@ -160,7 +225,11 @@ private:
                                "ORDER BY RANDOM() LIMIT 1"));
         if (book < 0)
             return false;
-        logLine(QStringLiteral("BEGIN discard book=%1").arg(book));
+        logAction("discard", {asNow("KNIHY", idIs("ID_KNIHY_KNIHY", book))},
+                  {rows("KNIHY",
+                        idIs("ID_KNIHY_KNIHY", book) +
+                            QStringLiteral(" AND VYRAZENO AND DATUM_VYRAZENI = 20260315"),
+                        1)});
         discardBook(book, 20260315);
         return true;
     }
@@ -173,7 +242,12 @@ private:
             "SELECT ID_KATEGORIE_KATEGORIE FROM KATEGORIE WHERE UKAZOVAT ORDER BY RANDOM() LIMIT 1"));
         if (book < 0 || category < 0)
             return false;
-        logLine(QStringLiteral("BEGIN restore book=%1 category=%2").arg(book).arg(category));
+        logAction("restore", {asNow("KNIHY", idIs("ID_KNIHY_KNIHY", book))},
+                  {rows("KNIHY",
+                        idIs("ID_KNIHY_KNIHY", book) +
+                            QStringLiteral(" AND NOT VYRAZENO AND DATUM_VYRAZENI = -1 AND ") +
+                            idIs("ID_KATEGORIE_KNIHY", category),
+                        1)});
         restoreBook(book, category);
         return true;
     }
@@ -192,11 +266,16 @@ private:
         e.author = QStringLiteral("Autor");
         e.category = category;
         e.price = 99.0f;
-        logLine(QStringLiteral("BEGIN newbook id=%1 code=%2 accession=%3 max=%4")
-                    .arg(counter("ID_KNIHY_FIRSTFREE"))
-                    .arg(e.code)
-                    .arg(e.accession)
-                    .arg(readPrirustekMax()));
+        const qint32 id = counter("ID_KNIHY_FIRSTFREE");
+        logAction("newbook", {ids(), asNow("KNIHY", idIs("ID_KNIHY_KNIHY", id))},
+                  {rows("IDS",
+                        idIs("ID_KNIHY_FIRSTFREE", id + 1) + QStringLiteral(" AND ") +
+                            idIs("PRIRUSTEK_MAX", qMax(e.accession, readPrirustekMax())),
+                        1),
+                   rows("KNIHY",
+                        idIs("ID_KNIHY_KNIHY", id) + QStringLiteral(" AND KOD = ") + literal(e.code) +
+                            QStringLiteral(" AND ") + idIs("PRIRUSTEK", e.accession),
+                        1)});
         addBook(e);
         return true;
     }
@@ -211,13 +290,13 @@ private:
         e.title = QStringLiteral("Opraveno ") + tag();
         e.accession = readPrirustekMax() + 1;
         e.code = QStringLiteral("O") + tag();
-        logLine(QStringLiteral("BEGIN correct book=%1 code=%2 accession=%3 oldcode=%4 oldaccession=%5 max=%6")
-                    .arg(book)
-                    .arg(e.code)
-                    .arg(e.accession)
-                    .arg(row->code)
-                    .arg(row->accession)
-                    .arg(readPrirustekMax()));
+        logAction("correct", {ids(), asNow("KNIHY", idIs("ID_KNIHY_KNIHY", book))},
+                  {rows("IDS", idIs("PRIRUSTEK_MAX", e.accession), 1),
+                   rows("KNIHY",
+                        idIs("ID_KNIHY_KNIHY", book) + QStringLiteral(" AND KOD = ") + literal(e.code) +
+                            QStringLiteral(" AND NAZEV = ") + literal(e.title) + QStringLiteral(" AND ") +
+                            idIs("PRIRUSTEK", e.accession),
+                        1)});
         correctBook(book, e);
         return true;
     }
@@ -229,13 +308,13 @@ private:
                                "LIMIT 1"));
         if (book < 0)
             return false;
-        logLine(
-            QStringLiteral("BEGIN delete book=%1 loans=%2 returns=%3")
-                .arg(book)
-                .arg(one(
-                    QStringLiteral("SELECT COUNT(*) FROM VYPUJCKY WHERE ID_KNIHY_VYPUJCKY = %1").arg(book)))
-                .arg(one(
-                    QStringLiteral("SELECT COUNT(*) FROM VRACENI WHERE ID_KNIHY_VRACENI = %1").arg(book))));
+        logAction("delete",
+                  {asNow("KNIHY", idIs("ID_KNIHY_KNIHY", book)),
+                   asNow("VYPUJCKY", idIs("ID_KNIHY_VYPUJCKY", book)),
+                   asNow("VRACENI", idIs("ID_KNIHY_VRACENI", book))},
+                  {rows("KNIHY", idIs("ID_KNIHY_KNIHY", book), 0),
+                   rows("VYPUJCKY", idIs("ID_KNIHY_VYPUJCKY", book), 0),
+                   rows("VRACENI", idIs("ID_KNIHY_VRACENI", book), 0)});
         deleteBook(book);
         return true;
     }
@@ -244,9 +323,13 @@ private:
     {
         const int what = int(m_rng.bounded(3));
         if (what == 0) {
-            logLine(QStringLiteral("BEGIN newcategory id=%1 name=K%2")
-                        .arg(counter("ID_KATEGORIE_FIRSTFREE"))
-                        .arg(tag()));
+            const qint32 id = counter("ID_KATEGORIE_FIRSTFREE");
+            logAction("newcategory", {ids(), asNow("KATEGORIE", idIs("ID_KATEGORIE_KATEGORIE", id))},
+                      {rows("IDS", idIs("ID_KATEGORIE_FIRSTFREE", id + 1), 1),
+                       rows("KATEGORIE",
+                            idIs("ID_KATEGORIE_KATEGORIE", id) + QStringLiteral(" AND NAZEV = ") +
+                                literal(QString(QStringLiteral("K") + tag())),
+                            1)});
             Registers::addCategory(QStringLiteral("K") + tag());
             return true;
         }
@@ -259,7 +342,11 @@ private:
         const QString name = q.value(1).toString();
         q.finish();
         if (what == 1 && !name.contains(u' ')) {
-            logLine(QStringLiteral("BEGIN rename category=%1 old=%2 new=R%3").arg(id).arg(name, tag()));
+            logAction("rename", {asNow("KATEGORIE", idIs("ID_KATEGORIE_KATEGORIE", id))},
+                      {rows("KATEGORIE",
+                            idIs("ID_KATEGORIE_KATEGORIE", id) + QStringLiteral(" AND NAZEV = ") +
+                                literal(QString(QStringLiteral("R") + tag())),
+                            1)});
             Registers::renameCategory(name, QStringLiteral("R") + tag());
             return true;
         }
@@ -267,7 +354,9 @@ private:
             one(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE "
                                "UKAZOVAT")) < 3)
             return false;
-        logLine(QStringLiteral("BEGIN hidecategory category=%1").arg(id));
+        logAction(
+            "hidecategory", {asNow("KATEGORIE", idIs("ID_KATEGORIE_KATEGORIE", id))},
+            {rows("KATEGORIE", idIs("ID_KATEGORIE_KATEGORIE", id) + QStringLiteral(" AND NOT UKAZOVAT"), 1)});
         Registers::hideCategory(id);
         return true;
     }
@@ -276,24 +365,24 @@ private:
     {
         const qint32 category = one(QStringLiteral(
             "SELECT ID_KATEGORIE_KATEGORIE FROM KATEGORIE WHERE UKAZOVAT ORDER BY RANDOM() LIMIT 1"));
-        QSqlQuery q =
-            runSql(QStringLiteral("SELECT ID_KNIHY_KNIHY, ID_KATEGORIE_KNIHY FROM KNIHY WHERE NOT VYRAZENO "
-                                  "AND ID_KATEGORIE_KNIHY <> %1 ORDER BY RANDOM() LIMIT %2")
-                       .arg(category)
-                       .arg(count()));
+        QSqlQuery q = runSql(QStringLiteral("SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE NOT VYRAZENO "
+                                            "AND ID_KATEGORIE_KNIHY <> %1 ORDER BY RANDOM() LIMIT %2")
+                                 .arg(category)
+                                 .arg(count()));
         QList<Registers::BookMove> moves;
-        QList<qint32> books, old;
+        QList<qint32> books;
         while (q.next()) {
             moves << Registers::BookMove{q.value(0).toInt(), category};
             books << q.value(0).toInt();
-            old << q.value(1).toInt();
         }
         q.finish();
         if (moves.isEmpty())
             return false;
-        logLine(QStringLiteral("BEGIN move category=%1 books=%2 old=%3")
-                    .arg(category)
-                    .arg(joined(books), joined(old)));
+        logAction("move", {asNow("KNIHY", idIn("ID_KNIHY_KNIHY", books))},
+                  {rows("KNIHY",
+                        idIn("ID_KNIHY_KNIHY", books) + QStringLiteral(" AND ") +
+                            idIs("ID_KATEGORIE_KNIHY", category),
+                        books.size())});
         Registers::moveBooks(moves);
         return true;
     }
@@ -304,8 +393,11 @@ private:
         d.code = QStringLiteral("C") + tag();
         d.first = QStringLiteral("Jan");
         d.surname = QStringLiteral("Nový");
-        logLine(
-            QStringLiteral("BEGIN newclient id=%1 code=%2").arg(counter("ID_LIDE_FIRSTFREE")).arg(d.code));
+        const qint32 id = counter("ID_LIDE_FIRSTFREE");
+        logAction(
+            "newclient", {ids(), asNow("LIDE", idIs("ID_LIDE_LIDE", id))},
+            {rows("IDS", idIs("ID_LIDE_FIRSTFREE", id + 1), 1),
+             rows("LIDE", idIs("ID_LIDE_LIDE", id) + QStringLiteral(" AND KOD = ") + literal(d.code), 1)});
         Registers::addClient(d);
         return true;
     }
@@ -321,9 +413,11 @@ private:
         Registers::ClientData d = client->data;
         d.code = QStringLiteral("Z") + tag();
         d.surname = QStringLiteral("Změněný") + tag();
-        logLine(QStringLiteral("BEGIN changeclient client=%1 code=%2 oldcode=%3 surname=%4")
-                    .arg(id)
-                    .arg(d.code, client->data.code, d.surname));
+        logAction("changeclient", {asNow("LIDE", idIs("ID_LIDE_LIDE", id))},
+                  {rows("LIDE",
+                        idIs("ID_LIDE_LIDE", id) + QStringLiteral(" AND KOD = ") + literal(d.code) +
+                            QStringLiteral(" AND PRIJMENI = ") + literal(d.surname),
+                        1)});
         Registers::changeClient(id, d);
         return true;
     }
@@ -336,7 +430,8 @@ private:
                                "LIMIT 1"));
         if (id < 0 || one(QStringLiteral("SELECT COUNT(*) FROM LIDE WHERE UKAZOVAT")) < 20)
             return false;
-        logLine(QStringLiteral("BEGIN hideclient client=%1").arg(id));
+        logAction("hideclient", {asNow("LIDE", idIs("ID_LIDE_LIDE", id))},
+                  {rows("LIDE", idIs("ID_LIDE_LIDE", id) + QStringLiteral(" AND NOT UKAZOVAT"), 1)});
         Registers::hideClient(id);
         return true;
     }

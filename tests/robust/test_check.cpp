@@ -2,7 +2,6 @@
 #include "data/database.h"
 #include "support/testsupport.h"
 
-#include <QProcess>
 #include <QSet>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -19,17 +18,6 @@ private Q_SLOTS:
     void schemaDifferencesAreFoundAndRefusedAtOpening();
     void commandExitCodes();
     void demoLibrariesPass();
-
-private:
-    static int runCli(const QStringList &args, QString *out)
-    {
-        QProcess p;
-        p.start(QStringLiteral(FOLIVO_CLI), args);
-        if (!p.waitForFinished(120000))
-            return -1;
-        *out = QString::fromUtf8(p.readAllStandardOutput()) + QString::fromUtf8(p.readAllStandardError());
-        return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    }
 };
 
 namespace {
@@ -261,13 +249,13 @@ void TestCheck::commandExitCodes()
 {
     TestLibrary lib;
     buildLibrary(lib);
-    const QStringList check = {QStringLiteral("check"), QStringLiteral("--data-dir"), lib.dir()};
-    QString out;
+    const QStringList check = words("check --data-dir") << lib.dir();
     // The program holds the library: the command says so and checks nothing.
-    QCOMPARE(runCli(check, &out), 3);
+    QCOMPARE(runCli(check).code, 3);
     Database::close();
-    QCOMPARE(runCli(check, &out), 0);
-    QVERIFY2(out.contains(QStringLiteral("no problem found")), qPrintable(out));
+    CliRun r = runCli(check);
+    QCOMPARE(r.code, 0);
+    QVERIFY2(r.said().contains(QStringLiteral("no problem found")), qPrintable(r.said()));
 
     // A power cut between the two writes of a loan in a program without transactions, and a
     // counter behind the keys: the library is refused when opened, but the command lists both.
@@ -277,39 +265,36 @@ void TestCheck::commandExitCodes()
     Database::close();
     QCOMPARE(Database::open(lib.dbPath()), Database::OpenResult::MissingTables);
     Database::close();
-    QCOMPARE(runCli(check, &out), 1);
-    QVERIFY2(out.contains(QStringLiteral("KNIHY kniha-vypujcena-bez-vypujcky: kniha 1 (kód A) je vypůjčená")),
-             qPrintable(out));
-    QVERIFY2(out.contains(QStringLiteral("KNIHY kniha-klic-neprideleny: kniha 1 má klíč, který ještě nebyl "
-                                         "přidělen (ID_KNIHY_FIRSTFREE) (celkem 4;")),
-             qPrintable(out));
-    QVERIFY2(out.contains(QStringLiteral("2 problem(s) found")), qPrintable(out));
+    r = runCli(check);
+    QCOMPARE(r.code, 1);
+    for (const QString &expected :
+         {QStringLiteral("KNIHY kniha-vypujcena-bez-vypujcky: kniha 1 (kód A) je vypůjčená"),
+          QStringLiteral("KNIHY kniha-klic-neprideleny: kniha 1 má klíč, který ještě nebyl přidělen "
+                         "(ID_KNIHY_FIRSTFREE) (celkem 4;"),
+          QStringLiteral("2 problem(s) found")})
+        QVERIFY2(r.said().contains(expected), qPrintable(r.said()));
 
     // A file that is no database is a finding too, never "no problem"; no library at all is a
     // usage error.
-    {
-        QFile f(lib.dbPath());
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write("not a database at all");
-    }
-    QCOMPARE(runCli(check, &out), 1);
+    QVERIFY(writeBytes(lib.dbPath(), "not a database at all"));
+    QCOMPARE(runCli(check).code, 1);
     QTemporaryDir empty;
-    QCOMPARE(runCli({QStringLiteral("check"), QStringLiteral("--data-dir"), empty.path()}, &out), 2);
+    QCOMPARE(runCli(words("check --data-dir") << empty.path()).code, 2);
 }
 
+// Generated libraries of every size and seed pass the check.
 void TestCheck::demoLibrariesPass()
 {
     for (int seed = 1; seed <= 10; ++seed) {
         QTemporaryDir dir;
-        QString out;
-        QCOMPARE(runCli({QStringLiteral("init"), QStringLiteral("--data-dir"), dir.path()}, &out), 0);
-        QCOMPARE(runCli({QStringLiteral("demo"), QStringLiteral("--data-dir"), dir.path(),
-                         QStringLiteral("--books"), QStringLiteral("3000"), QStringLiteral("--seed"),
-                         QString::number(seed * 7919)},
-                        &out),
-                 0);
-        const int exit = runCli({QStringLiteral("check"), QStringLiteral("--data-dir"), dir.path()}, &out);
-        QVERIFY2(exit == 0, qPrintable(QStringLiteral("seed %1: %2").arg(seed * 7919).arg(out)));
+        const QString number = QString::number(seed * 7919);
+        QCOMPARE(runCli(words("init --data-dir") << dir.path()).code, 0);
+        QCOMPARE(
+            runCli(words("demo --books 3000 --data-dir") << dir.path() << QStringLiteral("--seed") << number)
+                .code,
+            0);
+        const CliRun r = runCli(words("check --data-dir") << dir.path());
+        QVERIFY2(r.code == 0, qPrintable(number + QLatin1Char(' ') + r.out + r.err));
     }
 }
 

@@ -209,13 +209,6 @@ void TestHostile::savedTexts()
             QVERIFY2(oneRowAdded(before, tableSnapshot()), qPrintable(shown(t)));
         }
 
-        // A keyword of a book.
-        const int keyword = checkNewKeyword(trimmed, {});
-        if (forbidden)
-            QCOMPARE(keyword, 119);
-        else
-            QVERIFY2(keyword == 0 || (keyword == 29 && trimmed.isEmpty()), qPrintable(shown(t)));
-
         // A category: 119, or saved under exactly this name and found by it.
         const QString name = forbidden ? trimmed : trimmed + QString::number(n);
         before = tableSnapshot();

@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QTest>
@@ -218,6 +219,12 @@ QByteArray fileBytes(const QString &path)
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
+bool writeBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size() && f.flush();
+}
+
 QList<ReportRow> madeUpReportRows(int count)
 {
     QList<ReportRow> rows;
@@ -232,4 +239,23 @@ QList<ReportRow> madeUpReportRows(int count)
 QStringList words(const char *text)
 {
     return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+CliRun runCli(const QStringList &args, const std::function<void()> &childSetup)
+{
+    QProcess p;
+    if (childSetup)
+        p.setChildProcessModifier(childSetup);
+    p.start(QStringLiteral(FOLIVO_CLI), args);
+    CliRun r;
+    if (!p.waitForFinished(120000)) {
+        p.kill();
+        p.waitForFinished();
+        return r;
+    }
+    r.out = QString::fromUtf8(p.readAllStandardOutput());
+    r.err = QString::fromUtf8(p.readAllStandardError());
+    if (p.exitStatus() == QProcess::NormalExit)
+        r.code = p.exitCode();
+    return r;
 }

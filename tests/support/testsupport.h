@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QVariantList>
 
+#include <functional>
+
 // A fresh data directory with an empty library database made from the shipped schema, opened
 // as the program's database for the life of the object: the file Folivo.db, or a fresh database
 // on the test server when the test runs in the "postgresql" row of bothEngines(). A library that
@@ -137,9 +139,23 @@ private:
 
 // The whole content of a file; empty when it cannot be read.
 QByteArray fileBytes(const QString &path);
+// Replaces the content of a file (made when missing); false when it cannot be written.
+bool writeBytes(const QString &path, const QByteArray &bytes);
 
 // count made-up report rows (codes K000000, K000001, ... in the category Poezie), for long pages.
 QList<ReportRow> madeUpReportRows(int count);
 
-// The space-separated words of a text: short lists of codes and names in comparisons.
+// The space-separated words of a text: short lists of codes and names in comparisons, and the
+// fixed words of a command line (words("backup export") << file).
 QStringList words(const char *text);
+
+// folivo-cli run to its end in a process of its own; childSetup runs in the child before the
+// program starts (limits, signals).
+struct CliRun
+{
+    int code = -1; // the exit code; -1 when the program crashed or did not end
+    QString out;
+    QString err;
+    QString said() const { return out + err; } // everything it printed
+};
+CliRun runCli(const QStringList &args, const std::function<void()> &childSetup = {});
