@@ -185,6 +185,12 @@ void prepareBaseline(Pq &pq)
                "SELECT DATUM_PUJCKY, DATUM_MAX, OMEZOVAT FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY = $1 AND "
                "ID_KNIHY_VYPUJCKY = $2 AND VRACENO = 0",
                2);
+    // What a write reads again inside its transaction, as the program does: another desk may have
+    // hidden the client, or lent, discarded or returned the book since the page looked.
+    pq.prepare("client_again", "SELECT UKAZOVAT FROM LIDE WHERE ID_LIDE_LIDE = $1", 1);
+    pq.prepare("book_again", "SELECT VYPUJCENO, VYRAZENO FROM KNIHY WHERE ID_KNIHY_KNIHY = $1", 1);
+    pq.prepare("loan_again",
+               "SELECT VRACENO FROM VYPUJCKY WHERE ID_VYPUJCKY_VYPUJCKY = $1 AND ID_KNIHY_VYPUJCKY = $2", 2);
     pq.prepare("ids_loan", "SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS FOR UPDATE", 0);
     pq.prepare("ids_return", "SELECT ID_VRACENI_FIRSTFREE FROM IDS FOR UPDATE", 0);
     pq.prepare("raise_loan", "UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = ID_VYPUJCKY_FIRSTFREE + 1", 0);
@@ -203,6 +209,15 @@ void prepareBaseline(Pq &pq)
                "ID_KNIHY_KNIHY = $1",
                1);
     pq.prepare("return_row", "INSERT INTO VRACENI VALUES ($1, $2, $3, $4, $5, $6, $7)", 7);
+}
+
+// The first value of a row read again inside the write: what the write's check expects.
+void expectAgain(PGresult *r, const char *want)
+{
+    const bool same = PQntuples(r) == 1 && std::string(PQgetvalue(r, 0, 0)) == want;
+    PQclear(r);
+    if (!same)
+        die(QStringLiteral("a row changed under the baseline's write"));
 }
 
 void baseLoan(Pq &pq, const Books &b)
@@ -229,8 +244,10 @@ void baseLoan(Pq &pq, const Books &b)
     PGresult *n = pq.run("ids_loan", {}, PGRES_TUPLES_OK);
     const std::string loan = PQgetvalue(n, 0, 0);
     PQclear(n);
+    expectAgain(pq.run("client_again", {clientId.c_str()}, PGRES_TUPLES_OK), "1");
     PQclear(pq.run("raise_loan", {}, PGRES_COMMAND_OK));
     for (auto it = ids.rbegin(); it != ids.rend(); ++it) {
+        expectAgain(pq.run("book_again", {it->c_str()}, PGRES_TUPLES_OK), "0");
         PQclear(pq.run("lend", {clientId.c_str(), loan.c_str(), it->c_str()}, PGRES_COMMAND_OK));
         PQclear(
             pq.run("loan_row", {loan.c_str(), clientId.c_str(), it->c_str(), day.c_str()}, PGRES_COMMAND_OK));
@@ -267,6 +284,8 @@ void baseReturn(Pq &pq, const Books &b)
     PQclear(n);
     PQclear(pq.run("raise_return", {}, PGRES_COMMAND_OK));
     for (auto it = rows.rbegin(); it != rows.rend(); ++it) {
+        expectAgain(pq.run("loan_again", {it->loan.c_str(), it->book.c_str()}, PGRES_TUPLES_OK), "0");
+        expectAgain(pq.run("book_again", {it->book.c_str()}, PGRES_TUPLES_OK), "1");
         PQclear(pq.run("close_loan", {day.c_str(), it->loan.c_str(), it->book.c_str()}, PGRES_COMMAND_OK));
         PQclear(pq.run("free_book", {it->book.c_str()}, PGRES_COMMAND_OK));
         const std::string due = it->limited == "0" ? std::string("-1") : it->due;
