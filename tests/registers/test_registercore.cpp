@@ -281,11 +281,7 @@ void TestRegisterCore::anotherDeskWasFirst()
     const qint32 empty = lib.addCategory(QStringLiteral("Prázdná"));
     const qint32 client = lib.addClient(QStringLiteral("C1"));
     const auto clientData = [](const char *code) {
-        ClientData d;
-        d.code = QString::fromLatin1(code);
-        d.first = QStringLiteral("Petr");
-        d.surname = QStringLiteral("Malý");
-        return d;
+        return clientDataFromEntry(entry(QString::fromLatin1(code)));
     };
     struct Case
     {
