@@ -277,10 +277,7 @@ void TestCirculationCore::twoDesksLendOneBook()
                                    "ID_KNIHY_VYPUJCKY = ID_KNIHY_KNIHY AND ID_KNIHY_KNIHY = %1")
                         .arg(book)),
              QStringLiteral("%1:%1").arg(eva));
-    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), firstLoan + 1);
-    // The next loan takes the next number.
-    const qint32 other2 = lib.addBook(QStringLiteral("A2"));
-    QCOMPARE(lendBooks(jan, 20260315, {{other2, NoDate}}).number, firstLoan + 1);
+    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), firstLoan + 1); // the refused write took no number
 }
 
 // Between the page's look-up and its write another desk changed what the page checked: the write

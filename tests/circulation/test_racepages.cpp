@@ -42,23 +42,22 @@ void TestRacePages::loansPage()
         const char *name;
         std::function<void(TestLibrary &, qint32 book, qint32 client)> otherDesk;
         int message;
-        const char *focus;
-        bool clientCleared;
+        const char *focus; // the client's code is cleared when it gets the focus
     };
     const QList<Case> cases = {
         {"book lent meanwhile",
          [](TestLibrary &lib, qint32 book, qint32) {
              lib.lend({book}, lib.addClient(QStringLiteral("JINY")), 20260315);
          },
-         62, "bookCode", false},
+         62, "bookCode"},
         {"book discarded meanwhile",
          [](TestLibrary &, qint32 book, qint32) {
              QVERIFY(discardBook(book, 20260315) == Meanwhile::Nothing);
          },
-         57, "bookCode", false},
+         57, "bookCode"},
         {"client removed meanwhile",
          [](TestLibrary &, qint32, qint32 client) { QVERIFY(Registers::hideClient(client)); }, 64,
-         "clientCode", true},
+         "clientCode"},
     };
     for (const Case &c : cases) {
         TestLibrary lib;
@@ -78,7 +77,7 @@ void TestRacePages::loansPage()
         QVERIFY2(rec.numbers() == QList<int>{c.message}, c.name);
         QCOMPARE(focused(&page), QString::fromLatin1(c.focus));
         QCOMPARE(codes(page.list()), (QStringList{QStringLiteral("B"), QStringLiteral("A")}));
-        QCOMPARE(text(&page, "clientCode").isEmpty(), c.clientCleared);
+        QCOMPARE(text(&page, "clientCode").isEmpty(), qstrcmp(c.focus, "clientCode") == 0);
         QCOMPARE(lib.rows("VYPUJCKY", "ID_LIDE_VYPUJCKY = ?", {client}), 0);
     }
 }
