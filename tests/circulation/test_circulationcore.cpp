@@ -47,15 +47,12 @@ QString rowsOf(const QString &sql)
 // the counters.
 QList<qint64> circulationState(const TestLibrary &lib)
 {
-    return {lib.rows("VYPUJCKY"),
-            lib.rows("VYPUJCKY", "VRACENO"),
-            lib.rows("VRACENI"),
-            lib.rows("KNIHY", "VYPUJCENO"),
-            lib.rows("KNIHY", "ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> -1"),
-            lib.rows("KNIHY", "VYRAZENO"),
-            lib.rows("LIDE", "UKAZOVAT"),
-            lib.ids("ID_VYPUJCKY_FIRSTFREE"),
-            lib.ids("ID_VRACENI_FIRSTFREE")};
+    QList<qint64> state = {
+        lib.rows("VYPUJCKY"),         lib.rows("VYPUJCKY", "VRACENO"),  lib.rows("VRACENI"),
+        lib.rows("LIDE", "UKAZOVAT"), lib.ids("ID_VYPUJCKY_FIRSTFREE"), lib.ids("ID_VRACENI_FIRSTFREE")};
+    for (const char *where : {"VYPUJCENO", "VYRAZENO", "ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> -1"})
+        state << lib.rows("KNIHY", where);
+    return state;
 }
 
 // Another desk of the server library: a connection of its own in a thread of its own. work() runs

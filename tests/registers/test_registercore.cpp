@@ -315,14 +315,12 @@ void TestRegisterCore::anotherDeskWasFirst()
          [&](int *r) { return changeClient(client, clientData("C9"), r); }, 16},
     };
     const auto state = [&lib] {
-        return QList<qint64>{lib.rows("KATEGORIE"),
-                             lib.rows("KATEGORIE", "UKAZOVAT"),
-                             lib.rows("KATEGORIE", "NAZEV = 'Stará'"),
-                             lib.rows("LIDE"),
-                             lib.rows("LIDE", "UKAZOVAT"),
-                             lib.rows("LIDE", "KOD = 'C1'"),
-                             lib.ids("ID_KATEGORIE_FIRSTFREE"),
-                             lib.ids("ID_LIDE_FIRSTFREE")};
+        QList<qint64> s = {lib.ids("ID_KATEGORIE_FIRSTFREE"), lib.ids("ID_LIDE_FIRSTFREE")};
+        for (const char *where : {"1 = 1", "UKAZOVAT", "NAZEV = 'Stará'"})
+            s << lib.rows("KATEGORIE", where);
+        for (const char *where : {"1 = 1", "UKAZOVAT", "KOD = 'C1'"})
+            s << lib.rows("LIDE", where);
+        return s;
     };
     for (const Case &c : cases) {
         c.otherDesk();
