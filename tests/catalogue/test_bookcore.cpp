@@ -55,10 +55,8 @@ void expectRefusals(const QList<Refusal> &refusals, const CorrectedBook *book = 
 {
     for (const Refusal &r : refusals) {
         const BookCheck c = checkBookEntry(edited(r.edits), book);
-        QVERIFY2(c.message == r.message && c.field == r.field, qPrintable(QStringLiteral("%1: %2 in field %3")
-                                                                              .arg(QString::fromUtf8(r.edits))
-                                                                              .arg(c.message)
-                                                                              .arg(int(c.field))));
+        QVERIFY2(c.message == r.message && c.field == r.field,
+                 qPrintable(QString::asprintf("%s: %d in field %d", r.edits, c.message, int(c.field))));
     }
 }
 

@@ -253,15 +253,12 @@ void TestCirculationCore::twoDesksLendOneBook()
         const bool ok =
             db.transaction() && q.exec(QStringLiteral("SELECT 1 FROM IDS FOR UPDATE")) &&
             q.exec(QStringLiteral("UPDATE IDS SET ID_VYPUJCKY_FIRSTFREE = ID_VYPUJCKY_FIRSTFREE + 1")) &&
-            q.exec(QStringLiteral("INSERT INTO VYPUJCKY VALUES (%1, %2, %3, 0, 20260315, 0, -1, -1)")
-                       .arg(firstLoan)
-                       .arg(eva)
-                       .arg(book)) &&
-            q.exec(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = %1, "
-                                  "ID_VYPUJCKY_KNIHY = %2 WHERE ID_KNIHY_KNIHY = %3")
-                       .arg(eva)
-                       .arg(firstLoan)
-                       .arg(book));
+            q.exec(QString::asprintf("INSERT INTO VYPUJCKY VALUES (%d, %d, %d, 0, 20260315, 0, -1, -1)",
+                                     firstLoan, eva, book)) &&
+            q.exec(QString::asprintf(
+                "UPDATE KNIHY SET VYPUJCENO = 1, ID_LIDE_KNIHY = %d, ID_VYPUJCKY_KNIHY = %d "
+                "WHERE ID_KNIHY_KNIHY = %d",
+                eva, firstLoan, book));
         holding.release();
         QThread::msleep(300); // this desk's lendBooks is waiting for the IDS row meanwhile
         return ok && db.commit();
