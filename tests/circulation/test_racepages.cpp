@@ -4,13 +4,11 @@
 #include "circulation/pagevraceni.h"
 #include "circulation/pagevypujcky.h"
 #include "circulation/pagevyrazeni.h"
-#include "data/database.h"
 #include "registers/registercommands.h"
 #include "registers/registercore.h"
 #include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
-#include <QComboBox>
 #include <QtTest>
 
 // Another desk of a server library got there first between the librarian's look-up and the
@@ -148,9 +146,7 @@ void TestRacePages::dialogs()
         rec.clear();
         dialog.restore();
         QCOMPARE(rec.numbers(), QList<int>{122});
-        QVERIFY(dialog.isVisible());
-        QVERIFY(dialog.isSearching());
-        QVERIFY(!dialog.restored());
+        QVERIFY(dialog.isVisible() && dialog.isSearching() && !dialog.restored()); // back to the code
         QCOMPARE(focused(&dialog), QStringLiteral("code"));
     }
 
