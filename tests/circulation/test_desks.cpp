@@ -5,6 +5,7 @@
 // counters handed out every number once, with no gap or row a refused write left.
 #include "data/serveraddress.h"
 #include "support/testpostgres.h"
+#include "support/testsupport.h"
 
 #include <QDir>
 #include <QMap>
@@ -20,28 +21,25 @@
 
 namespace {
 
-int runCli(const QStringList &args, QString *err = nullptr)
+// Runs folivo-cli; what it wrote to stderr, or why it failed, when it did not end with 0.
+QString runCli(const QStringList &args)
 {
     QProcess p;
     p.start(QStringLiteral(FOLIVO_CLI), args);
-    if (!p.waitForFinished(300000) || p.exitStatus() != QProcess::NormalExit)
-        return -1;
-    if (err)
-        *err = QString::fromUtf8(p.readAllStandardError());
-    return p.exitCode();
+    if (!p.waitForFinished(300000) || p.exitStatus() != QProcess::NormalExit || p.exitCode() != 0)
+        return QStringLiteral("%1: %2").arg(args.join(QLatin1Char(' ')),
+                                            QString::fromUtf8(p.readAllStandardError()));
+    return QString();
 }
 
-// The rows of one number, as "client:book" texts in book order.
+// The rows of one number (sql has it as %1), sorted.
 QStringList rowsOf(QSqlDatabase db, const QString &sql, int number)
 {
     QSqlQuery q(db);
-    q.prepare(sql);
-    q.addBindValue(number);
     QStringList rows;
-    if (q.exec()) {
+    if (q.exec(sql.arg(number)))
         while (q.next())
             rows << q.value(0).toString();
-    }
     rows.sort();
     return rows;
 }
@@ -72,16 +70,12 @@ void TestDesks::fourDesksAtOnce()
     QTemporaryDir root;
     const QString setup = root.filePath(QStringLiteral("setup"));
     QVERIFY(QDir().mkpath(setup));
-    QString err;
-    QVERIFY2(runCli({QStringLiteral("init"), QStringLiteral("--database"), url, QStringLiteral("--data-dir"),
-                     setup},
-                    &err) == 0,
-             qPrintable(err));
-    QVERIFY2(runCli({QStringLiteral("demo"), QStringLiteral("--database"), url, QStringLiteral("--data-dir"),
-                     setup, QStringLiteral("--books"), QStringLiteral("200"), QStringLiteral("--clients"),
-                     QStringLiteral("50"), QStringLiteral("--seed"), QStringLiteral("3")},
-                    &err) == 0,
-             qPrintable(err));
+    const QString init = runCli(
+        {QStringLiteral("init"), QStringLiteral("--database"), url, QStringLiteral("--data-dir"), setup});
+    QVERIFY2(init.isEmpty(), qPrintable(init));
+    const QString demo = runCli(words("demo --books 200 --clients 50 --seed 3 --database")
+                                << url << QStringLiteral("--data-dir") << setup);
+    QVERIFY2(demo.isEmpty(), qPrintable(demo));
 
     const QString connection = QStringLiteral("desks-test");
     {
@@ -90,16 +84,14 @@ void TestDesks::fourDesksAtOnce()
         const qint64 firstLoan = scalar(db, QStringLiteral("SELECT ID_VYPUJCKY_FIRSTFREE FROM IDS"));
         const qint64 firstReturn = scalar(db, QStringLiteral("SELECT ID_VRACENI_FIRSTFREE FROM IDS"));
         QVERIFY(firstLoan > 0 && firstReturn > 0);
-        const QString counts =
-            QStringLiteral("SELECT ID_KNIHY_FIRSTFREE * 1000000 + ID_LIDE_FIRSTFREE FROM IDS UNION ALL "
-                           "SELECT (SELECT COUNT(*) FROM KNIHY) * 1000000 + (SELECT COUNT(*) FROM LIDE)");
+        // The counters of books and clients, and the rows of both.
         const auto countsNow = [&] {
-            QSqlQuery q(db);
-            QList<qint64> c;
-            if (q.exec(counts))
-                while (q.next())
-                    c << q.value(0).toLongLong();
-            return c;
+            return QList<qint64>{
+                scalar(db,
+                       QStringLiteral("SELECT ID_KNIHY_FIRSTFREE * 1000000 + ID_LIDE_FIRSTFREE FROM IDS")),
+                scalar(db,
+                       QStringLiteral(
+                           "SELECT (SELECT COUNT(*) FROM KNIHY) * 1000000 + (SELECT COUNT(*) FROM LIDE)"))};
         };
         const QList<qint64> before = countsNow();
 
@@ -108,10 +100,9 @@ void TestDesks::fourDesksAtOnce()
             const QString dir = root.filePath(QStringLiteral("pult%1").arg(i));
             QVERIFY(QDir().mkpath(dir));
             auto p = std::make_unique<QProcess>();
-            p->start(QStringLiteral(FOLIVO_CLI),
-                     {QStringLiteral("desk-sim"), QStringLiteral("--database"), url,
-                      QStringLiteral("--data-dir"), dir, QStringLiteral("--seed"), QString::number(11 + i),
-                      QStringLiteral("--ops"), QStringLiteral("500")});
+            p->start(QStringLiteral(FOLIVO_CLI), words("desk-sim --ops 500 --database")
+                                                     << url << QStringLiteral("--data-dir") << dir
+                                                     << QStringLiteral("--seed") << QString::number(11 + i));
             desks.push_back(std::move(p));
         }
         QStringList lines;
@@ -143,7 +134,7 @@ void TestDesks::fourDesksAtOnce()
                 QCOMPARE(
                     rowsOf(db,
                            QStringLiteral("SELECT ID_LIDE_VYPUJCKY || ':' || ID_KNIHY_VYPUJCKY FROM VYPUJCKY "
-                                          "WHERE ID_VYPUJCKY_VYPUJCKY = ?"),
+                                          "WHERE ID_VYPUJCKY_VYPUJCKY = %1"),
                            w.at(1).toInt()),
                     want);
             } else if (w.at(0) == QLatin1String("return")) {
@@ -152,11 +143,11 @@ void TestDesks::fourDesksAtOnce()
                 QCOMPARE(
                     rowsOf(db,
                            QStringLiteral(
-                               "SELECT ID_KNIHY_VRACENI::text FROM VRACENI WHERE ID_VRACENI_VRACENI = ?"),
+                               "SELECT ID_KNIHY_VRACENI::text FROM VRACENI WHERE ID_VRACENI_VRACENI = %1"),
                            w.at(1).toInt()),
                     QStringList{w.at(2)});
             } else if (w.at(0) == QLatin1String("book")) {
-                QCOMPARE(rowsOf(db, QStringLiteral("SELECT KOD FROM KNIHY WHERE ID_KNIHY_KNIHY = ?"),
+                QCOMPARE(rowsOf(db, QStringLiteral("SELECT KOD FROM KNIHY WHERE ID_KNIHY_KNIHY = %1"),
                                 w.at(1).toInt()),
                          QStringList{w.at(2)});
                 ++books;
@@ -164,10 +155,10 @@ void TestDesks::fourDesksAtOnce()
                 codesOf[w.at(1).toInt()] << w.at(2);
                 clients += w.at(0) == QLatin1String("client") ? 1 : 0;
             } else if (w.at(0) == QLatin1String("hide")) {
-                QCOMPARE(rowsOf(db,
-                                QStringLiteral("SELECT UKAZOVAT::int::text FROM LIDE WHERE ID_LIDE_LIDE = ?"),
-                                w.at(1).toInt()),
-                         QStringList{QStringLiteral("0")});
+                QCOMPARE(
+                    rowsOf(db, QStringLiteral("SELECT UKAZOVAT::int::text FROM LIDE WHERE ID_LIDE_LIDE = %1"),
+                           w.at(1).toInt()),
+                    QStringList{QStringLiteral("0")});
             } else if (w.at(0) == QLatin1String("discard") || w.at(0) == QLatin1String("restore")) {
                 // a later restore or discard may have undone it: the whole check covers them
             } else {
@@ -180,7 +171,7 @@ void TestDesks::fourDesksAtOnce()
         // A client's code is the last one a desk gave it.
         for (auto it = codesOf.cbegin(); it != codesOf.cend(); ++it) {
             const QStringList now =
-                rowsOf(db, QStringLiteral("SELECT KOD FROM LIDE WHERE ID_LIDE_LIDE = ?"), it.key());
+                rowsOf(db, QStringLiteral("SELECT KOD FROM LIDE WHERE ID_LIDE_LIDE = %1"), it.key());
             QVERIFY2(now.size() == 1 && it.value().contains(now.at(0)),
                      qPrintable(now.join(QLatin1Char(','))));
         }
@@ -194,7 +185,6 @@ void TestDesks::fourDesksAtOnce()
                      qint64(0));
         // New books and clients took one identifier and one row each; a refused one neither.
         const QList<qint64> after = countsNow();
-        QCOMPARE(after.size(), 2);
         QCOMPARE(after.at(0) - before.at(0), books * 1000000 + clients);
         QCOMPARE(after.at(1) - before.at(1), books * 1000000 + clients);
         QVERIFY(books > 20 && clients > 10);
@@ -203,8 +193,6 @@ void TestDesks::fourDesksAtOnce()
                 0);
         QVERIFY(loans.size() > 200 && returns.size() > 100);
         qInfo("%d operations, %d refused because another desk got there first", int(lines.size()), refused);
-        for (auto it = refusedKinds.cbegin(); it != refusedKinds.cend(); ++it)
-            qInfo("  refused %s: %d", qPrintable(it.key()), it.value());
 
         // The counters moved by exactly the numbers the successful writes used: a refused write
         // left no number and no row behind.
@@ -233,10 +221,9 @@ void TestDesks::fourDesksAtOnce()
 
     // The whole check, record rules included: a copy into a data directory runs it before the
     // copy is installed.
-    QVERIFY2(runCli({QStringLiteral("copy"), QStringLiteral("--from"), url, QStringLiteral("--to"),
-                     root.filePath(QStringLiteral("kontrola"))},
-                    &err) == 0,
-             qPrintable(err));
+    const QString copy = runCli({QStringLiteral("copy"), QStringLiteral("--from"), url,
+                                 QStringLiteral("--to"), root.filePath(QStringLiteral("kontrola"))});
+    QVERIFY2(copy.isEmpty(), qPrintable(copy));
 }
 
 QTEST_GUILESS_MAIN(TestDesks)

@@ -34,93 +34,69 @@ class TestRegisterCore : public QObject
 private Q_SLOTS:
     void initTestCase_data() { TestLibrary::bothEngines(); }
     void init() { FOLIVO_ENGINE_INIT(); }
-    void categoryNamesAreNeverReused();
-    void renameFindsTheOldName();
-    void removalNeedsNoBookInStock();
-    void movesAreOneTransaction();
-    void failedWritesLeaveTheCountersAlone();
-    void clientChecksRunInOrder();
-    void presenceFlags();
-    void newClientWritesOnlyPresentTexts();
-    void editWritesOnlyWhatChanged();
+    void categories();
+    void clientEntries();
+    void writingClients();
     void removedClientsLeaveTheLists();
     void anotherDeskWasFirst();
 };
 
-void TestRegisterCore::categoryNamesAreNeverReused()
+void TestRegisterCore::categories()
 {
     TestLibrary lib;
     const qint32 firstFree = lib.ids("ID_KATEGORIE_FIRSTFREE");
     const qint32 id = addCategory(QStringLiteral("Poezie"));
     QCOMPARE(id, firstFree);
     QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), firstFree + 1);
-    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE NAZEV = 'Poezie'")), 1);
-
+    QCOMPARE(lib.rows("KATEGORIE", "UKAZOVAT AND NAZEV = 'Poezie'"), 1);
     QCOMPARE(categoryNameMessage(QString()), 3);
     QCOMPARE(categoryNameMessage(QStringLiteral("50%")), 119);
     QCOMPARE(categoryNameMessage(QStringLiteral("Poezie")), 5);
     QCOMPARE(categoryNameMessage(QStringLiteral("Próza")), 0);
 
+    // A rename finds the row by its old name and takes no identifier.
+    renameCategory(QStringLiteral("Poezie"), QStringLiteral("Verše"));
+    QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Verše' AND ID_KATEGORIE_KATEGORIE = ?", {id}), 1);
+    QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), firstFree + 1);
+    QVERIFY_THROWS_EXCEPTION(DbError, renameCategory(QStringLiteral("Poezie"), QStringLiteral("Jiné")));
+    QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Jiné'"), 0);
+    // A failed insert takes no identifier.
+    breakWrites(QStringLiteral("KATEGORIE"), "INSERT");
+    QVERIFY_THROWS_EXCEPTION(DbError, addCategory(QStringLiteral("Nová")));
+    QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), firstFree + 1);
+    QCOMPARE(lib.rows("KATEGORIE"), 1);
+    TestLibrary::removeFailure(QStringLiteral("broken_KATEGORIE_INSERT"), QStringLiteral("KATEGORIE"));
+
     hideCategory(id);
-    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE NAZEV = 'Poezie'")), 0);
+    QCOMPARE(lib.rows("KATEGORIE", "UKAZOVAT"), 0);
+    QVERIFY_THROWS_EXCEPTION(DbError, hideCategory(id + 100));
     // The removed name stays taken, for a new category as for a rename.
-    QCOMPARE(categoryNameMessage(QStringLiteral("Poezie")), 6);
-    QCOMPARE(categoryLookupMessage(QStringLiteral("Poezie")), 6);
+    QCOMPARE(categoryNameMessage(QStringLiteral("Verše")), 6);
+    QCOMPARE(categoryLookupMessage(QStringLiteral("Verše")), 6);
     QVERIFY(visibleCategories().isEmpty());
 
-    Database::close();
-    QCOMPARE(categoryLookupMessage(QStringLiteral("Próza")), 4);
-}
+    // A category holds books in stock while one of them, lent or not, is not discarded.
+    QVERIFY(!categoryHasBooksInStock(id));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("K1")).in(id).discard(20100101));
+    QVERIFY(!categoryHasBooksInStock(id));
+    const qint32 lent = lib.addBook(TestLibrary::BookSpec(QStringLiteral("K2")).in(id));
+    QVERIFY(categoryHasBooksInStock(id));
+    lib.lend({lent}, lib.addClient(QStringLiteral("C1")), 20260301);
+    QVERIFY(categoryHasBooksInStock(id));
 
-void TestRegisterCore::renameFindsTheOldName()
-{
-    TestLibrary lib;
-    const qint32 id = lib.addCategory(QStringLiteral("Detektivky"));
-    const qint32 counter = lib.ids("ID_KATEGORIE_FIRSTFREE");
-    renameCategory(QStringLiteral("Detektivky"), QStringLiteral("Krimi"));
-    QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Krimi' AND ID_KATEGORIE_KATEGORIE = ?", {id}), 1);
-    QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), counter);
-    QVERIFY_THROWS_EXCEPTION(DbError, renameCategory(QStringLiteral("Detektivky"), QStringLiteral("Jiné")));
-    QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Jiné'"), 0);
-    QVERIFY_THROWS_EXCEPTION(DbError, hideCategory(id + 100));
-}
-
-void TestRegisterCore::removalNeedsNoBookInStock()
-{
-    TestLibrary lib;
-    const qint32 old = lib.addCategory(QStringLiteral("Staré"));
-    const qint32 live = lib.addCategory(QStringLiteral("Živé"));
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("K1")).in(old).discard(20100101));
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("K2")).in(live));
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("K3")).in(live).discard());
-
-    QVERIFY(!categoryHasBooksInStock(old));
-    QVERIFY(categoryHasBooksInStock(live));
-    // A book on loan is still in stock.
-    const qint32 client = lib.addClient(QStringLiteral("C1"));
-    const qint32 lent = lib.addBook(TestLibrary::BookSpec(QStringLiteral("K4")));
-    QVERIFY(categoryHasBooksInStock(old));
-    lib.lend({lent}, client, 20260301);
-    QVERIFY(categoryHasBooksInStock(old));
-}
-
-void TestRegisterCore::movesAreOneTransaction()
-{
-    TestLibrary lib;
+    // Moving books: one transaction for them all.
     const qint32 a = lib.addCategory(QStringLiteral("A"));
     const qint32 b = lib.addCategory(QStringLiteral("B"));
     QList<qint32> books;
-    for (const char *code : {"30", "10", "20"}) {
+    for (const char *code : {"30", "10", "20"})
         books << lib.addBook(TestLibrary::BookSpec(QString::fromLatin1(code)).in(a));
-    }
     lib.addBook(TestLibrary::BookSpec(QStringLiteral("15")).in(a).discard());
 
-    const QList<MovableBook> listed = movableBooks(a);
-    QCOMPARE(listed.size(), 3);
-    QCOMPARE(listed.at(0).code, QStringLiteral("10"));
-    QCOMPARE(listed.at(1).code, QStringLiteral("20"));
-    QCOMPARE(listed.at(2).code, QStringLiteral("30"));
-    QCOMPARE(listed.at(0).category, a);
+    // In code order, the discarded book left out.
+    QStringList listed;
+    for (const MovableBook &m : movableBooks(a))
+        listed << QStringLiteral("%1:%2").arg(m.code).arg(m.category);
+    QCOMPARE(listed.join(QLatin1Char(' ')), QStringLiteral("10:%1 20:%1 30:%1").arg(a));
 
     moveBooks({{books.at(0), b}, {books.at(2), b}});
     QCOMPARE(lib.rows("KNIHY", "ID_KATEGORIE_KNIHY = ?", {b}), 2);
@@ -129,28 +105,12 @@ void TestRegisterCore::movesAreOneTransaction()
     // A missing book undoes the moves before it.
     QVERIFY_THROWS_EXCEPTION(DbError, moveBooks({{books.at(1), b}, {9999, b}}));
     QCOMPARE(lib.count(QStringLiteral("SELECT ID_KATEGORIE_KNIHY FROM KNIHY WHERE KOD = '10'")), a);
+
+    Database::close();
+    QCOMPARE(categoryLookupMessage(QStringLiteral("Próza")), 4);
 }
 
-void TestRegisterCore::failedWritesLeaveTheCountersAlone()
-{
-    TestLibrary lib;
-    const qint32 kategorie = lib.ids("ID_KATEGORIE_FIRSTFREE");
-    const qint32 lide = lib.ids("ID_LIDE_FIRSTFREE");
-    breakWrites(QStringLiteral("KATEGORIE"), "INSERT");
-    breakWrites(QStringLiteral("LIDE"), "INSERT");
-    QVERIFY_THROWS_EXCEPTION(DbError, addCategory(QStringLiteral("Nová")));
-    ClientData d;
-    d.code = QStringLiteral("X1");
-    d.first = QStringLiteral("Petr");
-    d.surname = QStringLiteral("Malý");
-    QVERIFY_THROWS_EXCEPTION(DbError, addClient(d));
-    QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), kategorie);
-    QCOMPARE(lib.ids("ID_LIDE_FIRSTFREE"), lide);
-    QCOMPARE(lib.rows("KATEGORIE"), 0);
-    QCOMPARE(lib.rows("LIDE"), 0);
-}
-
-void TestRegisterCore::clientChecksRunInOrder()
+void TestRegisterCore::clientEntries()
 {
     TestLibrary lib;
     lib.addClient(QStringLiteral("A1"));
@@ -185,43 +145,47 @@ void TestRegisterCore::clientChecksRunInOrder()
     QCOMPARE(check(entry(QStringLiteral("A1")), &stored), qMakePair(0, int(F::None)));
     QCOMPARE(check(entry(QStringLiteral("OLD")), &stored), qMakePair(12, int(F::Code)));
 
-    Database::close();
-    QCOMPARE(check(entry(QStringLiteral("N2"))), qMakePair(13, int(F::Code)));
-}
-
-void TestRegisterCore::presenceFlags()
-{
+    // The flags of the optional texts: without the supplementary part none; with it, each text
+    // that is not blank. A client whose supplementary part is all blank has none.
+    const auto flags = [](const ClientData &d) {
+        return std::tuple(d.extended, d.hasDocument, d.hasAddress, d.hasFunction, d.hasBirth);
+    };
     ClientEntry e = entry(QStringLiteral(" K7 "), QStringLiteral(" Eva "), QStringLiteral(" Malá "));
     e.document = QStringLiteral("OP 123");
     e.address = QStringLiteral("Praha");
     ClientData d = clientDataFromEntry(e);
-    QCOMPARE(d.code, QStringLiteral("K7"));
-    QCOMPARE(d.first, QStringLiteral("Eva"));
-    QVERIFY(!d.extended && !d.hasDocument && !d.hasAddress && d.document.isEmpty());
+    QCOMPARE(std::tuple(d.code, d.first, d.surname),
+             std::tuple(QStringLiteral("K7"), QStringLiteral("Eva"), QStringLiteral("Malá")));
+    QCOMPARE(flags(d), std::tuple(false, false, false, false, false));
+    QVERIFY(d.document.isEmpty());
 
     e.extended = true;
     e.address = QStringLiteral("  \n Dlouhá 5\nPraha \n");
     e.document.clear();
     d = clientDataFromEntry(e);
-    QVERIFY(d.extended);
-    QVERIFY(d.hasAddress && !d.hasDocument && !d.hasFunction && !d.hasBirth);
+    QCOMPARE(flags(d), std::tuple(true, false, true, false, false));
     QCOMPARE(d.address, QStringLiteral("Dlouhá 5\nPraha"));
 
     e.address.clear();
     e.birth = QStringLiteral("7.3.1990");
     d = clientDataFromEntry(e);
-    QVERIFY(d.extended && d.hasBirth && !d.hasAddress);
+    QCOMPARE(flags(d), std::tuple(true, false, false, false, true));
     QCOMPARE(d.birth, 19900307);
     e.birth = QStringLiteral("3.4.80"); // a short year is the one the librarian means
     QCOMPARE(clientDataFromEntry(e).birth, 19800403);
 
     e.birth.clear();
     d = clientDataFromEntry(e);
-    QVERIFY(!d.extended);
+    QCOMPARE(flags(d), std::tuple(false, false, false, false, false));
     QCOMPARE(d.birth, NoDate);
+
+    Database::close();
+    QCOMPARE(check(entry(QStringLiteral("N2"))), qMakePair(13, int(F::Code)));
 }
 
-void TestRegisterCore::newClientWritesOnlyPresentTexts()
+// A new client writes the texts it has; an edit writes only what changed and keeps the old
+// texts behind cleared flags; a failed insert takes no identifier.
+void TestRegisterCore::writingClients()
 {
     TestLibrary lib;
     const qint32 firstFree = lib.ids("ID_LIDE_FIRSTFREE");
@@ -232,57 +196,45 @@ void TestRegisterCore::newClientWritesOnlyPresentTexts()
     const qint32 id = addClient(clientDataFromEntry(e));
     QCOMPARE(id, firstFree);
     QCOMPARE(lib.ids("ID_LIDE_FIRSTFREE"), firstFree + 1);
-    const std::optional<ClientRecord> r = clientById(id);
+    std::optional<ClientRecord> r = clientById(id);
     QVERIFY(r);
-    QVERIFY(r->visible);
-    QCOMPARE(r->data.code, QStringLiteral("K1"));
-    QCOMPARE(r->data.surname, QStringLiteral("Dvořáková"));
-    QVERIFY(r->data.extended && r->data.hasFunction && r->data.hasBirth);
-    QVERIFY(!r->data.hasAddress && !r->data.hasDocument);
-    QCOMPARE(r->data.function, QStringLiteral("učitelka"));
-    QCOMPARE(r->data.birth, 19801201);
+    const ClientData &d = r->data;
+    QCOMPARE(std::tuple(r->visible, d.code, d.surname, d.extended, d.hasFunction, d.hasBirth, d.hasAddress,
+                        d.hasDocument, d.function, d.birth),
+             std::tuple(true, QStringLiteral("K1"), QStringLiteral("Dvořáková"), true, true, true, false,
+                        false, QStringLiteral("učitelka"), 19801201));
     QCOMPARE(lib.rows("LIDE", "ADRESA = '' AND DOKLAD = ''"), 1);
     QCOMPARE(clientByCode(QStringLiteral("K1"))->id, id);
     QVERIFY(!clientByCode(QStringLiteral("K2")));
-}
 
-void TestRegisterCore::editWritesOnlyWhatChanged()
-{
-    TestLibrary lib;
-    ClientEntry e = entry(QStringLiteral("K1"));
-    e.extended = true;
     e.address = QStringLiteral("Brno");
     e.document = QStringLiteral("OP 1");
-    const qint32 id = addClient(clientDataFromEntry(e));
-    breakWrites(QStringLiteral("LIDE"), "UPDATE");
-
+    QVERIFY(changeClient(id, clientDataFromEntry(e)));
     // Nothing differs: no update is attempted (it would fail).
+    breakWrites(QStringLiteral("LIDE"), "UPDATE");
     QVERIFY(!changeClient(id, clientDataFromEntry(e)));
-
     TestLibrary::removeFailure(QStringLiteral("broken_LIDE_UPDATE"), QStringLiteral("LIDE"));
+
     // Clearing the address keeps the old text; only the flag changes.
     e.address.clear();
     QVERIFY(changeClient(id, clientDataFromEntry(e)));
-    std::optional<ClientRecord> r = clientById(id);
-    QVERIFY(!r->data.hasAddress);
-    QCOMPARE(r->data.address, QStringLiteral("Brno"));
-    QVERIFY(r->data.extended && r->data.hasDocument);
-
+    r = clientById(id);
+    QCOMPARE(std::tuple(d.hasAddress, d.address, d.extended, d.hasDocument),
+             std::tuple(false, QStringLiteral("Brno"), true, true));
     // Clearing the supplementary part keeps every old text too.
     e.extended = false;
-    QVERIFY(changeClient(id, clientDataFromEntry(e)));
-    r = clientById(id);
-    QVERIFY(!r->data.extended && !r->data.hasDocument);
-    QCOMPARE(r->data.document, QStringLiteral("OP 1"));
-
     e.code = QStringLiteral("K9");
     e.first = QStringLiteral("Ivana");
     QVERIFY(changeClient(id, clientDataFromEntry(e)));
     r = clientById(id);
-    QCOMPARE(r->data.code, QStringLiteral("K9"));
-    QCOMPARE(r->data.first, QStringLiteral("Ivana"));
-
+    QCOMPARE(std::tuple(d.extended, d.hasDocument, d.document, d.code, d.first),
+             std::tuple(false, false, QStringLiteral("OP 1"), QStringLiteral("K9"), QStringLiteral("Ivana")));
     QVERIFY_THROWS_EXCEPTION(DbError, changeClient(id + 50, clientDataFromEntry(e)));
+
+    breakWrites(QStringLiteral("LIDE"), "INSERT");
+    QVERIFY_THROWS_EXCEPTION(DbError, addClient(clientDataFromEntry(entry(QStringLiteral("X1")))));
+    QCOMPARE(lib.ids("ID_LIDE_FIRSTFREE"), firstFree + 1);
+    QCOMPARE(lib.rows("LIDE"), 1);
 }
 
 void TestRegisterCore::removedClientsLeaveTheLists()
@@ -293,29 +245,25 @@ void TestRegisterCore::removedClientsLeaveTheLists()
     const qint32 c = lib.addClient(QStringLiteral("C"), QStringLiteral("Ota"), QStringLiteral("Mach"));
     const qint32 book = lib.addBook(QStringLiteral("K1"));
     lib.lend({book}, c, 20260301);
-    QVERIFY(clientHoldsBook(c));
-    QVERIFY(!clientHoldsBook(a));
+    QVERIFY(clientHoldsBook(c) && !clientHoldsBook(a));
     lib.giveBack({book}, 20260310);
     QVERIFY(!clientHoldsBook(c));
 
     const qint32 d = lib.addClient(QStringLiteral("D"), QStringLiteral("Jiří"), QStringLiteral("Čech"));
-    QList<ClientRecord> picker = clientsBySurname();
-    QCOMPARE(picker.size(), 4);
-    QCOMPARE(picker.at(0).data.surname, QStringLiteral("Adamová"));
-    QCOMPARE(picker.at(1).id, d); // Č comes after C, before M
-    QCOMPARE(picker.at(2).data.surname, QStringLiteral("Mach"));
-    QCOMPARE(picker.at(3).data.surname, QStringLiteral("Zeman"));
+    const auto surnames = [](const QList<ClientRecord> &clients) {
+        QStringList names;
+        for (const ClientRecord &r : clients)
+            names << r.data.surname;
+        return names;
+    };
+    QCOMPARE(surnames(clientsBySurname()), words("Adamová Čech Mach Zeman")); // Č after C, before M
     hideClient(d);
-
     hideClient(b);
     QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM LIDE WHERE ID_LIDE_LIDE = %1").arg(b)), 0);
     QCOMPARE(lib.rows("LIDE"), 4);
-    picker = clientsBySurname();
-    QCOMPARE(picker.size(), 2);
-    QCOMPARE(picker.at(0).id, c);
-    const QList<ClientRecord> listed = visibleClients();
-    QCOMPARE(listed.size(), 2);
-    QVERIFY(listed.at(0).id != b && listed.at(1).id != b);
+    QCOMPARE(surnames(clientsBySurname()), words("Mach Zeman"));
+    QCOMPARE(surnames(visibleClients()).size(), 2);
+    QVERIFY(!surnames(visibleClients()).contains(QStringLiteral("Adamová")));
     // Still found by code, for the history and to refuse the code.
     QVERIFY(clientByCode(QStringLiteral("B")) && !clientByCode(QStringLiteral("B"))->visible);
     QCOMPARE(clientCodeMessage(QStringLiteral("B")), 12);
@@ -332,11 +280,7 @@ void TestRegisterCore::anotherDeskWasFirst()
     const qint32 empty = lib.addCategory(QStringLiteral("Prázdná"));
     const qint32 client = lib.addClient(QStringLiteral("C1"));
     const auto clientData = [](const char *code) {
-        ClientData d;
-        d.code = QString::fromLatin1(code);
-        d.first = QStringLiteral("Petr");
-        d.surname = QStringLiteral("Malý");
-        return d;
+        return clientDataFromEntry(entry(QString::fromLatin1(code)));
     };
     struct Case
     {
@@ -370,14 +314,12 @@ void TestRegisterCore::anotherDeskWasFirst()
          [&](int *r) { return changeClient(client, clientData("C9"), r); }, 16},
     };
     const auto state = [&lib] {
-        return QList<qint64>{lib.rows("KATEGORIE"),
-                             lib.rows("KATEGORIE", "UKAZOVAT"),
-                             lib.rows("KATEGORIE", "NAZEV = 'Stará'"),
-                             lib.rows("LIDE"),
-                             lib.rows("LIDE", "UKAZOVAT"),
-                             lib.rows("LIDE", "KOD = 'C1'"),
-                             lib.ids("ID_KATEGORIE_FIRSTFREE"),
-                             lib.ids("ID_LIDE_FIRSTFREE")};
+        QList<qint64> s = {lib.ids("ID_KATEGORIE_FIRSTFREE"), lib.ids("ID_LIDE_FIRSTFREE")};
+        for (const char *where : {"1 = 1", "UKAZOVAT", "NAZEV = 'Stará'"})
+            s << lib.rows("KATEGORIE", where);
+        for (const char *where : {"1 = 1", "UKAZOVAT", "KOD = 'C1'"})
+            s << lib.rows("LIDE", where);
+        return s;
     };
     for (const Case &c : cases) {
         c.otherDesk();
