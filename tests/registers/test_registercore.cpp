@@ -219,6 +219,7 @@ void TestRegisterCore::writingClients()
     e.address.clear();
     QVERIFY(changeClient(id, clientDataFromEntry(e)));
     r = clientById(id);
+    QVERIFY(r); // d refers into r
     QCOMPARE(std::tuple(d.hasAddress, d.address, d.extended, d.hasDocument),
              std::tuple(false, QStringLiteral("Brno"), true, true));
     // Clearing the supplementary part keeps every old text too.
@@ -227,6 +228,7 @@ void TestRegisterCore::writingClients()
     e.first = QStringLiteral("Ivana");
     QVERIFY(changeClient(id, clientDataFromEntry(e)));
     r = clientById(id);
+    QVERIFY(r);
     QCOMPARE(std::tuple(d.extended, d.hasDocument, d.document, d.code, d.first),
              std::tuple(false, false, QStringLiteral("OP 1"), QStringLiteral("K9"), QStringLiteral("Ivana")));
     QVERIFY_THROWS_EXCEPTION(DbError, changeClient(id + 50, clientDataFromEntry(e)));
