@@ -999,7 +999,7 @@ bool onServer(const QSqlDatabase &db)
 // named as the library file's; its indexes and triggers by name.
 void describeServer(QSqlDatabase db, SchemaItems *items)
 {
-    auto run = [&db](QSqlQuery &q, const QString &sql) {
+    auto run = [](QSqlQuery &q, const QString &sql) {
         if (!q.exec(sql))
             throw DbError(q.lastError().text(), sql);
     };

@@ -62,7 +62,7 @@ class OtherDesk
 {
 public:
     using Work = std::function<bool(QSqlDatabase &, QSqlQuery &, QSemaphore &holding)>;
-    OtherDesk(const QString &location, Work work)
+    OtherDesk(const QString &location, const Work &work)
     {
         m_thread.reset(QThread::create([this, location, work] {
             const QString name = QStringLiteral("other-desk");
