@@ -80,11 +80,11 @@ private Q_SLOTS:
 void TestBookCore::lookups()
 {
     TestLibrary lib;
-    using Spec = TestLibrary::BookSpec;
-    const qint32 c = lib.addBook(Spec(QStringLiteral("C")).numbered(30));
-    const qint32 a = lib.addBook(Spec(QStringLiteral("A")).numbered(10));
-    lib.addBook(Spec(QStringLiteral("X")).numbered(15).discard());
-    const qint32 b = lib.addBook(Spec(QStringLiteral("B")).numbered(20));
+    using NewBook = TestLibrary::BookSpec;
+    const qint32 c = lib.addBook(NewBook(QStringLiteral("C")).numbered(30));
+    const qint32 a = lib.addBook(NewBook(QStringLiteral("A")).numbered(10));
+    lib.addBook(NewBook(QStringLiteral("X")).numbered(15).discard());
+    const qint32 b = lib.addBook(NewBook(QStringLiteral("B")).numbered(20));
     QCOMPARE(browseOrder(), (std::vector<qint32>{a, b, c}));
 
     // The picker shows the statement's rows reversed: a descending statement lists ascending.
