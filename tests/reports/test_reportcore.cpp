@@ -140,10 +140,13 @@ void TestReportCore::reportsOnARealLibrary()
 
     const ReportResult rows = runReport(categoryReport(romany, QString()).sql);
     QCOMPARE(rows.rows.size(), 2);
-    QCOMPARE(rows.rows.at(0).category, QStringLiteral("Romány"));
     QCOMPARE(rows.rows.at(0).bookId, b1);
-    QCOMPARE(rows.rows.at(0).title, QStringLiteral("Babička"));
-    QCOMPARE(reportCellText(rows.rows.at(0), 4), QStringLiteral("10.00"));
+    QStringList cells; // the texts of the list's columns
+    for (int column = 0; column < 5; ++column)
+        cells << reportCellText(rows.rows.at(0), column);
+    QCOMPARE(cells,
+             (QStringList{QStringLiteral("001"), QStringLiteral("Babička"), QStringLiteral("Božena Němcová"),
+                          QStringLiteral("Romány"), QStringLiteral("10.00")}));
 
     // A broken statement is a database failure: message 34 and nothing listed.
     const ReportResult broken = runReport(QStringLiteral("SELECT * FROM KNIHY WHERE NOSUCHCOLUMN = 1"));
