@@ -83,6 +83,7 @@ void TestReportView::fillReport()
         lib.addBook(TestLibrary::BookSpec(QString::fromLatin1(code)).priced(price));
     view.enterView(reportRequest(fixedReport(ReportKind::PresentAndLent)));
     QCOMPARE(shownCodes(view), words("A B C"));
+    QCOMPARE(view.summary(), QStringLiteral("Nalezeno 3 knih v celkové hodnotě 30.35 Kč"));
     QCOMPARE(view.selectedIndex(), 0);
     // Texts on demand and the raw value for sorting.
     const QModelIndex price = view.model()->index(0, CReportModel::Price);
