@@ -37,8 +37,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void renamedCategoryOnTheBrowsePage();
-    void restoredDataReachTheReportView();
-    void restoredDataReachTheSearchView();
+    void restoredDataReachTheirViews();
 
 private:
     CViewZadavani *entry() const
@@ -86,7 +85,7 @@ void TestWorkflow::renamedCategoryOnTheBrowsePage()
     QCOMPARE(page->form()->categoryName->text(), QStringLiteral("Romány"));
 }
 
-void TestWorkflow::restoredDataReachTheReportView()
+void TestWorkflow::restoredDataReachTheirViews()
 {
     m_lib->addBook(QStringLiteral("A1"));
     m_frame->runCommand(Cmd::ReportPresent);
@@ -104,18 +103,16 @@ void TestWorkflow::restoredDataReachTheReportView()
     QCOMPARE(report->model()->rowCount(), 2);
     QCOMPARE(report->title(), QStringLiteral("Knihy právě přítomné v knihovně"));
     QCOMPARE(entry()->activeIndex(), int(CViewZadavani::Vypujcky));
-}
 
-void TestWorkflow::restoredDataReachTheSearchView()
-{
+    // The search view reads its categories again.
     m_lib->addCategory(QStringLiteral("Beletrie"));
     m_frame->runCommand(Cmd::ViewSearch);
     auto *search = qobject_cast<CVyhledavani *>(m_frame->activeView());
     auto *categories = qobject_cast<QComboBox *>(search->field(SearchField::Category));
     const int before = categories->count();
-
     m_lib->addCategory(QStringLiteral("Poezie"));
     Q_EMIT BackupEvents::instance().dataRestored(ViewSwitchRequest::SearchView);
+    QCOMPARE(m_messages->shown().size(), 2);
     QCOMPARE(m_messages->lastText(), QString::fromUtf8(CSestavaView::NoticeAfterImport));
     QCOMPARE(m_frame->activeView(), search);
     QCOMPARE(categories->count(), before + 1);
