@@ -43,8 +43,7 @@ private Q_SLOTS:
     void basicSettings();
     void identityCheck();
     void programSettingsWithoutPassword();
-    void programSettingsSwitchingSecurityOff();
-    void programSettingsSwitchingSecurityOn();
+    void programSettingsSwitchingSecurity();
     void programSettingsChangeMode();
     void programSettingsOriginalAndLoanLength();
     void programSettingsSaveFailure();
@@ -229,7 +228,7 @@ void TestSettingsDialogs::programSettingsWithoutPassword()
     QCOMPARE(AppState::instance().settings.toBytes(), r.toBytes());
 }
 
-void TestSettingsDialogs::programSettingsSwitchingSecurityOff()
+void TestSettingsDialogs::programSettingsSwitchingSecurity()
 {
     MessageRecorder rec;
     const SettingsRecord stored = storeSecured(true, true, QStringLiteral("heslo"));
@@ -247,37 +246,30 @@ void TestSettingsDialogs::programSettingsSwitchingSecurityOff()
     // A blank typed after the password is trimmed before the check.
     dialog.currentEdit()->setText(QStringLiteral("heslo "));
     QCOMPARE(dialog.applyOk(), 0);
-    QCOMPARE(rec.numbers(), (QList<int>{26, 26}));
     const SettingsRecord r = fileRecord();
     QCOMPARE(r.passwordAtStart, quint32(0));
     QCOMPARE(r.lockAllowed, quint32(0));
     QCOMPARE(r.passwordLength, stored.passwordLength);
     QCOMPARE(r.password, stored.password);
-}
 
-void TestSettingsDialogs::programSettingsSwitchingSecurityOn()
-{
-    MessageRecorder rec;
-    storeSecured(false, false, QString());
-    CDlgProgramSettings dialog;
-    QCOMPARE(openFields(dialog), QStringList());
-    dialog.choices()->lockAllowed()->click();
-    QCOMPARE(openFields(dialog), words("new copy change"));
-
-    // Also in the change mode, the closed current field is not asked for.
-    dialog.changeButton()->click();
-    QVERIFY(dialog.changeMode());
-    QVERIFY(!dialog.currentEdit()->isEnabled());
-    QCOMPARE(dialog.applyOk(), 22);
+    // On again: a new password, and the closed current field is not asked for, also in the
+    // change mode.
+    CDlgProgramSettings again;
+    QCOMPARE(openFields(again), QStringList());
+    again.choices()->lockAllowed()->click();
+    QCOMPARE(openFields(again), words("new copy change"));
+    again.changeButton()->click();
+    QVERIFY(again.changeMode());
+    QCOMPARE(again.applyOk(), 22);
     // The trailing blank of the copy goes before the comparison.
-    dialog.newEdit()->setText(QStringLiteral("nové"));
-    dialog.copyEdit()->setText(QStringLiteral("nové  "));
-    QCOMPARE(dialog.applyOk(), 0);
-    QCOMPARE(rec.numbers(), (QList<int>{22}));
-    const SettingsRecord r = fileRecord();
-    QCOMPARE(r.lockAllowed, quint32(1));
-    QVERIFY(checkPassword(r, QStringLiteral("nové")));
-    QVERIFY(!checkPassword(r, QStringLiteral("nové  ")));
+    again.newEdit()->setText(QStringLiteral("nové"));
+    again.copyEdit()->setText(QStringLiteral("nové  "));
+    QCOMPARE(again.applyOk(), 0);
+    QCOMPARE(rec.numbers(), (QList<int>{26, 26, 22}));
+    const SettingsRecord on = fileRecord();
+    QCOMPARE(on.lockAllowed, quint32(1));
+    QVERIFY(checkPassword(on, QStringLiteral("nové")));
+    QVERIFY(!checkPassword(on, QStringLiteral("nové  ")));
 }
 
 void TestSettingsDialogs::programSettingsChangeMode()

@@ -107,8 +107,7 @@ class TestShell : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void firstRunOnDamagedSettings();
-    void firstRunCancelledOrUnwritable();
+    void firstRun();
     void identityCheckAtStartup();
     void startAfterACutOffRestoreTellsOnce();
     void missingDatabaseAndSecondCopy();
@@ -122,14 +121,15 @@ private Q_SLOTS:
 private:
     // Starts the program on lib's data directory (its database closed first).
     CMainFrame *start(TestLibrary &lib, int *exitCode = nullptr);
-    // Starts the program on lib with plain settings and shows its frame, active.
-    CMainFrame *startShown(TestLibrary &lib);
+    // Starts the program on a new library with plain settings and shows its frame, active.
+    CMainFrame *startShown();
     CViewZadavani *entryView() const
     {
         return qobject_cast<CViewZadavani *>(m_frame->view(ViewSwitchRequest::EntryView));
     }
 
     std::unique_ptr<CMainFrame> m_frame;
+    std::unique_ptr<TestLibrary> m_lib; // the one startShown made
 };
 
 void TestShell::init()
@@ -142,6 +142,7 @@ void TestShell::cleanup()
 {
     m_frame.reset();
     Database::close();
+    m_lib.reset();
 }
 
 CMainFrame *TestShell::start(TestLibrary &lib, int *exitCode)
@@ -157,47 +158,15 @@ CMainFrame *TestShell::start(TestLibrary &lib, int *exitCode)
     return m_frame.get();
 }
 
-CMainFrame *TestShell::startShown(TestLibrary &lib)
+CMainFrame *TestShell::startShown()
 {
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
+    m_lib = std::make_unique<TestLibrary>();
+    writeRecord(m_lib->dir(), plainRecord());
+    CMainFrame *frame = start(*m_lib);
     return frame && showActive(frame) ? frame : nullptr;
 }
 
-// A settings file that is no record (the record's own test knows which) starts the first run.
-void TestShell::firstRunOnDamagedSettings()
-{
-    TestLibrary lib;
-    MessageRecorder rec;
-    const QString ini = QDir(lib.dir()).filePath(QStringLiteral("Folivo.ini"));
-    QVERIFY(writeBytes(ini, plainRecord().toBytes().left(163)));
-
-    ModalSteps steps({[](QWidget *w) {
-                          auto *install = qobject_cast<CDlgInstall *>(w);
-                          install->nameEdit()->setText(QStringLiteral("  Knihovna Dolní Lhota "));
-                          install->accept();
-                      },
-                      [](QWidget *w) {
-                          auto *basic = qobject_cast<CDlgBasicSettings *>(w);
-                          basic->choices()->loanProtocol()->button(2)->click();
-                          basic->accept();
-                      }});
-    CMainFrame *frame = start(lib);
-    QVERIFY(steps.done());
-    QVERIFY(frame);
-    QVERIFY(rec.shown().isEmpty());
-    QCOMPARE(QFileInfo(ini).size(), qint64(SettingsRecord::Size));
-    const auto written = SettingsRecord::read(ini);
-    QVERIFY(written);
-    QCOMPARE(written->userName, QStringLiteral("Knihovna Dolní Lhota"));
-    QCOMPARE(written->loanProtocol, quint16(2));
-    QCOMPARE(AppState::instance().settings.toBytes(), written->toBytes());
-    QVERIFY(Database::isOpen());
-    QCOMPARE(frame->windowTitle(), QStringLiteral("Folivo 2.0"));
-    QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::EntryView));
-}
-
-void TestShell::firstRunCancelledOrUnwritable()
+void TestShell::firstRun()
 {
     TestLibrary lib;
     const QString ini = QDir(lib.dir()).filePath(QStringLiteral("Folivo.ini"));
@@ -226,7 +195,6 @@ void TestShell::firstRunCancelledOrUnwritable()
     }
     {
         // The settings file cannot be created: message 19, and the program ends.
-        QFile::remove(ini);
         QVERIFY(QDir(lib.dir()).mkdir(QStringLiteral("Folivo.ini")));
         MessageRecorder rec;
         ModalSteps steps({[](QWidget *w) {
@@ -236,6 +204,36 @@ void TestShell::firstRunCancelledOrUnwritable()
         QVERIFY(!start(lib));
         QCOMPARE(rec.numbers(), QList<int>{19});
         QVERIFY(!Database::isOpen());
+    }
+    {
+        // A settings file that is no record (the record's own test knows which) starts the
+        // first run like a missing one.
+        QVERIFY(QDir(lib.dir()).rmdir(QStringLiteral("Folivo.ini")));
+        QVERIFY(writeBytes(ini, plainRecord().toBytes().left(163)));
+        MessageRecorder rec;
+        ModalSteps steps({[](QWidget *w) {
+                              auto *install = qobject_cast<CDlgInstall *>(w);
+                              install->nameEdit()->setText(QStringLiteral("  Knihovna Dolní Lhota "));
+                              install->accept();
+                          },
+                          [](QWidget *w) {
+                              auto *basic = qobject_cast<CDlgBasicSettings *>(w);
+                              basic->choices()->loanProtocol()->button(2)->click();
+                              basic->accept();
+                          }});
+        CMainFrame *frame = start(lib);
+        QVERIFY(steps.done());
+        QVERIFY(frame);
+        QVERIFY(rec.shown().isEmpty());
+        QCOMPARE(QFileInfo(ini).size(), qint64(SettingsRecord::Size));
+        const auto written = SettingsRecord::read(ini);
+        QVERIFY(written);
+        QCOMPARE(written->userName, QStringLiteral("Knihovna Dolní Lhota"));
+        QCOMPARE(written->loanProtocol, quint16(2));
+        QCOMPARE(AppState::instance().settings.toBytes(), written->toBytes());
+        QVERIFY(Database::isOpen());
+        QCOMPARE(frame->windowTitle(), QStringLiteral("Folivo 2.0"));
+        QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::EntryView));
     }
 }
 
@@ -342,8 +340,7 @@ void TestShell::missingDatabaseAndSecondCopy()
 
 void TestShell::frameMenusAndToolBar()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     QStringList menus;
     for (QAction *a : frame->menuBar()->actions())
@@ -378,8 +375,7 @@ void TestShell::frameMenusAndToolBar()
 
 void TestShell::lockCommand()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     SettingsRecord r = plainRecord();
     {
@@ -433,8 +429,7 @@ void TestShell::lockCommand()
 
 void TestShell::editCommands()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     // The edit commands the frame offers now, by their keys: Z undo, X cut, C copy, V paste,
     // D delete, A select all.
@@ -498,8 +493,7 @@ void TestShell::editCommands()
 
 void TestShell::entryViewRouting()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     CViewZadavani *view = entryView();
     QStringList tabs;
@@ -537,8 +531,7 @@ void TestShell::entryViewRouting()
 
 void TestShell::sheetAndReportView()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     CViewZadavani *view = entryView();
     auto *scroll = view->findChild<QScrollArea *>();
@@ -579,8 +572,7 @@ void TestShell::sheetAndReportView()
 
 void TestShell::frameDialogsAndHelp()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     {
         CDlgAbout about(frame);
