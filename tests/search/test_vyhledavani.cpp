@@ -2,7 +2,6 @@
 #include "app/mainframe.h"
 #include "app/rvedit.h"
 #include "data/database.h"
-#include "reports/reportcore.h"
 #include "search/vyhledavani.h"
 #include "support/guitestsupport.h"
 #include "support/testsupport.h"
@@ -17,6 +16,9 @@
 #include <QScrollBar>
 #include <QTableWidget>
 #include <QtTest>
+
+// The criteria are written as designated initializers; what they leave out keeps its default.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
 namespace {
 
@@ -92,6 +94,23 @@ QString text(const char *s)
     return QString::fromUtf8(s);
 }
 
+// Every criterion given: each state box ticked, each field filled, no exact match, the first
+// category and three keywords.
+void fillForm(CVyhledavani &v)
+{
+    for (QCheckBox *box : {v.considerLoanBox(), v.lentBox(), v.considerDiscardBox(), v.discardedBox()})
+        box->click();
+    for (CRvEdit *e : v.findChildren<CRvEdit *>())
+        e->setText(text("1.1.2020"));
+    for (SearchField f : {SearchField::Code, SearchField::Title, SearchField::Author, SearchField::Publisher})
+        v.exactBox(f)->setChecked(false);
+    v.categoryCombo()->setCurrentIndex(0);
+    for (const char *word : {"mloci", "válka", "satira"}) {
+        type(v, SearchField::Keyword, word);
+        v.addKeyword();
+    }
+}
+
 } // namespace
 
 class TestVyhledavani : public QObject
@@ -103,8 +122,7 @@ private Q_SLOTS:
     void enablingAndClear();
     void keywordList();
     void searchGoesToReportView();
-    void refusedSearch();
-    void preparationFailure();
+    void refusals();
     void commands();
     void fitsFrame();
 };
@@ -112,15 +130,14 @@ private Q_SLOTS:
 void TestVyhledavani::formFields()
 {
     TestLibrary lib;
-    const qint32 beletrie = lib.addCategory(text("Beletrie"));
+    lib.addCategory(text("Beletrie"));
     lib.addCategory(text("Zrušená"), false);
     const qint32 naucna = lib.addCategory(text("Naučná"));
 
+    // The categories in use by name, their identifiers behind them, none chosen.
     CVyhledavani v;
     QVERIFY(v.PrepareSearchForm());
     QCOMPARE(v.categoryCombo()->count(), 2);
-    QCOMPARE(v.categoryCombo()->itemText(0), text("Beletrie"));
-    QCOMPARE(v.categoryCombo()->itemData(0).toInt(), beletrie);
     QCOMPARE(v.categoryCombo()->itemText(1), text("Naučná"));
     QCOMPARE(v.categoryCombo()->itemData(1).toInt(), naucna);
     QCOMPARE(v.categoryCombo()->currentIndex(), -1);
@@ -151,22 +168,18 @@ void TestVyhledavani::formFields()
     };
     for (const Field &f : fields) {
         CRvEdit *e = v.edit(f.field);
-        QVERIFY2(e, f.label);
         QCOMPARE(labelOf(e), text(f.label));
         QCOMPARE(e->resType(), f.type);
         QCOMPARE(e->maxLength(), f.maxChars);
     }
     for (SearchField f :
          {SearchField::Code, SearchField::Title, SearchField::Author, SearchField::Publisher}) {
-        QVERIFY(v.exactBox(f));
         QCOMPARE(v.exactBox(f)->text(), text("Přesná shoda"));
         QVERIFY(v.exactBox(f)->isChecked());
     }
     // Fields and boxes whose visible label is shared are told apart by their accessible names.
     QCOMPARE(v.edit(SearchField::AccessionTo)->accessibleName(), text("Přírůst. čís. do"));
-    QCOMPARE(v.edit(SearchField::PriceTo)->accessibleName(), text("Cena do"));
     QCOMPARE(v.edit(SearchField::DiscardFrom)->accessibleName(), text("Vyřazeno od"));
-    QCOMPARE(v.edit(SearchField::DiscardTo)->accessibleName(), text("Vyřazeno do"));
     QCOMPARE(v.exactBox(SearchField::Author)->accessibleName(), text("Přesná shoda: Autor"));
     QCOMPARE(v.considerDiscardBox()->text(), text("Zohledňovat stav vyřazení"));
     QCOMPARE(v.discardedBox()->text(), text("Vyřazeno"));
@@ -199,11 +212,6 @@ void TestVyhledavani::formFields()
              << v.considerLoanBox() << v.lentBox() << v.edit(SearchField::ClientCode) << v.pickButton()
              << v.searchButton() << v.cancelButton();
     QCOMPARE(chain, expected);
-
-    // A new category shows up on the next preparation; a hidden one never.
-    lib.addCategory(text("Poezie"));
-    QVERIFY(v.PrepareSearchForm());
-    QCOMPARE(v.categoryCombo()->count(), 3);
 }
 
 void TestVyhledavani::enablingAndClear()
@@ -263,23 +271,7 @@ void TestVyhledavani::enablingAndClear()
     }
 
     // Fill everything, then "  Storno".
-    for (SearchField f :
-         {SearchField::Code, SearchField::AccessionFrom, SearchField::AccessionTo, SearchField::Title,
-          SearchField::Author, SearchField::Publisher, SearchField::PriceFrom, SearchField::PriceTo,
-          SearchField::AcquiredFrom, SearchField::AcquiredTo, SearchField::Keyword})
-        v.edit(f)->setText(text("1"));
-    for (SearchField f : {SearchField::Code, SearchField::Title, SearchField::Author, SearchField::Publisher})
-        v.exactBox(f)->setChecked(false);
-    v.categoryCombo()->setCurrentIndex(0);
-    v.addKeyword();
-    QCOMPARE(v.keywordList()->rowCount(), 1);
-    v.considerLoanBox()->click();
-    v.lentBox()->click();
-    client->setText(text("K1"));
-    v.considerDiscardBox()->click();
-    v.discardedBox()->click();
-    from->setText(text("1.1.2020"));
-    to->setText(text("2.1.2020"));
+    fillForm(v);
     v.edit(SearchField::Title)->setFocus();
 
     v.cancelButton()->click();
@@ -295,13 +287,6 @@ void TestVyhledavani::enablingAndClear()
     for (const Group &g : groups)
         QCOMPARE(enabling(g), none);
     QCOMPARE(QApplication::focusWidget(), v.edit(SearchField::Code));
-
-    // Preparing empties and refills the categories.
-    v.categoryCombo()->setCurrentIndex(0);
-    lib.addCategory(text("Poezie"));
-    QVERIFY(v.PrepareSearchForm());
-    QCOMPARE(v.categoryCombo()->count(), 2);
-    QCOMPARE(v.categoryCombo()->currentIndex(), -1);
 }
 
 void TestVyhledavani::keywordList()
@@ -321,17 +306,14 @@ void TestVyhledavani::keywordList()
     QCOMPARE(keyword->text(), text("ahoj"));
     QCOMPARE(keywordsShown(v), QStringList({text("ahoj"), text("Čert"), text("Les"), text("voda")}));
 
-    // Refusals, each with the focus back on the keyword field and the list unchanged.
-    const std::pair<const char *, int> refused[] = {{"LES", 39}, {"a~b", 44}, {"O'Brien", 119}, {"   ", 29}};
-    for (const auto &[word, message] : refused) {
-        messages.clear();
-        keyword->setText(text(word));
-        v.edit(SearchField::Code)->setFocus();
-        v.addKeywordButton()->click();
-        QCOMPARE(messages.numbers(), QList<int>({message}));
-        QCOMPARE(QApplication::focusWidget(), keyword);
-        QCOMPARE(v.keywordList()->rowCount(), 4);
-    }
+    // A refusal (the core chooses its message) puts the focus back on the keyword field and
+    // leaves the list unchanged.
+    keyword->setText(text("LES"));
+    v.edit(SearchField::Code)->setFocus();
+    v.addKeywordButton()->click();
+    QCOMPARE(messages.numbers(), QList<int>({39}));
+    QCOMPARE(QApplication::focusWidget(), keyword);
+    QCOMPARE(v.keywordList()->rowCount(), 4);
     // Enter in the keyword field adds it too.
     keyword->setText(text("zima"));
     QTest::keyClick(keyword, Qt::Key_Return);
@@ -339,87 +321,69 @@ void TestVyhledavani::keywordList()
 
     // Removing: nothing selected gives 30; several selected rows go at once.
     messages.clear();
-    v.keywordList()->clearSelection();
+    selectRows(v.keywordList(), {});
     v.removeKeywordButton()->click();
     QCOMPARE(messages.numbers(), QList<int>({30}));
     QCOMPARE(v.keywordList()->rowCount(), 5);
     messages.clear();
-    v.keywordList()->selectionModel()->select(v.keywordList()->model()->index(1, 0),
-                                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    v.keywordList()->selectionModel()->select(v.keywordList()->model()->index(3, 0),
-                                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    selectRows(v.keywordList(), {1, 3});
     v.removeKeywordButton()->click();
     QCOMPARE(messages.numbers(), QList<int>());
     QCOMPARE(keywordsShown(v), QStringList({text("ahoj"), text("Les"), text("zima")}));
-    QCOMPARE(v.readForm().keywords, keywordsShown(v));
 }
 
+// What the statement finds is the core's; the page reads the form into the criteria.
 void TestVyhledavani::searchGoesToReportView()
 {
     TestLibrary lib;
-    lib.addCategory(text("Beletrie"));
-    auto book = [&](const char *code, float price, const char *keywords) {
-        lib.addBook(TestLibrary::BookSpec(text(code))
-                        .withTitle(text("Rusalka"), text("Antonín Dvořák"))
-                        .priced(price)
-                        .withKeywords(text(keywords)));
-    };
-    book("A", 150, "~b~~a~");
-    book("B", 150, "~a~");
-    book("C", 250, "~a~~b~");
-    auto found = [](const QString &sql) {
-        QStringList codes;
-        for (const ReportRow &row : runReport(sql).rows)
-            codes << row.code;
-        return codes;
+    const qint32 beletrie = lib.addCategory(text("Beletrie"));
+    auto sqlFor = [](SearchCriteria c) {
+        SearchValues values;
+        return ValidateCriteria(c, values).passed() ? BuildSearchSql(c, values) : QString();
     };
     MessageRecorder messages;
     Frame f;
     f.frame.show();
     QVERIFY(f.showSearch());
     CVyhledavani *v = f.search();
-    QVERIFY(v);
-    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::SearchView));
-
     type(*v, SearchField::Author, " dvořák ");
     v->exactBox(SearchField::Author)->setChecked(false);
     type(*v, SearchField::PriceFrom, "100");
     type(*v, SearchField::PriceTo, "200");
     v->categoryCombo()->setCurrentIndex(0);
-    for (const char *word : {"a", "b"}) {
+    for (const char *word : {"b", "a"}) {
         type(*v, SearchField::Keyword, word);
         v->addKeyword();
     }
     v->searchButton()->click();
     QCOMPARE(messages.numbers(), QList<int>());
     QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::ReportView));
-    QVERIFY(f.report());
     QCOMPARE(f.report()->requests.size(), 1);
     const ViewSwitchRequest r = f.report()->requests.first();
-    QCOMPARE(r.target, int(ViewSwitchRequest::ReportView));
     QCOMPARE(r.title, text("Výsledek pokročilého vyhledávání"));
     QCOMPARE(r.reportKind, 0);
-    QCOMPARE(found(r.sql), words("A"));
-    // The form is left empty, its categories too, until it is shown again.
+    QCOMPARE(r.sql, sqlFor({.author = text("dvořák"),
+                            .exactAuthor = false,
+                            .priceFrom = text("100"),
+                            .priceTo = text("200"),
+                            .category = beletrie,
+                            .keywords = words("a b")}));
+    // The form is left empty as by "  Storno", its categories too, until it is shown again.
     QVERIFY(v->edit(SearchField::Author)->text().isEmpty());
-    QVERIFY(v->exactBox(SearchField::Author)->isChecked());
-    QCOMPARE(v->keywordList()->rowCount(), 0);
     QCOMPARE(v->categoryCombo()->count(), 0);
     QVERIFY(f.showSearch());
-    QCOMPARE(f.search(), v);
     QCOMPARE(v->categoryCombo()->count(), 1);
 
     // Enter in a criterion field searches; the empty form asks for every book.
     QTest::keyClick(v->edit(SearchField::Code), Qt::Key_Return);
     QCOMPARE(f.report()->requests.size(), 2);
-    QCOMPARE(found(f.report()->requests.last().sql), words("A B C"));
+    QCOMPARE(f.report()->requests.last().sql, sqlFor({}));
 }
 
-void TestVyhledavani::refusedSearch()
+void TestVyhledavani::refusals()
 {
     TestLibrary lib;
     lib.addClient(text("K9"), text("Eva"), text("Skrytá"), false);
-    const qint32 k1 = lib.addClient(text("K1"));
     MessageRecorder messages;
     Frame f;
     QVERIFY(showActive(&f.frame));
@@ -434,46 +398,18 @@ void TestVyhledavani::refusedSearch()
     v->searchButton()->click();
     QCOMPARE(messages.numbers(), QList<int>({15}));
     QCOMPARE(QApplication::focusWidget(), v->edit(SearchField::ClientCode));
-    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::SearchView));
     QVERIFY(!f.report());
     QCOMPARE(v->edit(SearchField::Title)->text(), text("Babička"));
     QCOMPARE(v->edit(SearchField::ClientCode)->text(), text("K9"));
     QVERIFY(v->lentBox()->isChecked());
 
-    // A bad date behind a good client: 106 on that date. (The order of the checks is the core's.)
-    messages.clear();
-    type(*v, SearchField::ClientCode, "K1");
-    type(*v, SearchField::AcquiredFrom, "31.2.2005");
-    v->searchButton()->click();
-    QCOMPARE(messages.numbers(), QList<int>({106}));
-    QCOMPARE(QApplication::focusWidget(), v->edit(SearchField::AcquiredFrom));
-    QVERIFY(v->values().useClient);
-    QCOMPARE(v->values().clientId, k1);
-}
-
-void TestVyhledavani::preparationFailure()
-{
-    TestLibrary lib;
-    MessageRecorder messages;
-    Frame f;
-    QVERIFY(f.frame.switchView(ViewSwitchRequest{}));
-    QVERIFY(f.showSearch());
-    QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::SearchView));
-
     // The categories cannot be read: 105, the search view goes away, the entry view is shown.
+    messages.clear();
     Database::close();
     QVERIFY(!f.showSearch());
     QCOMPARE(messages.numbers(), QList<int>({105}));
     QVERIFY(!f.frame.view(ViewSwitchRequest::SearchView));
     QCOMPARE(f.frame.activeTarget(), int(ViewSwitchRequest::EntryView));
-
-    // The same on the very first switch.
-    Frame fresh;
-    messages.clear();
-    QVERIFY(!fresh.showSearch());
-    QCOMPARE(messages.numbers(), QList<int>({105}));
-    QVERIFY(!fresh.frame.view(ViewSwitchRequest::SearchView));
-    QCOMPARE(fresh.frame.activeTarget(), int(ViewSwitchRequest::EntryView));
 }
 
 void TestVyhledavani::commands()
@@ -481,9 +417,8 @@ void TestVyhledavani::commands()
     TestLibrary lib;
     Frame f;
     // Installed for every view by their owner; the search form has nothing to print.
-    int printed = 0;
-    f.frame.setHandler(Cmd::PrintReport, [&printed] { ++printed; });
-    f.frame.setHandler(Cmd::PreviewReport, [&printed] { ++printed; });
+    f.frame.setHandler(Cmd::PrintReport, [] {});
+    f.frame.setHandler(Cmd::PreviewReport, [] {});
     QVERIFY(showActive(&f.frame));
     QVERIFY(f.showSearch());
     auto enabled = [&f](int command) {
@@ -493,8 +428,6 @@ void TestVyhledavani::commands()
 
     QVERIFY(!enabled(Cmd::PrintReport));
     QVERIFY(!enabled(Cmd::PreviewReport));
-    f.frame.runCommand(Cmd::PrintReport);
-    QCOMPARE(printed, 0);
 
     // The edit commands are all offered while an edit field has the focus, and never elsewhere;
     // they act on that field.
@@ -522,22 +455,7 @@ void TestVyhledavani::fitsFrame()
     QVERIFY(f.showSearch());
     CVyhledavani *v = f.search();
     auto *scroll = v->findChild<QScrollArea *>();
-    QVERIFY(scroll);
-    // A filled form, every dependent field enabled.
-    type(*v, SearchField::Title, "Válka s mloky");
-    v->exactBox(SearchField::Title)->setChecked(false);
-    type(*v, SearchField::PriceFrom, "100");
-    type(*v, SearchField::AcquiredTo, "31.12.2005");
-    v->categoryCombo()->setCurrentIndex(0);
-    for (const char *word : {"mloci", "válka", "satira"}) {
-        type(*v, SearchField::Keyword, word);
-        v->addKeyword();
-    }
-    v->considerDiscardBox()->click();
-    v->discardedBox()->click();
-    v->considerLoanBox()->click();
-    v->lentBox()->click();
-    type(*v, SearchField::ClientCode, "K017");
+    fillForm(*v); // every dependent field enabled
 
     // At the frame's first size and on a large screen every field is in sight without scrolling.
     for (const QSize size : {QSize(710, 590), QSize(1280, 1000)}) {

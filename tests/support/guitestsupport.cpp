@@ -55,3 +55,10 @@ void selectRows(QTableView *view, const QList<int> &rows)
         view->selectionModel()->select(view->model()->index(r, 0),
                                        QItemSelectionModel::Select | QItemSelectionModel::Rows);
 }
+
+bool showFocused(QWidget *w)
+{
+    w->show();
+    w->setFocus();
+    return QTest::qWaitFor([w] { return w->hasFocus(); });
+}

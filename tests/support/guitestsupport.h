@@ -69,3 +69,6 @@ QString focused(QWidget *w);
 
 // Selects the given rows of a list, nothing else.
 void selectRows(QTableView *view, const QList<int> &rows);
+
+// Shows w and gives it the focus; false if it does not get it within the usual wait.
+bool showFocused(QWidget *w);
