@@ -38,6 +38,9 @@ LIST
 )
 
 echo "copying the tree to $work"
+# A fresh copy each run: the archive gives files their commit's time, so a copy left from a newer
+# commit would keep stale generated files in its build.
+rm -rf "$work/tree"
 mkdir -p "$work/tree"
 git archive --format=tar HEAD | tar -xf - -C "$work/tree"
 cd "$work/tree"
