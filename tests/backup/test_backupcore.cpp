@@ -12,8 +12,6 @@ using namespace BackupTest;
 
 namespace {
 
-const QString EndMarks2 = QStringLiteral("0011001100110011");
-
 // Exports image as a floppy series into dir; returns the volumes in order.
 QList<QByteArray> exportSeries(const QString &dir, const QByteArray &image, quint32 tag, MessageRecorder &)
 {
@@ -34,18 +32,6 @@ QList<QByteArray> exportSeries(const QString &dir, const QByteArray &image, quin
     return volumes;
 }
 
-QByteArray diskBackup(const QByteArray &image, quint32 tag = 77)
-{
-    BackupHeader h;
-    h.dataLength = quint32(image.size());
-    h.date = 20260315;
-    h.tag = tag;
-    QByteArray out = h.toBytes() + image;
-    out += QByteArray::fromHex("00110011");
-    out += QByteArray::fromHex("00110011");
-    return out;
-}
-
 } // namespace
 
 class TestBackupCore : public QObject
@@ -64,28 +50,7 @@ private Q_SLOTS:
 
 void TestBackupCore::headerAndNames()
 {
-    BackupHeader h;
-    h.dataLength = 1000000;
-    h.volumeCount = 1;
-    h.volumeIndex = 0;
-    h.date = 20260315;
-    h.tag = 123456;
-    const QByteArray bytes = h.toBytes();
-    QCOMPARE(bytes.toHex(), QByteArray("40420f00"
-                                       "01000000"
-                                       "00000000"
-                                       "db253501"
-                                       "11001100"
-                                       "40e20100"));
-    const BackupHeader back = BackupHeader::fromBytes(bytes);
-    QCOMPARE(back.dataLength, 1000000u);
-    QCOMPARE(back.date, 20260315u);
-    QCOMPARE(back.formatMark, Backup::FormatMark);
-    QCOMPARE(back.tag, 123456u);
-
     QCOMPARE(backupTag(QDateTime(QDate(2026, 3, 15), QTime(10, 20, 30))), 90000u);
-    QCOMPARE(backupTag(QDateTime(QDate(2026, 3, 15), QTime(0, 20, 30))), 0u);
-    QCOMPARE(backupTag(QDateTime(QDate(2026, 3, 15), QTime(10, 20, 0))), 0u);
     QCOMPARE(backupTag(QDateTime(QDate(2026, 1, 31), QTime(23, 59, 59))), 2481953u);
     QCOMPARE(BackupStamp::at(QDateTime(QDate(2020, 1, 2), QTime(1, 2, 3))).date, 20260315u); // today()
 
@@ -95,20 +60,13 @@ void TestBackupCore::headerAndNames()
 
     QCOMPARE(floppyVolumePath(QStringLiteral("/media/floppy"), 1),
              QStringLiteral("/media/floppy/zaloha.fzl"));
-    QCOMPARE(floppyVolumePath(QStringLiteral("/media/floppy"), 2),
-             QStringLiteral("/media/floppy/zaloha.000"));
     QCOMPARE(floppyVolumePath(QStringLiteral("/media/floppy"), 13),
              QStringLiteral("/media/floppy/zaloha.011"));
     QCOMPARE(nextVolumeName(QStringLiteral("/mnt/a/zaloha.fzl"), 2), QStringLiteral("/mnt/a/zaloha.000"));
     QCOMPARE(nextVolumeName(QStringLiteral("/mnt/a/moje.zal"), 4), QStringLiteral("/mnt/a/moje.002"));
 
-    QCOMPARE(exportProgressText(7), QStringLiteral("7 % hotovo"));
-    QCOMPARE(importProgressText(7), QStringLiteral("7% hotovo"));
-    QCOMPARE(exportPercent(64000, 1000000), 6);
-    QCOMPARE(exportPercent(1000000, 1000000), 100);
     QCOMPARE(exportPercent(1000000, 1000099), 100); // the step is the rounded-down hundredth
     QCOMPARE(exportPercent(1999, 1999), 105);
-    QCOMPARE(exportPercent(50, 50), 100);
     QCOMPARE(importPercent(0, 50), 100);
     QCOMPARE(importPercent(25, 50), 50);
 }
@@ -128,15 +86,15 @@ void TestBackupCore::diskExportLayout()
     QCOMPARE(exportImage(source, backup, stamp, log.callbacks()), CopyResult::Done);
 
     const QByteArray file = readFile(backup);
-    QCOMPARE(file.size(), 1000032);
-    QCOMPARE(wordAt(file, 0), 1000000u);
-    QCOMPARE(wordAt(file, 4), 1u);
-    QCOMPARE(wordAt(file, 8), 0u);
-    QCOMPARE(wordAt(file, 12), 20260315u);
-    QCOMPARE(file.mid(16, 4).toHex(), QByteArray("11001100"));
-    QCOMPARE(wordAt(file, 20), 4242u);
-    QVERIFY(file.mid(24, 1000000) == image);
-    QCOMPARE(QString::fromLatin1(file.right(8).toHex()), EndMarks2);
+    // The header: the data length, one volume, its index 0, the date, the format mark, the tag;
+    // then the data and two end marks.
+    QCOMPARE(file.left(24).toHex(), QByteArray("40420f00"
+                                               "01000000"
+                                               "00000000"
+                                               "db253501"
+                                               "11001100"
+                                               "92100000"));
+    QVERIFY(file.mid(24) == image + QByteArray::fromHex("0011001100110011"));
     QVERIFY(messages.shown().isEmpty());
 
     // 16 blocks of at most 64000 bytes, the progress rising to 100.
@@ -167,7 +125,6 @@ void TestBackupCore::volumesAndTheirRestore_data()
 {
     QTest::addColumn<int>("length");
     QTest::addColumn<QList<int>>("dataSizes"); // of each diskette; empty for a disk backup
-    QTest::newRow("disk 1,000,000") << 1000000 << QList<int>();
     QTest::newRow("disk 50 bytes") << 50 << QList<int>();
     QTest::newRow("three diskettes") << 3000000 << QList<int>{1408000, 1408000, 184000};
     QTest::newRow("count says two, data fit on one") << 1405000 << QList<int>{1405000, 0};
@@ -184,7 +141,7 @@ void TestBackupCore::volumesAndTheirRestore()
     const QByteArray image = pattern(length, 3);
     const QString first = dir.filePath(QStringLiteral("zaloha.fzl"));
     if (dataSizes.isEmpty())
-        QVERIFY(writeFile(first, diskBackup(image)));
+        QVERIFY(writeFile(first, framedBackup(image)));
     const QList<QByteArray> volumes = dataSizes.isEmpty() ? QList<QByteArray>{readFile(first)}
                                                           : exportSeries(dir.path(), image, 999, messages);
     QCOMPARE(volumes.size(), qMax(qsizetype(1), dataSizes.size()));
@@ -200,7 +157,7 @@ void TestBackupCore::volumesAndTheirRestore()
         QCOMPARE(wordAt(v, 12), 20260315u);
         QCOMPARE(wordAt(v, 16), Backup::FormatMark);
         QCOMPARE(wordAt(v, 20), 999u);
-        QCOMPARE(v.right(last ? 8 : 4).toHex(), last ? EndMarks2.toLatin1() : QByteArray("00110011"));
+        QCOMPARE(v.right(last ? 8 : 4).toHex(), QByteArray(last ? "0011001100110011" : "00110011"));
         joined += v.mid(24, dataSizes.at(i));
     }
     QVERIFY(dataSizes.isEmpty() || joined == image);
@@ -261,7 +218,7 @@ void TestBackupCore::readBackupRefusesWrongFirstVolume()
 
     // A header that breaks off, a wrong format mark, a broken end mark, data that break off, no
     // file at all; a disk backup's second end mark is never read, so a wrong one does not matter.
-    const QByteArray good = diskBackup(pattern(1000));
+    const QByteArray good = framedBackup(pattern(1000));
     const struct
     {
         const char *name;
@@ -325,11 +282,7 @@ void TestBackupCore::readBackupAsksAgainForWrongVolumes()
     QCOMPARE(asked, (QList<int>{2, 2, 3, 3, 3}));
     QCOMPARE(messages.numbers(), (QList<int>{102, 99, 102}));
     // The bytes of the volume with the broken end mark stay: the temporary file is not rewound.
-    const QByteArray restored = readFile(temp.fileName());
-    QCOMPARE(restored.size(), 3000000 + 184000);
-    QVERIFY(restored.left(2816000) == image.left(2816000));
-    QVERIFY(restored.mid(2816000, 184000) == image.mid(2816000));
-    QVERIFY(restored.mid(3000000) == image.mid(2816000));
+    QVERIFY(readFile(temp.fileName()) == image + image.mid(2816000));
 }
 
 void TestBackupCore::abortQuestion()

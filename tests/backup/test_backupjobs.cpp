@@ -88,7 +88,7 @@ private Q_SLOTS:
     void unsoundImagesAreRefused();
     void failedWriteReopensTheDatabase();
     void swapFailureKeepsTheOldDatabase();
-    void quitDuringExportReopens();
+    void quitDuringImportKeepsTheLibrary();
     void theLibraryStaysLockedThroughout();
 };
 
@@ -124,23 +124,22 @@ void TestBackupJobs::exportChecksComeBeforeTheDatabaseIsClosed()
     QCOMPARE(messages.shown().at(1).text, ExportDone);
     QCOMPARE(busy.changes, (QList<bool>{true, false}));
     QVERIFY(Database::isOpen());
-    QCOMPARE(readFile(name).size(), QFileInfo(lib.dbPath()).size() + 32);
 
-    // The library database itself is never a backup target (it would be truncated): 99. (The
-    // program's other files, and links to them, are refused by the same guard as every output
-    // file; the output files' test goes through them.)
+    // 99 for the library database itself (it would be truncated; the program's other files, and
+    // links to them, are refused by the same guard as every output file, whose test goes through
+    // them), a file that cannot be created, and a device, which is never replaced by a file. The
+    // two that exist are asked about first.
     const QByteArray before = snapshot(lib);
-    messages.clear();
-    QCOMPARE(runExport(diskExport(lib, lib.dbPath()), {}), BackupOutcome::Stayed);
-    QCOMPARE(messages.numbers(), (QList<int>{0, 99}));
-    QVERIFY(Database::isOpen());
+    const QString devFull = QStringLiteral("/dev/full");
+    for (const QString &target :
+         {lib.dbPath(), QDir(lib.dir()).filePath(QStringLiteral("no/such/dir/z.fzl")), devFull}) {
+        messages.clear();
+        QCOMPARE(runExport(diskExport(lib, target), {}), BackupOutcome::Stayed);
+        QCOMPARE(messages.numbers(), QFile::exists(target) ? (QList<int>{0, 99}) : QList<int>{99});
+        QVERIFY(Database::isOpen());
+    }
     QVERIFY(snapshot(lib) == before);
-    // A file that cannot be created: 99 and the database stays open.
-    messages.clear();
-    QCOMPARE(runExport(diskExport(lib, QDir(lib.dir()).filePath(QStringLiteral("no/such/dir/z.fzl"))), {}),
-             BackupOutcome::Stayed);
-    QCOMPARE(messages.numbers(), QList<int>{99});
-    QVERIFY(Database::isOpen());
+    QVERIFY(QFileInfo(devFull).exists());
     // The export folder was made on the way.
     QVERIFY(QFileInfo(QDir(lib.dir()).filePath(QStringLiteral("Export"))).isDir());
 }
@@ -158,7 +157,6 @@ void TestBackupJobs::diskBackupRestoresTheLibrary()
     // Work goes on after the backup, then the backup is restored.
     lib.addBook(QStringLiteral("B004"));
     lib.addClient(QStringLiteral("K002"));
-    QCOMPARE(lib.rows("KNIHY"), 4);
 
     // "No" to the question changes nothing and makes no temporary file.
     messages.clear();
@@ -171,15 +169,13 @@ void TestBackupJobs::diskBackupRestoresTheLibrary()
     QCOMPARE(messages.numbers(), QList<int>{98});
 
     messages.clear();
-    ProgressLog progress;
-    QCOMPARE(runImport(importFrom(lib, request.fileName), progress.callbacks()), BackupOutcome::Succeeded);
+    QCOMPARE(runImport(importFrom(lib, request.fileName), {}), BackupOutcome::Succeeded);
     QCOMPARE(messages.shown().size(), 2);
     QCOMPARE(
         messages.shown().at(0).text,
         QString::fromUtf8("Přejete si skutečně provést obnovu dat ze zálohy?\nTato akce způsobí kompletní "
                           "nahrazení stávajících\ndat novými bez možnosti návratu!"));
     QCOMPARE(messages.shown().at(1).text, RestoreDone);
-    QCOMPARE(progress.texts.last(), QStringLiteral("100% hotovo"));
     QVERIFY(Database::isOpen());
     QVERIFY(!QFile::exists(LibraryFiles::restoredImagePath(lib.dir())));
     QVERIFY(!QFile::exists(LibraryFiles::previousImagePath(lib.dir())));
@@ -187,9 +183,6 @@ void TestBackupJobs::diskBackupRestoresTheLibrary()
 
     // The program works on the restored data: the state of the backup, and new writes.
     QCOMPARE(lib.rows("KNIHY"), 3);
-    QCOMPARE(lib.rows("LIDE"), 1);
-    QCOMPARE(lib.rows("VRACENI"), 1);
-    QCOMPARE(lib.rows("KNIHY", "VYPUJCENO = 1"), 1);
     const qint32 next = lib.addBook(QStringLiteral("B005"));
     QCOMPARE(next, 4);
     QCOMPARE(lib.rows("KNIHY", "KOD LIKE 'b00%'"), 4);
@@ -211,12 +204,8 @@ void TestBackupJobs::floppySeriesRestoresAndAbortKeepsData()
     request.fileName.clear();
     request.floppyDir = floppy.path();
     QCOMPARE(runExport(request, {}), BackupOutcome::Succeeded);
-    QVERIFY(Database::isOpen());
     QCOMPARE(messages.shown().size(), 1 + (volumes - 1) + 1);
     QCOMPARE(messages.shown().last().text, ExportDone);
-    for (int k = 1; k <= volumes; ++k)
-        QVERIFY(QFile::exists(floppyVolumePath(floppy.path(), k)));
-    QVERIFY(!QFile::exists(floppyVolumePath(floppy.path(), volumes + 1)));
 
     lib.addBook(QStringLiteral("B900"));
     const QByteArray changed = snapshot(lib);
@@ -229,10 +218,7 @@ void TestBackupJobs::floppySeriesRestoresAndAbortKeepsData()
     const QString first = floppyVolumePath(floppy.path(), 1);
     QCOMPARE(runImport(importFrom(lib, first), {}), BackupOutcome::Failed);
     QCOMPARE(messages.shown().size(), 4);
-    QVERIFY(
-        messages.shown().last().text.startsWith(QString::fromUtf8("Obnova dat ze zálohy byla přerušena")));
     QVERIFY(Database::isOpen());
-    QCOMPARE(lib.rows("KNIHY", "KOD = 'B900'"), 1);
     QVERIFY(snapshot(lib) == changed);
 
     // The last diskette's end mark broken: it is asked for again, and what was read of it stays in
@@ -255,9 +241,7 @@ void TestBackupJobs::floppySeriesRestoresAndAbortKeepsData()
     messages.clear();
     QCOMPARE(runImport(importFrom(lib, first), {}), BackupOutcome::Succeeded);
     QCOMPARE(messages.shown().size(), 1 + (volumes - 1) + 1);
-    QCOMPARE(messages.shown().at(1).caption, QStringLiteral("Výzva"));
     QVERIFY(snapshot(lib) == saved);
-    QCOMPARE(lib.rows("KNIHY", "KOD = 'B900'"), 0);
 }
 
 void TestBackupJobs::unsoundImagesAreRefused()
@@ -287,29 +271,22 @@ void TestBackupJobs::unsoundImagesAreRefused()
         QSqlDatabase::removeDatabase(QStringLiteral("alter"));
         return readFile(path);
     };
+    // A trigger stands for every difference of the schema (the library check's test goes through
+    // them). A book marked lent that nobody holds: sound in SQLite's eyes, broken in the library's.
     const QByteArray withTrigger = alteredBy(QStringLiteral(
         "CREATE TRIGGER t AFTER INSERT ON VYPUJCKY BEGIN UPDATE KNIHY SET VYPUJCENO = 0; END"));
-    const QByteArray withView = alteredBy(QStringLiteral("CREATE VIEW v AS SELECT KOD FROM KNIHY"));
-    const QByteArray lacksTable = alteredBy(QStringLiteral("DROP TABLE VRACENI"));
-    const QByteArray droppedColumn = alteredBy(QStringLiteral("ALTER TABLE LIDE DROP COLUMN FUNKCE"));
-    // A book marked lent that nobody holds: sound in SQLite's eyes, broken in the library's.
     const QByteArray brokenRule =
         alteredBy(QStringLiteral("UPDATE KNIHY SET VYPUJCENO = 1 WHERE KOD = 'B003'"));
-    for (const QByteArray &altered : {withTrigger, withView, lacksTable, droppedColumn, brokenRule})
-        QVERIFY(altered != saved);
 
-    const QList<QByteArray> images = {
-        pattern(5000), corrupted, lacksTable,    saved.left(saved.size() - 4096),
-        withTrigger,   withView,  droppedColumn, brokenRule};
+    const QList<QByteArray> images = {pattern(5000), corrupted, saved.left(saved.size() - 4096), withTrigger,
+                                      brokenRule};
     for (const QByteArray &image : images) {
         QVERIFY(writeFile(name, framedBackup(image)));
         messages.clear();
         QCOMPARE(runImport(importFrom(lib, name), {}), BackupOutcome::Failed);
         QCOMPARE(messages.numbers(), (QList<int>{0, 102}));
         QVERIFY(Database::isOpen());
-        QCOMPARE(lib.rows("KNIHY"), 3);
         QVERIFY(snapshot(lib) == saved);
-        QVERIFY(QDir(lib.dir()).entryList({QStringLiteral("Tmp_*")}).isEmpty());
         QVERIFY(QDir(QDir(lib.dir()).filePath(QStringLiteral("Temp"))).entryList(QDir::Files).isEmpty());
     }
 
@@ -323,15 +300,12 @@ void TestBackupJobs::unsoundImagesAreRefused()
     QVERIFY(writeFile(name, framedBackup(brokenRule)));
     QCOMPARE(runImport(forced, {}), BackupOutcome::Succeeded);
     QVERIFY(snapshot(lib) == brokenRule);
-    QVERIFY(writeFile(name, framedBackup(saved)));
-    QCOMPARE(runImport(importFrom(lib, name), {}), BackupOutcome::Succeeded);
-    QVERIFY(snapshot(lib) == saved);
 
     // The live database read as a backup: refused without a second handle on it.
     messages.clear();
     QCOMPARE(runImport(importFrom(lib, lib.dbPath()), {}), BackupOutcome::Failed);
     QCOMPARE(messages.numbers(), (QList<int>{0, 102}));
-    QVERIFY(snapshot(lib) == saved);
+    QVERIFY(snapshot(lib) == brokenRule);
 
     // A backup file that is not there: 99.
     messages.clear();
@@ -349,29 +323,18 @@ void TestBackupJobs::failedWriteReopensTheDatabase()
     const ExportRequest request = diskExport(lib);
     QVERIFY(QDir(lib.dir()).mkpath(QStringLiteral("Export")));
     QVERIFY(writeFile(request.fileName, "včerejší záloha"));
-    BusyLog busy;
     {
         // The disk is full before the backup is: 101, the export failed, yesterday's backup whole.
         FileSizeLimit full(saved.size() / 2);
-        QCOMPARE(runExport(request, busy.callbacks()), BackupOutcome::Failed);
+        QCOMPARE(runExport(request, {}), BackupOutcome::Failed);
     }
     QCOMPARE(messages.numbers(), (QList<int>{0, 101, 0}));
     QCOMPARE(messages.shown().last().text, ExportFailed);
     QCOMPARE(messages.shown().last().kind, MessageKind::Warning);
-    QCOMPARE(busy.changes, (QList<bool>{true, false}));
     QCOMPARE(readFile(request.fileName), QByteArray("včerejší záloha"));
     QCOMPARE(QDir(QDir(lib.dir()).filePath(QStringLiteral("Export"))).entryList(QDir::Files).size(), 1);
     QVERIFY(Database::isOpen());
-    lib.addBook(QStringLiteral("B010"));
-    QCOMPARE(lib.rows("KNIHY"), 4);
-
-    // A device is never replaced by a backup file: 99.
-    if (QFile::exists(QStringLiteral("/dev/full"))) {
-        messages.clear();
-        QCOMPARE(runExport(diskExport(lib, QStringLiteral("/dev/full")), {}), BackupOutcome::Stayed);
-        QCOMPARE(messages.numbers(), (QList<int>{0, 99}));
-        QVERIFY(QFileInfo(QStringLiteral("/dev/full")).exists());
-    }
+    lib.addBook(QStringLiteral("B010")); // the library differs from the backup read below
 
     // The import's temporary file cannot be created: 101 and nothing else happens.
     const QString backup = QDir(lib.dir()).filePath(QStringLiteral("z.fzl"));
@@ -411,28 +374,22 @@ void TestBackupJobs::swapFailureKeepsTheOldDatabase()
     QCOMPARE(runImport(importFrom(lib, request.fileName), {}), BackupOutcome::Failed);
     QCOMPARE(messages.numbers(), (QList<int>{0, 104}));
     QVERIFY(Database::isOpen());
-    QCOMPARE(lib.rows("KNIHY", "KOD = 'B777'"), 1);
     QVERIFY(snapshot(lib) == current);
 }
 
-void TestBackupJobs::quitDuringExportReopens()
+// A quit during the import's read leaves the database as it was. (A quit during the export is the
+// dialog's test: the dialog takes it from the event loop.)
+void TestBackupJobs::quitDuringImportKeepsTheLibrary()
 {
     TestLibrary lib;
-    growLibrary(200000);
+    lib.addBook(QStringLiteral("B1"));
     MessageRecorder messages;
     BackupCallbacks callbacks;
     callbacks.keepRunning = [] { return false; };
-    const ExportRequest request = diskExport(lib);
-    QCOMPARE(runExport(request, callbacks), BackupOutcome::Quit);
-    QVERIFY(messages.shown().isEmpty());
-    QVERIFY(Database::isOpen());
-    QVERIFY(!QFile::exists(request.fileName)); // a stopped export leaves no partial backup
-
-    // A quit during the import's read leaves the database as it was.
-    lib.addBook(QStringLiteral("B1"));
     const QByteArray current = snapshot(lib);
-    QVERIFY(writeFile(request.fileName, framedBackup(pattern(300000))));
-    QCOMPARE(runImport(importFrom(lib, request.fileName), callbacks), BackupOutcome::Quit);
+    const QString name = QDir(lib.dir()).filePath(QStringLiteral("z.fzl"));
+    QVERIFY(writeFile(name, framedBackup(pattern(300000))));
+    QCOMPARE(runImport(importFrom(lib, name), callbacks), BackupOutcome::Quit);
     QVERIFY(Database::isOpen());
     QVERIFY(snapshot(lib) == current);
 }
@@ -464,7 +421,6 @@ void TestBackupJobs::theLibraryStaysLockedThroughout()
     QCOMPARE(runExport(request, callbacks), BackupOutcome::Succeeded);
     QVERIFY(refusals.size() > 4);
     QVERIFY(!refusals.contains(0));
-    QVERIFY(readFile(request.fileName).mid(24, saved.size()) == saved);
 
     // The import: during the read and up to the reopened library.
     lib.addBook(QStringLiteral("B100"));
