@@ -236,25 +236,10 @@ void RecordSet::moveLast()
 
 void RecordSet::moveNext()
 {
-    move(1);
-}
-
-void RecordSet::movePrev()
-{
-    move(-1);
-}
-
-void RecordSet::move(int rows)
-{
-    qint64 target = qint64(m_current) + rows;
-    if (target < 0)
-        target = -1;
-    if (target >= 0) {
-        fetchUpTo(int(qMin<qint64>(target, std::numeric_limits<int>::max() - 1)));
-        if (target > m_rows.size())
-            target = m_rows.size();
-    }
-    m_current = int(target);
+    // From before the first row to the first; past the last row it stays one past the end.
+    const int target = m_current + 1;
+    fetchUpTo(target);
+    m_current = qMin(target, int(m_rows.size()));
     loadCurrent();
 }
 

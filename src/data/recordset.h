@@ -65,9 +65,7 @@ public:
     bool isBOF() const;
     void moveFirst();
     void moveLast();
-    void moveNext();
-    void movePrev();
-    void move(int rows); // relative; stops one past either end
+    void moveNext(); // stops one past the last row
     int currentIndex() const { return m_current; }
 
     void addNew();

@@ -529,22 +529,22 @@ void TestCzechUi::columnsHoldTheirValues()
     // The history and the book picker show all their columns side by side, and a header that a
     // click sorted by keeps its whole text beside the sort indicator.
     CBookPickerDialog picker(QStringLiteral("Vyberte"), QString::fromLatin1(Stmt::PickNotDiscarded));
-    for (QTableView *list : {history, picker.view()}) {
-        QVERIFY(showActive(list->window()));
-        QHeaderView *header = list->horizontalHeader();
+    for (QTableView *shown : {history, picker.view()}) {
+        QVERIFY(showActive(shown->window()));
+        QHeaderView *header = shown->horizontalHeader();
         for (int c = 0; c < header->count(); ++c) {
             QStyleOptionHeader option;
             option.initFrom(header);
             option.state |= QStyle::State_Horizontal;
             option.orientation = Qt::Horizontal;
-            option.rect = QRect(0, 0, list->columnWidth(c), header->height());
-            option.text = list->model()->headerData(c, Qt::Horizontal).toString();
+            option.rect = QRect(0, 0, shown->columnWidth(c), header->height());
+            option.text = shown->model()->headerData(c, Qt::Horizontal).toString();
             option.sortIndicator = QStyleOptionHeader::SortUp;
             const QRect label = header->style()->subElementRect(QStyle::SE_HeaderLabel, &option, header);
             QVERIFY2(header->fontMetrics().horizontalAdvance(option.text) <= label.width(),
                      qPrintable(option.text));
         }
-        QVERIFY(header->length() <= list->viewport()->width());
+        QVERIFY(header->length() <= shown->viewport()->width());
     }
     QVERIFY(messages.numbers().isEmpty());
 }
