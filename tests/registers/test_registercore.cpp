@@ -119,6 +119,8 @@ void TestRegisterCore::clientEntries()
     QCOMPARE(check(entry(QStringLiteral("N1"), QStringLiteral(" "), QString())), qMakePair(9, int(F::First)));
     QCOMPARE(check(entry(QStringLiteral("N1"), QStringLiteral("Jana"), QString())),
              qMakePair(9, int(F::Surname)));
+    // A missing name comes before a forbidden character in the code.
+    QCOMPARE(check(entry(QStringLiteral("O'K"), QString())), qMakePair(9, int(F::First)));
 
     ClientEntry badDate = entry(QStringLiteral("O'B"));
     badDate.birth = QStringLiteral("31.2.1990");

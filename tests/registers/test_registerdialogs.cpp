@@ -382,23 +382,17 @@ void TestRegisterDialogs::newClientForm()
     QVERIFY(f->birth()->text().isEmpty() && f->function()->text().isEmpty());
     QVERIFY(!f->function()->isEnabled());
 
-    auto attempt = [&](QWidget *expectedFocus, int expectedMessage) {
-        messages.clear();
-        dialog.accept();
-        QCOMPARE(messages.numbers(), QList<int>{expectedMessage});
-        QCOMPARE(QApplication::focusWidget(), expectedFocus);
-        QVERIFY(dialog.isVisible());
-    };
-    // A missing first name comes before a forbidden character in the code.
-    f->surname()->setText(QStringLiteral("Malá"));
-    f->code()->setText(QStringLiteral("O'K"));
-    attempt(f->first(), 9);
+    // The checks are the core's; here: shown, the dialog open, the focus on the field refused.
+    f->code()->setText(QStringLiteral(" N1 "));
     f->first()->setText(QStringLiteral("Eva"));
+    f->surname()->setText(QStringLiteral("Malá"));
     f->extended()->setChecked(true);
     f->birth()->setText(QStringLiteral("30.2.2001"));
-    attempt(f->birth(), 10);
+    dialog.accept();
+    QCOMPARE(messages.numbers(), QList<int>{10});
+    QCOMPARE(QApplication::focusWidget(), f->birth());
+    QVERIFY(dialog.isVisible());
     f->birth()->setText(QStringLiteral("3.2.2001"));
-    f->code()->setText(QStringLiteral(" N1 "));
     f->address()->setPlainText(QStringLiteral("Dlouhá 1\nPraha"));
     messages.clear();
     dialog.accept();
@@ -612,11 +606,6 @@ void TestRegisterDialogs::clientLists()
     CDlgVyberKlienta picker;
     QCOMPARE(column(picker.model(), 2), words("A1 C1 Z1")); // by surname
 
-    onNextModal<CDlgVyberKlienta>([](CDlgVyberKlienta *p) {
-        p->list()->selectRow(2);
-        p->accept();
-    });
-    QCOMPARE(pickClient(nullptr), std::optional<QString>(QStringLiteral("Z1")));
     onNextModal([](QDialog *d) { d->reject(); });
     QCOMPARE(pickClient(nullptr), std::nullopt);
 
