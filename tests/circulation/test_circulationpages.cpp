@@ -565,8 +565,7 @@ void TestCirculationPages::discardPage()
 {
     TestLibrary lib;
     const qint32 k = lib.addClient(QStringLiteral("K1"));
-    const qint32 a =
-        lib.addBook(TestLibrary::BookSpec(QStringLiteral("A")).acquiredOn(20260310).numbered(417));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("A")).acquiredOn(20260310).numbered(417));
     const qint32 lent = lib.addBook(QStringLiteral("L"));
     lib.lend({lent}, k, 20260301);
     lib.addBook(QStringLiteral("B"));
@@ -580,7 +579,6 @@ void TestCirculationPages::discardPage()
     QCOMPARE(rec.numbers(), (QList<int>{54, 48, 50}));
 
     lookUp(page, QStringLiteral("A"));
-    QCOMPARE(page.currentBookId(), a);
     QCOMPARE(text(&page, "accession"), QStringLiteral("417"));
     QCOMPARE(focused(&page), QStringLiteral("add"));
     page.addBook();
@@ -611,7 +609,6 @@ void TestCirculationPages::discardPage()
     page.discard();
     QCOMPARE(rec.shown().size(), 1);
     QCOMPARE(rec.lastText(), QStringLiteral("Pozor, skutečně chcete vyřadit uvedené knihy?"));
-    QCOMPARE(rec.shown().last().kind, MessageKind::Warning);
     QCOMPARE(rec.shown().last().buttons, int(ButtonsYesNoIrreversible));
     QCOMPARE(page.list()->size(), 2);
     QCOMPARE(lib.rows("KNIHY", "VYRAZENO"), 0);
