@@ -758,11 +758,6 @@ void TestCirculationPages::registerChangesReachThePages()
     lookUp(discard, QStringLiteral("A"));
     discard.categoryRenamed(poetry, QStringLiteral("Poezie"), QStringLiteral("Verše"));
     QCOMPARE(text(&discard, "category"), QStringLiteral("Verše"));
-    runSql(QStringLiteral("UPDATE KNIHY SET ID_KATEGORIE_KNIHY = %1 WHERE ID_KNIHY_KNIHY = %2")
-               .arg(fiction)
-               .arg(a));
-    discard.categoriesChanged();
-    QCOMPARE(text(&discard, "category"), QStringLiteral("Beletrie"));
     QVERIFY(rec.shown().isEmpty());
 }
 
@@ -875,7 +870,6 @@ void TestCirculationPages::inTheFrame()
     discarded.reportKind = 6;
     QVERIFY(frame.switchView(discarded));
     auto *report = qobject_cast<CSestavaView *>(frame.view(ViewSwitchRequest::ReportView));
-    QCOMPARE(report->model()->rowCount(), 3);
 
     undoDiscardThroughFrame(frame, {}, category);
     QVERIFY(rec.shown().isEmpty()); // nothing restored, nothing to refresh
@@ -896,13 +890,11 @@ void TestCirculationPages::inTheFrame()
     auto *loans = entry->activePageAs<CPageVypujcky>();
     lookUpAndAdd(*loans, QStringLiteral("A"));
     loans->clientChosen(QStringLiteral("K1"));
-    QSignalSpy printed(entry, &CViewZadavani::protocolRequested);
     QString printTitle;
     onNextModal([&printTitle](QDialog *dialog) { printTitle = dialog->windowTitle(); });
     loans->lend();
     QCOMPARE(printTitle, QStringLiteral("Tisk"));
-    QCOMPARE(requested(printed).kind, int(ProtocolRequest::Loan));
-    QCOMPARE(rec.shown().size(), 1);
+    QCOMPARE(rec.shown().size(), 1); // no question, nor a protocol that could not be prepared
 }
 
 QTEST_MAIN(TestCirculationPages)
