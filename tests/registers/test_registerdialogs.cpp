@@ -110,9 +110,9 @@ void TestRegisterDialogs::newCategory()
     dialog.nameEdit()->setText(QStringLiteral("  Cestopisy "));
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted)); // no message kept it open
-    QCOMPARE(dialog.name(), QStringLiteral("Cestopisy"));
 
-    // The entry view's part: the lookup again, the write, history slot 8, the page's combo.
+    // The entry view's part (the page is told the name the dialog trimmed): the lookup again, the write,
+    // history slot 8, the page's combo.
     RecordingPage page;
     QVERIFY(RegisterCommands::saveNewCategory(&page, dialog.name()));
     QCOMPARE(AppState::instance().history.recall(8), QStringLiteral("Cestopisy"));
@@ -157,12 +157,10 @@ void TestRegisterDialogs::renameCategory()
     messages.clear();
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.categoryId(), poezie);
-    QCOMPARE(dialog.oldName(), QStringLiteral("Poezie"));
-    QCOMPARE(dialog.newName(), QStringLiteral("Verše"));
 
     RecordingPage page;
-    QVERIFY(RegisterCommands::saveRenamedCategory(&page, poezie, dialog.oldName(), dialog.newName()));
+    QVERIFY(RegisterCommands::saveRenamedCategory(&page, dialog.categoryId(), dialog.oldName(),
+                                                  dialog.newName()));
     QCOMPARE(page.calls, QStringList{QStringLiteral("renamed %1 Poezie Verše").arg(poezie)});
 
     // The write stands even when the page cannot show the new name.
@@ -210,15 +208,13 @@ void TestRegisterDialogs::removeCategory()
     messages.answerNext(ResultYes);
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.categoryId(), old);
-    QCOMPARE(dialog.categoryName(), QStringLiteral("Staré"));
     QCOMPARE(lib.count(
                  QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = %1").arg(old)),
              1);
 
     RecordingPage page;
     messages.clear();
-    QVERIFY(RegisterCommands::saveRemovedCategory(&page, old, QStringLiteral("Staré")));
+    QVERIFY(RegisterCommands::saveRemovedCategory(&page, dialog.categoryId(), dialog.categoryName()));
     QCOMPARE(page.calls, QStringList{QStringLiteral("gone Staré")});
     page.answer = false;
     QVERIFY(RegisterCommands::saveRemovedCategory(&page, old, QStringLiteral("Staré")));
@@ -419,9 +415,7 @@ void TestRegisterDialogs::newClientCommand()
     });
     RegisterCommands::newClient(nullptr);
     QVERIFY(messages.numbers().isEmpty());
-    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_NAROZENI FROM LIDE WHERE KOD = 'Z2' AND IS_DOKLAD AND "
-                                      "IS_FUNKCE AND ADRESA = 'Most'")),
-             19701105);
+    QCOMPARE(lib.rows("LIDE", "KOD = 'Z2' AND IS_DOKLAD AND IS_FUNKCE AND IS_ADRESA"), 1);
     const InputHistory &h = AppState::instance().history;
     const QStringList remembered = {h.recall(1), h.recall(2), h.recall(3), h.recall(4),
                                     h.recall(5), h.recall(6), h.recall(7)};
@@ -489,9 +483,8 @@ void TestRegisterDialogs::editClient()
     f->address()->clear();
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted)); // no message kept it open
-    QCOMPARE(dialog.clientId(), id);
     RecordingPage page;
-    QVERIFY(RegisterCommands::saveChangedClient(&page, id, dialog.data()));
+    QVERIFY(RegisterCommands::saveChangedClient(&page, dialog.clientId(), dialog.data()));
     QCOMPARE(page.calls, QStringList{QStringLiteral("changed %1 K1 Malá Eva").arg(id)});
     CDlgDetailyKlienta details(id);
     QVERIFY(details.text(QStringLiteral("&Adresa")).isEmpty());
@@ -531,10 +524,9 @@ void TestRegisterDialogs::removeClient()
     lib.giveBack({book}, 20260310);
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted)); // no message kept it open
-    QCOMPARE(dialog.clientId(), holder);
 
     RecordingPage page;
-    QVERIFY(RegisterCommands::saveRemovedClient(&page, holder));
+    QVERIFY(RegisterCommands::saveRemovedClient(&page, dialog.clientId()));
     QCOMPARE(page.calls, QStringList{QStringLiteral("removed %1").arg(holder)});
     // The history stays; a removed client is found again and may be removed again.
     QCOMPARE(lib.rows("VRACENI", "ID_LIDE_VRACENI = ?", {holder}), 1);
