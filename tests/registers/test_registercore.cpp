@@ -48,7 +48,6 @@ void TestRegisterCore::categories()
     const qint32 id = addCategory(QStringLiteral("Poezie"));
     QCOMPARE(id, firstFree);
     QCOMPARE(lib.ids("ID_KATEGORIE_FIRSTFREE"), firstFree + 1);
-    QCOMPARE(lib.rows("KATEGORIE", "UKAZOVAT AND NAZEV = 'Poezie'"), 1);
     QCOMPARE(categoryNameMessage(QString()), 3);
     QCOMPARE(categoryNameMessage(QStringLiteral("Poezie")), 5);
     QCOMPARE(categoryNameMessage(QStringLiteral("Próza")), 0);
@@ -61,7 +60,6 @@ void TestRegisterCore::categories()
     QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Jiné'"), 0);
 
     hideCategory(id);
-    QCOMPARE(lib.rows("KATEGORIE", "UKAZOVAT"), 0);
     QVERIFY_THROWS_EXCEPTION(DbError, hideCategory(id + 100));
     // The removed name stays taken, for a new category as for a rename.
     QCOMPARE(categoryNameMessage(QStringLiteral("Verše")), 6);
