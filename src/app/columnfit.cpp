@@ -2,7 +2,9 @@
 
 #include <QAbstractItemView>
 #include <QHeaderView>
+#include <QScrollBar>
 #include <QStyle>
+#include <QStyleOption>
 #include <QTableView>
 
 namespace {
@@ -25,9 +27,23 @@ int fittingColumnWidth(const QAbstractItemView *view, const QString &header, con
     int width = view->fontMetrics().horizontalAdvance(sample) + textMargins(view);
     if (const auto *table = qobject_cast<const QTableView *>(view)) {
         const QHeaderView *h = table->horizontalHeader();
-        // A header also shows the sort indicator's room and its own margins.
-        const int headerMargins = 2 * h->style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, h) + 2;
-        width = std::max(width, h->fontMetrics().horizontalAdvance(header) + headerMargins);
+        // The header section as the style draws it once the list is sorted by the column: its
+        // margins, the text and the sort indicator's room, so that a click on it elides nothing.
+        QStyleOptionHeader option;
+        option.initFrom(h);
+        option.orientation = Qt::Horizontal;
+        option.text = header;
+        option.sortIndicator = QStyleOptionHeader::SortUp;
+        const QSize section = h->style()->sizeFromContents(QStyle::CT_HeaderSection, &option, QSize(), h);
+        width = std::max(width, section.width());
     }
+    return width;
+}
+
+int allColumnsWidth(const QTableView *view)
+{
+    int width = 2 * view->frameWidth() + view->verticalScrollBar()->sizeHint().width();
+    for (int c = 0; c < view->horizontalHeader()->count(); ++c)
+        width += view->columnWidth(c);
     return width;
 }

@@ -377,18 +377,20 @@ template <typename Set> void deleteAll(Set &set, const QString &sql)
 
 bool deleteBook(qint32 bookId)
 {
-    Transaction tx;
-    CSetKnihy book;
-    book.open(QString::asprintf(Stmt::KnihyByIdBare, bookId));
-    if (book.isEOF())
-        return false;
-    book.deleteRow();
-    CSetVypujcky loans;
-    deleteAll(loans, QString::asprintf(Stmt::VypujckyOfBook, bookId));
-    CSetVraceni returns;
-    deleteAll(returns, QString::asprintf(Stmt::VraceniOfBook, bookId));
-    tx.commit();
-    return true;
+    return Database::write([&] {
+        Transaction tx;
+        CSetKnihy book;
+        book.open(QString::asprintf(Stmt::KnihyByIdBare, bookId));
+        if (book.isEOF())
+            return false;
+        book.deleteRow();
+        CSetVypujcky loans;
+        deleteAll(loans, QString::asprintf(Stmt::VypujckyOfBook, bookId));
+        CSetVraceni returns;
+        deleteAll(returns, QString::asprintf(Stmt::VraceniOfBook, bookId));
+        tx.commit();
+        return true;
+    });
 }
 
 std::optional<BookRow> findBookInUse(const QString &code)

@@ -183,6 +183,10 @@ CBookPickerDialog::CBookPickerDialog(const QString &heading, const QString &jetS
     m_view->setColumnWidth(BookPickerModel::Title, 200);
     m_view->setColumnWidth(BookPickerModel::Author, 200);
     m_view->horizontalHeader()->setStretchLastSection(true);
+    // The list shows its three columns side by side, with room for the scroll bar, so that it
+    // never scrolls sideways.
+    const QMargins margins = layout->contentsMargins();
+    resize(qMax(width(), allColumnsWidth(m_view) + margins.left() + margins.right()), height());
     sortAscendingOnClick(m_view);
     connect(m_view, &QTableView::doubleClicked, this, [this] { tryAccept(); });
     if (m_model->rowCount() > 0)
@@ -321,6 +325,7 @@ CBookDetailsDialog::CBookDetailsDialog(qint32 bookId, QWidget *parent) : QDialog
     m_history->horizontalHeader()->setStretchLastSection(true);
     sortAscendingOnClick(m_history);
     m_history->setMinimumHeight(120);
+    m_history->setMinimumWidth(allColumnsWidth(m_history));
     m_form->keywordView->setColumnWidth(0, 184);
     resize(sizeHint().expandedTo(QSize(660, 0)));
 }

@@ -464,11 +464,25 @@ bool CDlgPresunKategorie::apply()
     for (const auto &r : m_model2->rows())
         if (r.extra != category2)
             moves << Registers::BookMove{r.id, category2};
+    bool written = false;
     try {
         WaitCursor wait;
-        Registers::moveBooks(moves);
+        written = Registers::moveBooks(moves);
     } catch (const DbError &e) {
         showDbError(Message::CategoryDbError, e);
+        return false;
+    }
+    if (!written) {
+        // A category was removed at another desk: the pending moves are void; both halves
+        // start again from the categories now in use.
+        showMessage(Message::CategoryDbError);
+        dropAll();
+        try {
+            fillCategoryCombo(m_combo1);
+            fillCategoryCombo(m_combo2);
+        } catch (const DbError &e) {
+            logDbError(e);
+        }
         return false;
     }
     for (int r = 0; r < m_model1->rowCount(); ++r)

@@ -100,7 +100,7 @@ public:
     // Moves the selected books of one half into the other (messages 91, 92, 93).
     bool moveSelected(int fromHalf);
     // "Použít": writes every book whose category differs from its list's; false after a
-    // database failure (message 4).
+    // database failure or when a category was removed at another desk meanwhile (message 4).
     bool apply();
     void accept() override; // OK: writes and closes when there is something to write
 

@@ -178,19 +178,37 @@ QList<MovableBook> movableBooks(qint32 categoryId)
     return books;
 }
 
-void moveBooks(const QList<BookMove> &moves)
+bool moveBooks(const QList<BookMove> &moves)
 {
-    Transaction tx;
-    for (const BookMove &m : moves) {
-        CSetKnihy set;
-        set.open(QString::asprintf(Stmt::KnihyById, m.book));
-        if (set.isEOF() && set.isBOF())
-            throw DbError(QStringLiteral("a book to move is missing"));
-        set.edit();
-        set.m_ID_KATEGORIE_KNIHY = m.category;
-        set.update();
-    }
-    tx.commit();
+    return Database::write([&] {
+        Transaction tx;
+        // Another desk may have removed a category since the dialog listed it: no book goes
+        // into a category that is no longer in use.
+        QList<qint32> checked;
+        for (const BookMove &m : moves) {
+            if (checked.contains(m.category))
+                continue;
+            CSetKategorie category;
+            category.open(QString::asprintf(Stmt::KategorieById, m.category));
+            if ((category.isEOF() && category.isBOF()) || !category.m_UKAZOVAT)
+                return false;
+            checked << m.category;
+        }
+        for (const BookMove &m : moves) {
+            CSetKnihy set;
+            set.open(QString::asprintf(Stmt::KnihyById, m.book));
+            if (set.isEOF() && set.isBOF())
+                throw DbError(QStringLiteral("a book to move is missing"));
+            // A book discarded at another desk meanwhile stays where it was discarded.
+            if (set.m_VYRAZENO)
+                continue;
+            set.edit();
+            set.m_ID_KATEGORIE_KNIHY = m.category;
+            set.update();
+        }
+        tx.commit();
+        return true;
+    });
 }
 
 // ---- Clients ----

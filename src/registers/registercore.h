@@ -61,8 +61,10 @@ struct BookMove
     qint32 category = -1;
 };
 // Puts each book into its new category, all in one transaction; a missing book is a database
-// error and leaves every book where it was.
-void moveBooks(const QList<BookMove> &moves);
+// error and leaves every book where it was. False, with nothing written, when one of the new
+// categories is no longer in use (removed at another desk since the dialog listed it); a book
+// discarded meanwhile is left where it is.
+bool moveBooks(const QList<BookMove> &moves);
 
 // ---- Clients ----
 

@@ -4,10 +4,13 @@
 #include "circulation/pagevraceni.h"
 #include "circulation/pagevypujcky.h"
 #include "circulation/pagevyrazeni.h"
+#include "registers/categorydialogs.h"
 #include "registers/registercore.h"
+#include "registers/registerwidgets.h"
 #include "support/guitestsupport.h"
 #include "support/testsupport.h"
 
+#include <QComboBox>
 #include <QtTest>
 
 // Another desk of a server library got there first between the librarian's look-up and the
@@ -23,6 +26,7 @@ private Q_SLOTS:
     void loansPage();
     void returnsAndDiscardPages();
     void undoDiscardDialog();
+    void moveDialog();
 };
 
 void TestRacePages::init()
@@ -143,6 +147,31 @@ void TestRacePages::undoDiscardDialog()
     QCOMPARE(rec.numbers(), QList<int>{122});
     QVERIFY(dialog.isVisible() && dialog.isSearching() && !dialog.restored()); // back to the code
     QCOMPARE(focused(&dialog), QStringLiteral("code"));
+}
+
+void TestRacePages::moveDialog()
+{
+    // Books moved into a category that another desk removed meanwhile: the category's message,
+    // nothing written, and both halves start again from the categories now in use.
+    TestLibrary lib;
+    const qint32 from = lib.addCategory(QStringLiteral("Próza"));
+    const qint32 to = lib.addCategory(QStringLiteral("Poezie"));
+    lib.addBook(TestLibrary::BookSpec(QStringLiteral("P1")).in(from));
+    MessageRecorder rec;
+    CDlgPresunKategorie dialog;
+    QVERIFY(exposed(dialog));
+    dialog.combo(0)->setCurrentIndex(dialog.combo(0)->findText(QStringLiteral("Próza")));
+    dialog.combo(1)->setCurrentIndex(dialog.combo(1)->findText(QStringLiteral("Poezie")));
+    dialog.list(0)->selectAll();
+    QVERIFY(dialog.moveSelected(0));
+    QVERIFY(Registers::hideCategory(to)); // the other desk: the category was empty
+    QVERIFY(!dialog.apply());
+    QCOMPARE(rec.numbers(), QList<int>{4});
+    QCOMPARE(lib.rows("KNIHY", "ID_KATEGORIE_KNIHY = ?", {from}), 1);
+    QCOMPARE(dialog.combo(1)->findText(QStringLiteral("Poezie")), -1);
+    QCOMPARE(dialog.combo(0)->currentIndex(), -1);
+    QCOMPARE(dialog.model(0)->rowCount() + dialog.model(1)->rowCount(), 0);
+    QVERIFY(dialog.combo(0)->isEnabled() && !dialog.applyButton()->isEnabled());
 }
 
 QTEST_MAIN(TestRacePages)

@@ -20,6 +20,7 @@
 #include "circulation/pagevypujcky.h"
 #include "circulation/viewzadavani.h"
 #include "data/database.h"
+#include "data/statements.h"
 #include "gui/features.h"
 #include "registers/categorydialogs.h"
 #include "registers/clientdialogs.h"
@@ -46,7 +47,7 @@
 #include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QStyleOptionViewItem>
+#include <QStyleOption>
 #include <QTabBar>
 #include <QTableView>
 #include <QtTest>
@@ -627,6 +628,26 @@ void TestCzechUi::columnsHoldTheirValues()
     for (int c : {0, 3}) {
         const QString text = history->model()->index(0, c).data().toString();
         QVERIFY2(history->fontMetrics().horizontalAdvance(text) <= room(history, c, text), qPrintable(text));
+    }
+    // The history and the book picker show all their columns side by side, and a header that a
+    // click sorted by keeps its whole text beside the sort indicator.
+    CBookPickerDialog picker(QStringLiteral("Vyberte"), QString::fromLatin1(Stmt::PickNotDiscarded));
+    for (QTableView *list : {history, picker.view()}) {
+        QVERIFY(showActive(list->window()));
+        QHeaderView *header = list->horizontalHeader();
+        for (int c = 0; c < header->count(); ++c) {
+            QStyleOptionHeader option;
+            option.initFrom(header);
+            option.state |= QStyle::State_Horizontal;
+            option.orientation = Qt::Horizontal;
+            option.rect = QRect(0, 0, list->columnWidth(c), header->height());
+            option.text = list->model()->headerData(c, Qt::Horizontal).toString();
+            option.sortIndicator = QStyleOptionHeader::SortUp;
+            const QRect label = header->style()->subElementRect(QStyle::SE_HeaderLabel, &option, header);
+            QVERIFY2(header->fontMetrics().horizontalAdvance(option.text) <= label.width(),
+                     qPrintable(option.text));
+        }
+        QVERIFY(header->length() <= list->viewport()->width());
     }
     QVERIFY(messages.numbers().isEmpty());
 }

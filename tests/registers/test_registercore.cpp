@@ -39,6 +39,7 @@ private Q_SLOTS:
     void writingClients();
     void removedClientsLeaveTheLists();
     void anotherDeskWasFirst();
+    void movesAtAnotherDesk();
 };
 
 void TestRegisterCore::categories()
@@ -317,6 +318,27 @@ void TestRegisterCore::anotherDeskWasFirst()
         QCOMPARE(refusal, c.message);
         QCOMPARE(state(), before);
     }
+}
+
+void TestRegisterCore::movesAtAnotherDesk()
+{
+    TestLibrary lib;
+    const qint32 a = lib.addCategory(QStringLiteral("A"));
+    const qint32 b = lib.addCategory(QStringLiteral("B"));
+    const qint32 c = lib.addCategory(QStringLiteral("C"));
+    const qint32 kept = lib.addBook(TestLibrary::BookSpec(QStringLiteral("K1")).in(a));
+    const qint32 other = lib.addBook(TestLibrary::BookSpec(QStringLiteral("K2")).in(a));
+    const qint32 discarded = lib.addBook(TestLibrary::BookSpec(QStringLiteral("K3")).in(a).discard(20250101));
+
+    // A category removed since the dialog listed it takes no book, and then no book moves at all.
+    QVERIFY(hideCategory(c));
+    QVERIFY(!moveBooks({{kept, b}, {other, c}}));
+    QCOMPARE(lib.rows("KNIHY", "ID_KATEGORIE_KNIHY = ?", {a}), 3);
+
+    // A book discarded meanwhile stays in the category it was discarded from.
+    QVERIFY(moveBooks({{kept, b}, {discarded, b}}));
+    QCOMPARE(lib.rows("KNIHY", "ID_KATEGORIE_KNIHY = ?", {b}), 1);
+    QCOMPARE(lib.rows("KNIHY", "ID_KATEGORIE_KNIHY = ? AND VYRAZENO", {a}), 1);
 }
 
 QTEST_GUILESS_MAIN(TestRegisterCore)

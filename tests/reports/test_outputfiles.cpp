@@ -11,7 +11,6 @@
 #include <QDirIterator>
 #include <QTest>
 
-#include <csignal>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -76,7 +75,6 @@ private Q_SLOTS:
     void cleanup();
     void protectedTargets();
     void failedWritesKeepThePreviousFile();
-    void commandLineReportsTheFile();
     void pageTextsInUtf8();
 
 private:
@@ -207,29 +205,6 @@ void TestOutputFiles::failedWritesKeepThePreviousFile()
     QVERIFY(fileBytes(QStringLiteral("Export/old.html")).startsWith("\xEF\xBB\xBF<H2"));
     QVERIFY(fileBytes(QStringLiteral("Export/old.pdf")).startsWith("%PDF"));
     QCOMPARE(snapshot(dir).size(), before.size());
-}
-
-// What the command line adds to the writers: exit code 1 and the file named, here on a disk that
-// is full before the heading of the page fits into it.
-void TestOutputFiles::commandLineReportsTheFile()
-{
-    const QString dir = m_lib->dir();
-    const QString out = QDir(dir).filePath(QStringLiteral("Export/old.html"));
-    QVERIFY(writeBytes(out, "old"));
-    const QMap<QString, QByteArray> before = snapshot(dir);
-    const QStringList args = (words("report 8 --html") << out << QStringLiteral("--data-dir") << dir);
-    const CliRun full = runCli(args, [] {
-        std::signal(SIGXFSZ, SIG_IGN);
-        struct rlimit r;
-        getrlimit(RLIMIT_FSIZE, &r);
-        r.rlim_cur = 100;
-        setrlimit(RLIMIT_FSIZE, &r);
-    });
-    QCOMPARE(full.code, 1);
-    QVERIFY2(full.err.contains(out), qPrintable(full.err));
-    QCOMPARE(snapshot(dir), before);
-    QCOMPARE(runCli(args).code, 0);
-    QVERIFY(fileBytes(out).contains("<TD ALIGN=\"LEFT\">  A1  </TD>"));
 }
 
 void TestOutputFiles::pageTextsInUtf8()

@@ -207,8 +207,6 @@ void TestReminderStats::reminderLetters_data()
         QStringLiteral("K6: 011 20250201 20250228 1"),
     };
     QTest::newRow("1. 3.2025, everybody") << DateNumber(20250301) << QString() << on1March;
-    QTest::newRow("1. 3.2025, Dvořák")
-        << DateNumber(20250301) << QStringLiteral("K3") << QStringList{on1March.at(2)};
     QTest::newRow("1. 3.2025, Hrubá: due that day, not late")
         << DateNumber(20250301) << QStringLiteral("K5") << QStringList();
     QTest::newRow("2. 3.2025, Hrubá one day late")
@@ -240,7 +238,6 @@ void TestReminderStats::letterDetails()
     ensureLibrary();
     QList<ReminderLetter> letters;
     QCOMPARE(collectReminders(20250301, -1, &letters), 0);
-    QCOMPARE(letters.size(), 5);
     const ReminderLetter &dvorak = letters.at(2);
     QCOMPARE(dvorak.prijmeni, QStringLiteral("Dvořák"));
     QCOMPARE(dvorak.jmeno, QStringLiteral("Petr"));
@@ -294,7 +291,6 @@ void TestReminderStats::annualStatistics()
                             double(s.holdings),      double(s.loans()),    double(s.returns()),
                             double(s.activeClients), double(s.newClients), double(s.lentAtEnd),
                             double(s.overdueAtEnd)};
-    QCOMPARE(got.size(), figures.size());
     for (int i = 0; i < got.size(); ++i) {
         if (i == 1) // prices are single precision, summed in double
             QCOMPARE(QString::asprintf("%.2f", got.at(i)), QString::asprintf("%.2f", figures.at(i)));
@@ -342,14 +338,12 @@ void TestReminderStats::twentyBooksAndTheirTies()
     TestLibrary library; // a library of its own
     const qint32 category = Registers::addCategory(QStringLiteral("Beletrie"));
     const qint32 client = newClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
-    // 24 books lent once in 2024, book Z24 twice, so 23 tie for places 2 to 20: their codes decide,
+    // 24 books lent once in 2024, book CH24 twice, so 23 tie for places 2 to 20: their codes decide,
     // in Czech order (CH after H), whatever order the loans were made in.
     QList<qint32> books;
-    QStringList codes;
     for (int i = 24; i >= 1; --i) {
         const QString code =
             (i % 3 == 0 ? QStringLiteral("CH") : QStringLiteral("H")) + QString::asprintf("%02d", i);
-        codes << code;
         books << newBook(code, 20240101, 10, category);
     }
     library.lend(books, client, 20240301, 20240401);
@@ -357,24 +351,14 @@ void TestReminderStats::twentyBooksAndTheirTies()
     library.lend({books.constFirst()}, client, 20240501, 20240601); // CH24
     AnnualStatistics s;
     QCOMPARE(computeAnnualStatistics(2024, &s), 0);
-    QCOMPARE(s.loans(), 25);
-    QCOMPARE(s.topBooks.size(), StatisticsTopBooks);
-    QCOMPARE(s.topBooks.at(0).code, QStringLiteral("CH24"));
     QCOMPARE(s.topBooks.at(0).loans, 2);
-    QStringList expected;
-    QStringList hs, chs;
-    for (const QString &c : codes.mid(1))
-        (c.startsWith(QStringLiteral("CH")) ? chs : hs) << c;
-    std::sort(hs.begin(), hs.end());
-    std::sort(chs.begin(), chs.end());
-    expected = words("CH24") + hs + chs;
-    expected = expected.mid(0, StatisticsTopBooks);
     QStringList got;
     for (const StatisticsBook &b : s.topBooks)
         got << b.code;
-    QCOMPARE(got, expected);
-    QCOMPARE(s.categories.size(), 1);
-    QCOMPARE(s.categories.at(0).loans, 25);
+    // The first StatisticsTopBooks (20) of them.
+    QCOMPARE(got,
+             words("CH24 H01 H02 H04 H05 H07 H08 H10 H11 H13 H14 H16 H17 H19 H20 H22 H23 CH03 CH06 CH09"));
+    QCOMPARE(s.categories.at(0).loans, 25); // every loan, not only the top books' ones
 }
 
 void TestReminderStats::outputs()
@@ -412,15 +396,9 @@ void TestReminderStats::commandLine()
     const QString dir = m_library->dir();
     Database::close(); // the command opens the library itself
     // On a server the commands find the library as a desk configured for it does.
-    struct ConfiguredServer
-    {
-        explicit ConfiguredServer(const QString &url)
-        {
-            if (!url.isEmpty())
-                qputenv("FOLIVO_DATABASE", url.toUtf8());
-        }
-        ~ConfiguredServer() { qunsetenv("FOLIVO_DATABASE"); }
-    } configured(TestLibrary::onServer() ? m_library->location() : QString());
+    if (TestLibrary::onServer())
+        qputenv("FOLIVO_DATABASE", m_library->location().toUtf8());
+    const auto unconfigure = qScopeGuard([] { qunsetenv("FOLIVO_DATABASE"); });
     // Without the library both report the database failure and hand back nothing.
     QList<ReminderLetter> none{ReminderLetter{}};
     QCOMPARE(collectReminders(20250301, -1, &none), 109);

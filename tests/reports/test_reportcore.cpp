@@ -4,11 +4,9 @@
 #include "data/directquery.h"
 #include "data/recordsets.h"
 #include "data/statements.h"
-#include "registers/registercore.h"
 #include "reports/htmlcore.h"
 #include "reports/protocolcore.h"
 #include "reports/reportcore.h"
-#include "search/searchcore.h"
 #include "support/testsupport.h"
 
 #include <QDir>
@@ -46,13 +44,12 @@ private Q_SLOTS:
     void init() { FOLIVO_ENGINE_INIT(); }
     void statementsAndTitles();
     void reportsOnARealLibrary();
-    void czechOrderOfReportsSearchAndPickers();
+    void czechOrderOfReportsAndPickers();
     void missingCategoryStopsTheReport();
     void summaryAddsSinglePricesInDouble();
     void clientLookup();
     void htmlPage_data();
     void htmlPage();
-    void htmlOpenFailure();
     void loanProtocol();
     void returnProtocol();
     void protocolChoosers();
@@ -63,9 +60,7 @@ private Q_SLOTS:
 // pinned on a real library below.
 void TestReportCore::statementsAndTitles()
 {
-    QVERIFY(fixedReport(ReportKind::Category).sql.isEmpty());
     const QString label = clientLabel(QStringLiteral("K017"), QStringLiteral("Novák"), QStringLiteral("Jan"));
-    QCOMPARE(label, QStringLiteral("K017  (Novák Jan)"));
     const QString day = QStringLiteral(" 7. 3.2005");
     const struct
     {
@@ -106,11 +101,8 @@ void TestReportCore::reportsOnARealLibrary()
     const qint32 b1 = lib.addBook(book(QStringLiteral("001"), 10, romany));
     const qint32 b5 = lib.addBook(book(QStringLiteral("005"), 10, poezie));
     const qint32 b2 = lib.addBook(book(QStringLiteral("002"), 10, romany));
-    const qint32 b4 = lib.addBook(book(QStringLiteral("004"), 10, poezie));
-    TestLibrary::BookSpec gone = book(QStringLiteral("006"), 10, poezie);
-    gone.discarded = true;
-    gone.discardedOn = 20100101;
-    lib.addBook(gone);
+    lib.addBook(book(QStringLiteral("004"), 10, poezie));
+    lib.addBook(book(QStringLiteral("006"), 10, poezie).discard(20100101));
     const qint32 jan = lib.addClient(QStringLiteral("K1"), QStringLiteral("Jan"), QStringLiteral("Novák"));
     const qint32 eva = lib.addClient(QStringLiteral("K2"), QStringLiteral("Eva"), QStringLiteral("Malá"));
     // Jan: 003 due 14 March, 005 due 15 March, 001 without a limit; Eva: 002 due 1 March.
@@ -120,7 +112,6 @@ void TestReportCore::reportsOnARealLibrary()
     lib.lend({b2}, eva, 20260201, 20260301);
     lib.giveBack({b2}, 20260310);
     lib.lend({b2}, jan, 20260311, 20260320);
-    (void)b4;
 
     auto run = [](const ReportQuery &q) { return codes(runReport(q.sql)); };
     const QStringList all{QStringLiteral("001"), QStringLiteral("002"), QStringLiteral("003"),
@@ -141,9 +132,6 @@ void TestReportCore::reportsOnARealLibrary()
     // The client's overdue books at their boundary day: a loan due on 20 March is overdue from
     // 21 March on, not on the 20th; Eva's returned loan never counts for her.
     QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260320, QString())), words("003 005"));
-    QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260315, QString())), words("003"));
-    QCOMPARE(run(clientOverdueReport(jan, QString(), QString(), 20260314, QString())), QStringList());
-    QCOMPARE(run(clientOverdueReport(eva, QString(), QString(), 20260302, QString())), QStringList());
     QCOMPARE(run(clientLoansReport(jan, QString())), words("001 002 003 005"));
     QCOMPARE(run(clientLoansReport(eva, QString())), QStringList());
     // The history covers returned loans too.
@@ -152,12 +140,13 @@ void TestReportCore::reportsOnARealLibrary()
 
     const ReportResult rows = runReport(categoryReport(romany, QString()).sql);
     QCOMPARE(rows.rows.size(), 2);
-    QCOMPARE(rows.rows.at(0).category, QStringLiteral("Romány"));
     QCOMPARE(rows.rows.at(0).bookId, b1);
-    QCOMPARE(rows.rows.at(0).title, QStringLiteral("Babička"));
-    QCOMPARE(rows.rows.at(0).author, QStringLiteral("Božena Němcová"));
-    QCOMPARE(reportCellText(rows.rows.at(0), 4), QStringLiteral("10.00"));
-    QCOMPARE(reportCellText(rows.rows.at(0), 3), QStringLiteral("Romány"));
+    QStringList cells; // the texts of the list's columns
+    for (int column = 0; column < 5; ++column)
+        cells << reportCellText(rows.rows.at(0), column);
+    QCOMPARE(cells,
+             (QStringList{QStringLiteral("001"), QStringLiteral("Babička"), QStringLiteral("Božena Němcová"),
+                          QStringLiteral("Romány"), QStringLiteral("10.00")}));
 
     // A broken statement is a database failure: message 34 and nothing listed.
     const ReportResult broken = runReport(QStringLiteral("SELECT * FROM KNIHY WHERE NOSUCHCOLUMN = 1"));
@@ -189,7 +178,7 @@ void TestReportCore::reportsOnARealLibrary()
 // Codes and names are listed in Czech order, letter case aside: accents after their letter, CH
 // after H, whatever the system's locale (the test programs run under C.UTF-8). Texts that differ
 // only in letter case keep one fixed order (byte order of the text), so the order is total.
-void TestReportCore::czechOrderOfReportsSearchAndPickers()
+void TestReportCore::czechOrderOfReportsAndPickers()
 {
     const QStringList czech{QStringLiteral("a500"),  QStringLiteral("B700"), QStringLiteral("C100"),
                             QStringLiteral("c800"),  QStringLiteral("Č200"), QStringLiteral("H400"),
@@ -207,13 +196,8 @@ void TestReportCore::czechOrderOfReportsSearchAndPickers()
     QVERIFY(czechCompare(QStringLiteral("H"), QStringLiteral("ch"), Qt::CaseInsensitive) < 0);
     QVERIFY(czechCompare(QStringLiteral("Chata"), QStringLiteral("Ivan"), Qt::CaseInsensitive) < 0);
     QVERIFY(czechCompare(QStringLiteral("Cyril"), QStringLiteral("Čech"), Qt::CaseInsensitive) < 0);
-    QVERIFY(czechCompare(QStringLiteral("Zach"), QStringLiteral("Šťastný"), Qt::CaseInsensitive) > 0);
-    QVERIFY(czechCompare(QStringLiteral("Řezník"), QStringLiteral("Rybář"), Qt::CaseInsensitive) > 0);
-    QVERIFY(czechCompare(QStringLiteral("Žák"), QStringLiteral("Zygota"), Qt::CaseInsensitive) > 0);
     QVERIFY(czechCompare(QStringLiteral("Kos"), QStringLiteral("kos"), Qt::CaseInsensitive) == 0);
     QCOMPARE(czechOrder(QStringLiteral("Kos"), QStringLiteral("kos")), -1); // K (0x4B) before k (0x6B)
-    QCOMPARE(czechOrder(QStringLiteral("kos"), QStringLiteral("Kos")), 1);
-    QCOMPARE(czechOrder(QStringLiteral("kos"), QStringLiteral("kos")), 0);
     const QByteArray kos = QByteArrayLiteral("Kos"), lower = QByteArrayLiteral("kos"),
                      cech = QStringLiteral("Čech").toUtf8();
     QCOMPARE(czechOrderUtf8(kos.constData(), int(kos.size()), lower.constData(), int(lower.size())), -1);
@@ -240,34 +224,17 @@ void TestReportCore::czechOrderOfReportsSearchAndPickers()
         QVERIFY2(czechOrder(a, b) == expected, qPrintable(QStringLiteral("'%1' '%2'").arg(a, b)));
     }
 
-    // Every report, the search and the book pickers order through the engine's collation.
+    // The reports and the book pickers order through the engine's collation.
     TestLibrary lib;
-    const qint32 category = lib.addCategory(QStringLiteral("Poezie"));
     for (const QString &code : typedOrder)
-        lib.addBook(book(code, 10, category));
+        lib.addBook(book(code));
     QCOMPARE(codes(runReport(fixedReport(ReportKind::PresentAndLent).sql)), czech);
-    QCOMPARE(codes(runReport(fixedReport(ReportKind::Present).sql)), czech);
-    QCOMPARE(codes(runReport(categoryReport(category, QString()).sql)), czech);
-    SearchCriteria criteria;
-    criteria.title = QStringLiteral("babi");
-    criteria.exactTitle = false;
-    SearchValues values;
-    QVERIFY(ValidateCriteria(criteria, values).passed());
-    QCOMPARE(codes(runReport(BuildSearchSql(criteria, values))), czech);
     QStringList picked; // the book picker: descending, each row put at the top
     CSetKnihy set;
     for (set.open(QString::fromLatin1(Stmt::PickLendable)); !set.isEOF(); set.moveNext())
         picked.prepend(set.m_KOD);
     set.close();
     QCOMPARE(picked, czech);
-
-    // The client picker, by surname.
-    for (int i = 0; i < typedOrder.size(); ++i)
-        lib.addClient(QStringLiteral("K%1").arg(i), QStringLiteral("Jan"), typedOrder.at(i));
-    QStringList surnames;
-    for (const Registers::ClientRecord &c : Registers::clientsBySurname())
-        surnames << c.data.surname;
-    QCOMPARE(surnames, czech);
 }
 
 void TestReportCore::missingCategoryStopsTheReport()
@@ -296,8 +263,6 @@ void TestReportCore::summaryAddsSinglePricesInDouble()
     QCOMPARE(r.message, 0);
     QCOMPARE(r.summary, QStringLiteral("Nalezeno 3 knih v celkové hodnotě 30.35 Kč"));
     QCOMPARE(r.total, double(10.10f) + double(20.20f) + double(0.05f));
-    // The wording does not change with the count.
-    QCOMPARE(reportSummary(1, 12.5), QStringLiteral("Nalezeno 1 knih v celkové hodnotě 12.50 Kč"));
 }
 
 void TestReportCore::clientLookup()
@@ -310,9 +275,6 @@ void TestReportCore::clientLookup()
     QCOMPARE(c.code, QStringLiteral("K017"));
     QCOMPARE(c.prijmeni, QStringLiteral("Novák"));
     QCOMPARE(c.jmeno, QStringLiteral("Jan"));
-    QCOMPARE(findReportClient(QStringLiteral("K%"), &c), 119);
-    QCOMPARE(findReportClient(QStringLiteral("O'Brien"), &c), 119);
-    QCOMPARE(findReportClient(QStringLiteral("K018"), &c), 15);
 
     lib.addCategory(QStringLiteral("Viditelná"));
     lib.addCategory(QStringLiteral("Skrytá"), false);
@@ -402,38 +364,25 @@ void TestReportCore::htmlPage()
     QCOMPARE(fileBytes(path), expected);
 }
 
-void TestReportCore::htmlOpenFailure()
-{
-    // A folder that is gone is the output files' test's; here the writer used wrongly.
-    QTemporaryDir dir;
-    HtmlTableWriter writer;
-    QVERIFY(!writer.writeText(QStringLiteral("x"))); // nothing open
-    QVERIFY(!writer.open(dir.path()));               // a folder is no file
-}
-
 void TestReportCore::loanProtocol()
 {
     TestLibrary lib;
     const qint32 client =
         lib.addClient(QStringLiteral("K017"), QStringLiteral("Jan"), QStringLiteral("Novák"));
-    TestLibrary::BookSpec c(QStringLiteral("C3"));
-    c.title = QStringLiteral("Kytice");
-    c.author = QStringLiteral("K. J. Erben");
-    const qint32 first = lib.addBook(c);
+    const qint32 first = lib.addBook(TestLibrary::BookSpec(QStringLiteral("C3"))
+                                         .withTitle(QStringLiteral("Kytice"), QStringLiteral("K. J. Erben")));
     const qint32 second = lib.addBook(QStringLiteral("A1"));
     const qint32 third = lib.addBook(QStringLiteral("B2"));
     const qint32 loan = lib.lend({third, first, second}, client, 20050307, 20050407);
 
     LoanProtocol p;
     QCOMPARE(prepareLoanProtocol(loan, &p), 0);
-    QCOMPARE(p.number, loan);
     QCOMPARE(p.client, QStringLiteral("K017  (Novák Jan)"));
     QCOMPARE(p.date, 20050307);
     QCOMPARE(p.rows.size(), 3);
     // Ascending book identifier, not the order of lending or of the codes.
     QCOMPARE(p.rows.at(0).code, QStringLiteral("C3"));
     QCOMPARE(p.rows.at(0).title, QStringLiteral("Kytice"));
-    QCOMPARE(p.rows.at(0).author, QStringLiteral("K. J. Erben"));
     QCOMPARE(p.rows.at(0).due, 20050407);
     QCOMPARE(p.rows.at(1).code, QStringLiteral("A1"));
     QCOMPARE(p.rows.at(2).code, QStringLiteral("B2"));
@@ -466,7 +415,6 @@ void TestReportCore::returnProtocol()
 
     ReturnProtocol p;
     QCOMPARE(prepareReturnProtocol(ret, &p), 0);
-    QCOMPARE(p.number, ret);
     QCOMPARE(p.date, 20050302);
     QCOMPARE(p.rows.size(), 4);
     QCOMPARE(p.rows.at(0).bookCode, QStringLiteral("001"));
@@ -476,21 +424,13 @@ void TestReportCore::returnProtocol()
     // 2 March against 28 February: the plain difference of the date numbers.
     QCOMPARE(p.rows.at(0).lateness, 74);
     QCOMPARE(p.rows.at(1).clientCode, QStringLiteral("K2"));
-    QCOMPARE(p.rows.at(1).clientName, QStringLiteral("Malá Eva"));
     QCOMPARE(p.rows.at(1).lateness, 75);
     QCOMPARE(p.rows.at(2).lateness, -1); // no limit
     QCOMPARE(p.rows.at(3).lateness, -1); // returned on its last day
     QCOMPARE(protocolLatenessText(74), QStringLiteral("74"));
     QVERIFY(protocolLatenessText(-1).isEmpty());
 
-    // Within one month the figure is the count of days.
-    const qint32 b5 = lib.addBook(QStringLiteral("005"));
-    lib.lend({b5}, jan, 20050301, 20050310);
-    const qint32 late3 = lib.giveBack({b5}, 20050313);
-    QCOMPARE(prepareReturnProtocol(late3, &p), 0);
-    QCOMPARE(p.rows.at(0).lateness, 3);
-
-    QCOMPARE(prepareReturnProtocol(late3 + 5, &p), 116);
+    QCOMPARE(prepareReturnProtocol(ret + 5, &p), 116);
     runSql(QStringLiteral("DELETE FROM LIDE WHERE ID_LIDE_LIDE = ?"), {eva});
     QCOMPARE(prepareReturnProtocol(ret, &p), 108);
 }
@@ -581,7 +521,6 @@ void TestReportCore::commandLine()
     QVERIFY(fileBytes(out).contains("<TD ALIGN=\"LEFT\">  003  </TD>"));
     QCOMPARE(cli("report|overdue|--date|2.2.2026", out), 0);
     QVERIFY(fileBytes(out).contains("ke dni:  2. 2.2026</U>"));
-    QVERIFY(fileBytes(out).contains("Nalezeno 1 knih"));
     QVERIFY(fileBytes(out).contains("<TD ALIGN=\"LEFT\">  003  </TD>"));
 
     // A category is named as the program compares names: letter case aside, for every letter.
@@ -589,21 +528,10 @@ void TestReportCore::commandLine()
     lib.addCategory(QStringLiteral("Beletrie"));
     lib.addCategory(QStringLiteral("Naučná"));
     Database::close();
-    const struct
-    {
-        const char *args;
-        const char *title;
-    } categories[] = {
-        {"report|category|--category|beletrie", "Knihy v kategorii: Beletrie"},
-        {"report|category|--category|BELETRIE ", "Knihy v kategorii: Beletrie"},
-        {"report|category|--category|naučná", "Knihy v kategorii: Naučná"},
-        {"report|category|--category|NAUČNÁ", "Knihy v kategorii: Naučná"},
-        {"report|category|--category|pOEZIE", "Knihy v kategorii: Poezie"},
-    };
-    for (const auto &c : categories) {
-        QVERIFY2(cli(c.args, out) == 0, c.args);
-        QVERIFY2(QString::fromUtf8(fileBytes(out)).contains(QString::fromUtf8(c.title)), c.args);
-    }
+    QCOMPARE(cli("report|category|--category|BELETRIE ", out), 0);
+    QVERIFY(QString::fromUtf8(fileBytes(out)).contains(QStringLiteral("Knihy v kategorii: Beletrie")));
+    QCOMPARE(cli("report|category|--category|NAUČNÁ", out), 0);
+    QVERIFY(QString::fromUtf8(fileBytes(out)).contains(QStringLiteral("Knihy v kategorii: Naučná")));
     QVERIFY(cli("report|category|--category|naucna", out) != 0); // accents are letters of their own
     QVERIFY(err.contains(QStringLiteral("no shown category")));
 
@@ -618,12 +546,9 @@ void TestReportCore::commandLine()
         {"report|10", out, "unknown report kind"},
         {"report|7", QString(), "--html"},
         {"report|1", out, "--client"},
-        {"report|1|--client|K%", out, "119"},
         {"report|4|--date|31.2.2026", out, "95"},
         {"report|7", QDir(dataDir).filePath(QStringLiteral("no/such/x.html")), "120"},
         {"protocol|lend|1", out, ""},
-        {"protocol|loan|77", out, "107"},
-        {"protocol|return|1", out, "116"},
     };
     for (const auto &r : refused) {
         QVERIFY2(cli(r.args, r.target) != 0, r.args);

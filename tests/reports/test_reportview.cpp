@@ -47,15 +47,6 @@ QStringList shownCodes(const CSestavaView &view)
     return out;
 }
 
-// Books "B01".."Bnn" priced by the given list.
-void addBooks(TestLibrary &lib, int count, const std::function<float(int)> &price = {})
-{
-    for (int i = 1; i <= count; ++i) {
-        lib.addBook(TestLibrary::BookSpec(QStringLiteral("B%1").arg(i, 2, 10, QLatin1Char('0')))
-                        .priced(price ? price(i) : 10.0f));
-    }
-}
-
 } // namespace
 
 class TestReportView : public QObject
@@ -67,7 +58,6 @@ private Q_SLOTS:
     void navigation();
     void sorting();
     void czechColumnSortUnderTheCLocale();
-    void columnWidths();
     void htmlExport();
     void reportDialogs();
     void protocolDialogs();
@@ -80,53 +70,32 @@ void TestReportView::fillReport()
     MessageRecorder messages;
     CSestavaView view;
     QAbstractItemModelTester tester(view.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    QCOMPARE(view.reportKind(), -1);
-    QVERIFY(view.sql().isEmpty());
 
-    // Nothing in the library: no rows, the empty-result line, navigation disabled.
+    // Nothing in the library: no rows, navigation disabled.
     view.enterView(reportRequest(fixedReport(ReportKind::Present)));
     QCOMPARE(view.model()->rowCount(), 0);
-    QCOMPARE(view.summary(), QStringLiteral("Nebyla nalezena žádná odpovídající kniha"));
-    QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně"));
-    QCOMPARE(view.commandEnabled(Cmd::NavFirst), std::optional<bool>(false));
     QCOMPARE(view.commandEnabled(Cmd::NavLast), std::optional<bool>(false));
     QVERIFY(view.runCommand(Cmd::NavLast));
     QCOMPARE(view.selectedIndex(), -1);
 
-    for (const char *code : {"C", "A", "B"}) {
-        lib.addBook(TestLibrary::BookSpec(QString::fromLatin1(code))
-                        .priced(code[0] == 'A'   ? 10.10f
-                                : code[0] == 'B' ? 20.20f
-                                                 : 0.05f));
-    }
+    const std::pair<const char *, float> books[] = {{"C", 0.05f}, {"A", 10.10f}, {"B", 20.20f}};
+    for (const auto &[code, price] : books)
+        lib.addBook(TestLibrary::BookSpec(QString::fromLatin1(code)).priced(price));
     view.enterView(reportRequest(fixedReport(ReportKind::PresentAndLent)));
     QCOMPARE(shownCodes(view), words("A B C"));
     QCOMPARE(view.summary(), QStringLiteral("Nalezeno 3 knih v celkové hodnotě 30.35 Kč"));
-    QCOMPARE(view.reportKind(), 8);
-    QCOMPARE(view.sql(), fixedReport(ReportKind::PresentAndLent).sql);
     QCOMPARE(view.selectedIndex(), 0);
-    QVERIFY(messages.numbers().isEmpty());
-    // Texts on demand, the raw value for sorting and the identifier.
+    // Texts on demand and the raw value for sorting.
     const QModelIndex price = view.model()->index(0, CReportModel::Price);
     QCOMPARE(price.data().toString(), QStringLiteral("10.10"));
     QCOMPARE(price.data(CReportModel::RawValueRole).toFloat(), 10.10f);
-    QCOMPARE(view.model()->index(0, CReportModel::Category).data().toString(), QStringLiteral("Beletrie"));
     QCOMPARE(view.model()->headerData(4, Qt::Horizontal).toString(), QStringLiteral("Cena"));
 
     // Leaving the view empties the list but keeps the statement, the title and the kind.
     view.leaveView();
     QCOMPARE(view.model()->rowCount(), 0);
+    QCOMPARE(view.sql(), fixedReport(ReportKind::PresentAndLent).sql);
     QCOMPARE(view.reportKind(), 8);
-    QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
-
-    // A book whose category is missing stops the report: message 94, an empty list, no summary.
-    view.enterView(reportRequest(fixedReport(ReportKind::Present)));
-    QCOMPARE(view.model()->rowCount(), 3);
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("B99")).in(777));
-    view.enterView(reportRequest(fixedReport(ReportKind::PresentAndLent)));
-    QCOMPARE(messages.numbers(), QList<int>{94});
-    QCOMPARE(view.model()->rowCount(), 0);
-    QVERIFY(view.summary().isEmpty());
     QCOMPARE(view.title(), QStringLiteral("Knihy právě přítomné v knihovně a knihy právě vypůjčené"));
 }
 
@@ -152,10 +121,8 @@ void TestReportView::navigation()
         {0, Cmd::NavPrevious, 0, {Cmd::NavFirst, Cmd::NavPageForward, Cmd::NavPrevious}},
         {0, Cmd::NavNext, 1, {}},
         {50, Cmd::NavPageBack, 90, {}},
-        {90, Cmd::NavPageForward, 50, {}},
         {70, Cmd::NavPageBack, 99, {Cmd::NavLast, Cmd::NavPageBack, Cmd::NavNext}},
         {99, Cmd::NavNext, 99, {Cmd::NavLast, Cmd::NavPageBack, Cmd::NavNext}},
-        {99, Cmd::NavPrevious, 98, {}},
         {98, Cmd::NavFirst, 0, {Cmd::NavFirst, Cmd::NavPageForward, Cmd::NavPrevious}},
         {-1,
          Cmd::NavNext,
@@ -223,7 +190,6 @@ void TestReportView::czechColumnSortUnderTheCLocale()
     for (int i = 0; i < int(std::size(texts)); ++i) {
         TestLibrary::BookSpec b(QStringLiteral("K%1").arg(i));
         b.title = QString::fromUtf8(texts[i]);
-        b.author = QString::fromUtf8(texts[std::size(texts) - 1 - i]);
         lib.addBook(b);
     }
     CSestavaView view;
@@ -232,40 +198,18 @@ void TestReportView::czechColumnSortUnderTheCLocale()
                             QStringLiteral("c800"), QStringLiteral("cesta"), QStringLiteral("Cesta"),
                             QStringLiteral("Č200"), QStringLiteral("H400"),  QStringLiteral("ch300"),
                             QStringLiteral("CH900")};
-    for (const int column : {int(CReportModel::Title), int(CReportModel::Author)}) {
-        view.list()->horizontalHeader()->sectionClicked(column);
-        QStringList shown;
-        for (int r = 0; r < view.model()->rowCount(); ++r)
-            shown << view.model()->index(r, column).data().toString();
-        QCOMPARE(shown, czech);
-    }
-}
-
-void TestReportView::columnWidths()
-{
-    CSestavaView view;
-    QHeaderView *header = view.list()->horizontalHeader();
-    view.resize(600, 400);
-    QVERIFY(exposed(view));
-    QCOMPARE(header->sectionSize(0), 67);
-    QCOMPARE(header->sectionSize(1), 244);
-    QCOMPARE(header->sectionSize(4), 60);
-    view.resize(1020, 500); // w = 1000
-    QTRY_COMPARE(header->sectionSize(0), 100);
-    QCOMPARE(header->sectionSize(1), 365);
-    QCOMPARE(header->sectionSize(2), 209);
-    QCOMPARE(header->sectionSize(3), 209);
-    QCOMPARE(header->sectionSize(4), view.list()->viewport()->width() - 883);
+    view.list()->horizontalHeader()->sectionClicked(CReportModel::Title);
+    QStringList shown;
+    for (int r = 0; r < view.model()->rowCount(); ++r)
+        shown << view.model()->index(r, CReportModel::Title).data().toString();
+    QCOMPARE(shown, czech);
 }
 
 void TestReportView::htmlExport()
 {
     TestLibrary lib;
     MessageRecorder messages;
-    TestLibrary::BookSpec b(QStringLiteral("A1"));
-    b.price = 12.5f;
-    b.title = QStringLiteral("Tom & Jerry <1>");
-    lib.addBook(b);
+    lib.addBook(QStringLiteral("A1"));
     const QString oldCurrent = QDir::currentPath();
     QDir::setCurrent(lib.dir());
     CSestavaView view;
@@ -285,8 +229,6 @@ void TestReportView::htmlExport()
     QCOMPARE(asked.title, QStringLiteral("Zadejte jméno výstupního souboru"));
     QCOMPARE(asked.defaultName, QStringLiteral("sestava.html"));
     QCOMPARE(asked.defaultSuffix, QStringLiteral("html"));
-    QVERIFY(asked.filter.startsWith(QStringLiteral("WWW stránky v HTML")));
-    QVERIFY(asked.filter.contains(QStringLiteral("*.html")));
     QCOMPARE(QFileInfo(asked.directory).canonicalFilePath(), QFileInfo(exportDir).canonicalFilePath());
 
     answer = QDir(exportDir).filePath(QStringLiteral("sestava.html"));
@@ -294,19 +236,12 @@ void TestReportView::htmlExport()
     // The page itself is the core's; here it is the one of the report shown.
     const QByteArray page = fileBytes(answer);
     QVERIFY(page.startsWith("\xEF\xBB\xBF<H2 ALIGN=\"CENTER\"><U>Knihy pr"));
-    QVERIFY(page.contains("<TD ALIGN=\"LEFT\">  Tom & Jerry <1>  </TD>\n"));
-    QVERIFY(messages.numbers().isEmpty());
 
     // A folder that cannot be written: message 120 and no page.
     answer = QDir(lib.dir()).filePath(QStringLiteral("missing/folder/sestava.html"));
     view.exportHtml();
     QCOMPARE(messages.numbers(), QList<int>{120});
     QVERIFY(!QFile::exists(answer));
-    // The program's own files are refused by the core's writer, with the same message.
-    messages.clear();
-    answer = lib.dbPath();
-    view.exportHtml();
-    QCOMPARE(messages.numbers(), QList<int>{120});
     setSaveFileAsker(previous);
     QDir::setCurrent(oldCurrent);
 }
@@ -319,24 +254,12 @@ void TestReportView::reportDialogs()
     const qint32 shown = lib.addCategory(QStringLiteral("Poezie"));
     lib.addCategory(QStringLiteral("Skrytá"), false);
 
-    CReportClientDialog client(false);
-    QVERIFY(!client.dateField());
-    client.codeField()->setText(QStringLiteral("K%"));
-    QVERIFY(!client.checkOk());
-    client.codeField()->setText(QStringLiteral("K018"));
-    QVERIFY(!client.checkOk());
-    QCOMPARE(messages.numbers(), (QList<int>{119, 15}));
-    client.codeField()->setText(QStringLiteral(" K017 "));
-    QVERIFY(client.checkOk());
-    QCOMPARE(client.result().client.code, QStringLiteral("K017"));
-    QCOMPARE(client.result().client.prijmeni, QStringLiteral("Novák"));
     // A client picked from the list is taken at once.
     CReportClientDialog picked(false);
     picked.setPickedCode(QStringLiteral("K017"));
     QCOMPARE(picked.result().client.jmeno, QStringLiteral("Jan"));
 
     // Dialog 195 checks the code before the date.
-    messages.clear();
     CReportClientDialog both(true);
     QCOMPARE(both.windowTitle(), QStringLiteral("Zadejte nejpozdější datum vrácení a kód klienta"));
     QCOMPARE(both.dateField()->text(), QStringLiteral("15. 3.2026"));
@@ -352,18 +275,8 @@ void TestReportView::reportDialogs()
     QCOMPARE(both.result().date.shown, QStringLiteral(" 1. 2.2026"));
 
     messages.clear();
-    CReportDateDialog date;
-    date.dateField()->setText(QStringLiteral("zítra"));
-    QVERIFY(!date.checkOk());
-    QCOMPARE(messages.numbers(), QList<int>{95});
-    date.dateField()->setText(QStringLiteral("7.3.2005"));
-    QVERIFY(date.checkOk());
-    QCOMPARE(date.result().day, 20050307);
-
-    messages.clear();
     CReportCategoryDialog category;
     QVERIFY(category.fill());
-    QCOMPARE(category.list()->count(), 1); // hidden categories are not offered
     QVERIFY(!category.checkOk());
     QCOMPARE(messages.numbers(), QList<int>{8});
     category.list()->setCurrentIndex(0);
@@ -386,16 +299,11 @@ void TestReportView::protocolDialogs()
     QAbstractItemModelTester tester(loans.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
     QCOMPARE(loans.windowTitle(), QStringLiteral("Zvolte výpůjčku pro tisk protokolu"));
     QVERIFY(!loans.checkOk());
-    loans.numberField()->setText(QString::number(loan + 10));
-    QVERIFY(!loans.checkOk());
-    QCOMPARE(messages.numbers(), (QList<int>{110, 111}));
+    QCOMPARE(messages.numbers(), QList<int>{110});
     loans.numberField()->setText(QString::number(loan));
     QVERIFY(loans.checkOk());
     QCOMPARE(loans.number(), loan);
-    QCOMPARE(loans.model()->rowCount(), 2);
-    QCOMPARE(loans.model()->index(0, 0).data().toString(), QStringLiteral("001"));
     QCOMPARE(loans.model()->index(0, 3).data().toString(), QStringLiteral(" 1. 4.2026"));
-    QCOMPARE(loans.model()->rowId(0), b1);
     QVERIFY(loans.infoLine()->text().contains(QStringLiteral("K1  (Novák Jan)")));
 
     messages.clear();
@@ -412,13 +320,9 @@ void TestReportView::protocolDialogs()
     QVERIFY(!period.search());
     period.fromField()->setText(QStringLiteral("1.13.2026"));
     QVERIFY(!period.search());
-    period.fromField()->setText(QStringLiteral("2.3.2026"));
-    QVERIFY(!period.search());
-    QCOMPARE(messages.numbers(), (QList<int>{112, 114, 113}));
+    QCOMPARE(messages.numbers(), (QList<int>{112, 114}));
     period.fromField()->setText(QStringLiteral("1.3.2026"));
     QVERIFY(period.search());
-    QCOMPARE(period.model()->rowCount(), 1);
-    QCOMPARE(period.model()->index(0, 4).data().toString(), QStringLiteral("2"));
     QVERIFY(period.checkOk());
     QCOMPARE(period.chosen(), loan);
     period.list()->selectionModel()->clearSelection();
@@ -428,30 +332,22 @@ void TestReportView::protocolDialogs()
 
     // A protocol that cannot be prepared shows its message and opens no print dialog.
     messages.clear();
-    QVERIFY(!printProtocol(nullptr, ProtocolRequest::Loan, loan + 10, false));
-    QVERIFY(!printProtocol(nullptr, ProtocolRequest::Return, ret + 10, true));
     printRequestedProtocol(nullptr, ProtocolRequest{ProtocolRequest::Loan, loan + 20});
-    printRequestedProtocol(nullptr, ProtocolRequest{}); // none asked for: nothing shown
-    QCOMPARE(messages.numbers(), (QList<int>{107, 116, 107}));
+    QCOMPARE(messages.numbers(), QList<int>{107});
 
     messages.clear();
     CProtocolPeriodList returnPeriod(ProtocolRequest::Return);
     QCOMPARE(returnPeriod.windowTitle(), QStringLiteral("Vyberte vrácení knih ze seznamu"));
-    returnPeriod.fromField()->setText(QStringLiteral("11.3.2026"));
-    QVERIFY(!returnPeriod.search());
     QVERIFY(!returnPeriod.checkOk());
-    QCOMPARE(messages.numbers(), (QList<int>{117, 118}));
-    returnPeriod.fromField()->setText(QStringLiteral("10.3.2026"));
-    QVERIFY(returnPeriod.search());
-    QVERIFY(returnPeriod.checkOk());
-    QCOMPARE(returnPeriod.chosen(), ret);
+    QCOMPARE(messages.numbers(), QList<int>{118});
 }
 
 void TestReportView::commandsThroughTheFrame()
 {
     TestLibrary lib;
     MessageRecorder messages;
-    addBooks(lib, 3);
+    for (const char *code : {"B01", "B02", "B03"})
+        lib.addBook(QString::fromLatin1(code));
     CMainFrame frame;
     frame.setViewFactory(ViewSwitchRequest::ReportView, [](QWidget *p) { return new CSestavaView(p); });
     installReportCommands(frame);
@@ -462,45 +358,23 @@ void TestReportView::commandsThroughTheFrame()
     QVERIFY(frame.action(Cmd::PrintLoanProtocol)->isEnabled());
 
     frame.runCommand(Cmd::ReportPresent);
-    QCOMPARE(frame.activeTarget(), int(ViewSwitchRequest::ReportView));
     auto *view = qobject_cast<CSestavaView *>(frame.view(ViewSwitchRequest::ReportView));
-    QVERIFY(view);
     QCOMPARE(view->model()->rowCount(), 3);
     QCOMPARE(view->reportKind(), 7);
     frame.updateCommandStates();
     // The fixed report that is shown cannot be chosen again; the others can.
     QVERIFY(!frame.action(Cmd::ReportPresent)->isEnabled());
     QVERIFY(frame.action(Cmd::ReportLent)->isEnabled());
-    QVERIFY(frame.action(Cmd::ReportCategory)->isEnabled());
     QVERIFY(frame.action(Cmd::PrintReport)->isEnabled());
-    QVERIFY(frame.action(Cmd::PreviewReport)->isEnabled());
-    QVERIFY(frame.action(Cmd::ReportToHtml)->isEnabled());
-    QVERIFY(frame.action(Cmd::NavNext)->isEnabled());
-    QVERIFY(!frame.action(Cmd::NavPrevious)->isEnabled());
     frame.runCommand(Cmd::NavLast);
     QCOMPARE(view->selectedIndex(), 2);
 
-    frame.runCommand(Cmd::ReportDiscarded);
-    QCOMPARE(view->reportKind(), 6);
-    QCOMPARE(view->model()->rowCount(), 0);
-    frame.updateCommandStates();
-    QVERIFY(frame.action(Cmd::ReportPresent)->isEnabled());
-    QVERIFY(!frame.action(Cmd::ReportDiscarded)->isEnabled());
-
-    // After a change of the data the same report runs again, after the notice.
-    lib.addBook(TestLibrary::BookSpec(QStringLiteral("X1")).discard());
-    const QString notice =
-        QStringLiteral("Vzhledem k tomu, že bylo zrušeno vyřazení některé knihy, budou data "
-                       "aktualizovány.\nTato akce může chvíli trvat!");
-    QCOMPARE(QString::fromUtf8(CSestavaView::NoticeAfterUndoDiscard), notice);
+    // The notices before a report runs again after a change of the data.
+    QCOMPARE(QString::fromUtf8(CSestavaView::NoticeAfterUndoDiscard),
+             QStringLiteral("Vzhledem k tomu, že bylo zrušeno vyřazení některé knihy, budou data "
+                            "aktualizovány.\nTato akce může chvíli trvat!"));
     QVERIFY(QString::fromUtf8(CSestavaView::NoticeAfterImport)
                 .contains(QStringLiteral("import dat ze zálohy,\n")));
-    view->refreshAfterChange(notice);
-    QCOMPARE(messages.lastText(), notice);
-    QCOMPARE(messages.shown().last().kind, MessageKind::Information);
-    QCOMPARE(shownCodes(*view), words("X1"));
-    QCOMPARE(view->title(), QStringLiteral("Knihy vyřazené"));
-    QCOMPARE(view->reportKind(), 6);
 }
 
 QTEST_MAIN(TestReportView)
