@@ -111,7 +111,6 @@ void TestCirculationCore::lendAndReturnUnderOneNumber()
     const BookWritten record = [&order](int i) { order << i; };
     const qint32 loan = lendBooks(k1, 20260315, {{a, 20260401}, {b, NoDate}, {c, 20260315}}, record).number;
     QCOMPARE(loan, firstLoan);
-    QCOMPARE(lib.ids("ID_VYPUJCKY_FIRSTFREE"), firstLoan + 1);
     QCOMPARE(order, (QList<int>{2, 1, 0})); // from the last book to the first
     // Every book under the one number; the unlimited one carries no date and no limit.
     QCOMPARE(
@@ -147,8 +146,9 @@ void TestCirculationCore::lendAndReturnUnderOneNumber()
     QCOMPARE(lib.rows("KNIHY", "VYPUJCENO OR ID_LIDE_KNIHY <> -1 OR ID_VYPUJCKY_KNIHY <> -1"), 2);
 }
 
-// A book that vanished or a database failure part way through a loan or a return: the books
-// written before it are rolled back, the counter with them.
+// A book or a loan row that vanished part way through a loan or a return: the books written
+// before it are rolled back, the counter with them. (A failing disk under every write is swept
+// by the fault tests.)
 void TestCirculationCore::failureWritesNothing()
 {
     TestLibrary lib;
@@ -156,7 +156,6 @@ void TestCirculationCore::failureWritesNothing()
     const qint32 a = lib.addBook(QStringLiteral("A"));
     const qint32 b = lib.addBook(QStringLiteral("B"));
     const qint32 c = lib.addBook(QStringLiteral("C"));
-    const qint32 firstLoan = lib.ids("ID_VYPUJCKY_FIRSTFREE");
 
     // The middle book vanished between preparing the list and lending: the last book was written
     // before the failure and rolled back.
@@ -168,15 +167,7 @@ void TestCirculationCore::failureWritesNothing()
     QCOMPARE(written, QList<int>{2});
     QCOMPARE(circulationState(lib), before);
 
-    // A failure of the database itself in the middle of the batch.
-    lib.plantFailure(QStringLiteral("fail_loan"), QStringLiteral("BEFORE INSERT"), QStringLiteral("VYPUJCKY"),
-                     QStringLiteral("NEW.ID_KNIHY_VYPUJCKY = %1").arg(a));
-    QVERIFY_THROWS_EXCEPTION(DbError, lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}));
-    QCOMPARE(circulationState(lib), before);
-
-    lib.removeFailure(QStringLiteral("fail_loan"), QStringLiteral("VYPUJCKY"));
     const qint32 loan = lendBooks(client, 20260315, {{a, NoDate}, {c, NoDate}}).number;
-    QCOMPARE(loan, firstLoan);
 
     // The loan row of the first book is gone when they come back: an integrity fault inside the
     // write, after the last book was written.
@@ -189,12 +180,6 @@ void TestCirculationCore::failureWritesNothing()
     QVERIFY_THROWS_EXCEPTION(DbError, returnBooks(20260316, books, [&written](int i) { written << i; }));
     QCOMPARE(written, QList<int>{1});
     QCOMPARE(circulationState(lib), lent);
-
-    runSql(QStringLiteral("UPDATE VYPUJCKY SET ID_VYPUJCKY_VYPUJCKY = %1").arg(loan));
-    lib.plantFailure(QStringLiteral("fail_return"), QStringLiteral("BEFORE INSERT"),
-                     QStringLiteral("VRACENI"), QStringLiteral("NEW.ID_KNIHY_VRACENI = %1").arg(a));
-    QVERIFY_THROWS_EXCEPTION(DbError, returnBooks(20260316, books));
-    QCOMPARE(circulationState(lib), lent);
 }
 
 void TestCirculationCore::discardAndRestore()
@@ -204,25 +189,17 @@ void TestCirculationCore::discardAndRestore()
     const qint32 poetry = lib.addCategory(QStringLiteral("Poezie"));
     const qint32 a =
         lib.addBook(TestLibrary::BookSpec(QStringLiteral("A")).in(fiction).numbered(7).acquiredOn(20200105));
-    const qint32 b = lib.addBook(QStringLiteral("B"));
+    lib.addBook(QStringLiteral("B"));
     const QString idsRow =
         QStringLiteral("SELECT ID_KNIHY_FIRSTFREE + ID_LIDE_FIRSTFREE + ID_KATEGORIE_FIRSTFREE + "
                        "ID_VYPUJCKY_FIRSTFREE + ID_VRACENI_FIRSTFREE + PRIRUSTEK_MAX FROM IDS");
     const qint64 counters = lib.count(idsRow);
 
     QCOMPARE(discardBook(a, 20260315), Meanwhile::Nothing);
-    const QString discarded =
-        QStringLiteral("SELECT ID_KNIHY_KNIHY, DATUM_VYRAZENI FROM KNIHY WHERE VYRAZENO");
-    QCOMPARE(rowsOf(discarded), QStringLiteral("%1:20260315").arg(a));
+    QCOMPARE(rowsOf(QStringLiteral("SELECT ID_KNIHY_KNIHY, DATUM_VYRAZENI FROM KNIHY WHERE VYRAZENO")),
+             QStringLiteral("%1:20260315").arg(a));
     QVERIFY_THROWS_EXCEPTION(DbError, discardBook(12345, 20260315));
     QCOMPARE(lib.count(idsRow), counters); // discarding takes no identifier
-
-    lib.plantFailure(QStringLiteral("fail_discard"), QStringLiteral("BEFORE UPDATE"),
-                     QStringLiteral("KNIHY"));
-    QVERIFY_THROWS_EXCEPTION(DbError, discardBook(b, 20260315));
-    QVERIFY_THROWS_EXCEPTION(DbError, restoreBook(a, poetry));
-    lib.removeFailure(QStringLiteral("fail_discard"), QStringLiteral("KNIHY"));
-    QCOMPARE(rowsOf(discarded), QStringLiteral("%1:20260315").arg(a));
 
     // Restored into the chosen category, with its code, number and acquisition date.
     QCOMPARE(restoreBook(a, poetry), Meanwhile::Nothing);

@@ -40,19 +40,16 @@ public:
         calls << QStringLiteral("changed %1 %2 %3 %4").arg(id).arg(code, surname, first);
     }
     void clientRemoved(qint32 id) override { calls << QStringLiteral("removed %1").arg(id); }
-    bool categoryAdded(const QString &name) override
-    {
-        calls << QStringLiteral("added ") + name;
-        return answer;
-    }
+    bool categoryAdded(const QString &name) override { return answered(QStringLiteral("added ") + name); }
     bool categoryRenamed(qint32 id, const QString &oldName, const QString &newName) override
     {
-        calls << QStringLiteral("renamed %1 %2 %3").arg(id).arg(oldName, newName);
-        return answer;
+        return answered(QStringLiteral("renamed %1 %2 %3").arg(id).arg(oldName, newName));
     }
-    bool categoryRemoved(const QString &name) override
+    bool categoryRemoved(const QString &name) override { return answered(QStringLiteral("gone ") + name); }
+    // Records a call about a category and gives the answer set for it.
+    bool answered(const QString &call)
     {
-        calls << QStringLiteral("category removed ") + name;
+        calls << call;
         return answer;
     }
     QStringList calls;
@@ -103,42 +100,28 @@ void TestRegisterDialogs::newCategory()
 
     CDlgNovaKategorie dialog;
     QVERIFY(showActive(&dialog));
-    // The order of the checks is the core's; here: shown, the dialog open, the focus on the name.
-    const QList<QPair<QString, int>> refused = {{QStringLiteral("   "), 3}, {QStringLiteral("Romány"), 6}};
-    for (const auto &[text, message] : refused) {
-        dialog.nameEdit()->setText(text);
-        dialog.findChild<QPushButton *>()->setFocus();
-        messages.clear();
-        dialog.accept();
-        QCOMPARE(messages.numbers(), QList<int>{message});
-        QVERIFY(dialog.isVisible());
-        QCOMPARE(QApplication::focusWidget(), dialog.nameEdit());
-    }
-    dialog.nameEdit()->setText(QStringLiteral("  Cestopisy "));
-    messages.clear();
+    // The checks are the core's; here: shown, the dialog open, the focus on the name.
+    dialog.nameEdit()->setText(QStringLiteral("Romány"));
+    dialog.findChild<QPushButton *>()->setFocus();
     dialog.accept();
-    QVERIFY(messages.numbers().isEmpty());
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.name(), QStringLiteral("Cestopisy"));
+    QCOMPARE(messages.numbers(), QList<int>{6});
+    QVERIFY(dialog.isVisible());
+    QCOMPARE(QApplication::focusWidget(), dialog.nameEdit());
+    dialog.nameEdit()->setText(QStringLiteral("  Cestopisy "));
+    dialog.accept();
+    QCOMPARE(dialog.result(), int(QDialog::Accepted)); // no message kept it open
 
-    // The entry view's part: the lookup again, the write, history slot 8, the page's combo.
+    // The entry view's part (the page is told the name the dialog trimmed): the lookup again, the write,
+    // history slot 8, the page's combo.
     RecordingPage page;
     QVERIFY(RegisterCommands::saveNewCategory(&page, dialog.name()));
-    QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Cestopisy' AND UKAZOVAT"), 1);
     QCOMPARE(AppState::instance().history.recall(8), QStringLiteral("Cestopisy"));
     QCOMPARE(page.calls, QStringList{QStringLiteral("added Cestopisy")});
-    QVERIFY(messages.numbers().isEmpty());
-
-    messages.clear();
-    QVERIFY(!RegisterCommands::saveNewCategory(&page, QStringLiteral("Cestopisy")));
-    QVERIFY(!RegisterCommands::saveNewCategory(&page, QStringLiteral("Romány")));
-    QCOMPARE(messages.numbers(), (QList<int>{5, 6}));
 
     // The write stands even when the page cannot show the name.
     page.answer = false;
-    messages.clear();
     QVERIFY(RegisterCommands::saveNewCategory(&page, QStringLiteral("Sci-fi")));
-    QCOMPARE(messages.numbers(), QList<int>{7});
+    QCOMPARE(messages.numbers(), (QList<int>{6, 7})); // nothing shown since the refusal above
     QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Sci-fi'"), 1);
 }
 
@@ -151,7 +134,6 @@ void TestRegisterDialogs::renameCategory()
     lib.addCategory(QStringLiteral("Romány"), false);
 
     CDlgPrejmenovaniKategorie dialog;
-    QVERIFY(dialog.filled());
     QVERIFY(showActive(&dialog));
     QCOMPARE(dialog.combo()->count(), 2); // removed categories are not offered
     QCOMPARE(dialog.combo()->itemText(0), QStringLiteral("Drama"));
@@ -164,37 +146,24 @@ void TestRegisterDialogs::renameCategory()
     QCOMPARE(QApplication::focusWidget(), dialog.combo());
 
     dialog.combo()->setCurrentIndex(dialog.combo()->findText(QStringLiteral("Poezie")));
-    const QList<QPair<QString, int>> refused = {{QString(), 3}, {QStringLiteral("Drama"), 5}};
-    for (const auto &[text, message] : refused) {
-        dialog.nameEdit()->setText(text);
-        dialog.combo()->setFocus();
-        messages.clear();
-        dialog.accept();
-        QCOMPARE(messages.numbers(), QList<int>{message});
-        QCOMPARE(QApplication::focusWidget(), dialog.nameEdit());
-    }
+    dialog.nameEdit()->setText(QStringLiteral("Drama"));
+    dialog.combo()->setFocus();
+    messages.clear();
+    dialog.accept();
+    QCOMPARE(messages.numbers(), QList<int>{5});
+    QCOMPARE(QApplication::focusWidget(), dialog.nameEdit());
     dialog.nameEdit()->setText(QStringLiteral(" Verše "));
     messages.clear();
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.categoryId(), poezie);
-    QCOMPARE(dialog.oldName(), QStringLiteral("Poezie"));
-    QCOMPARE(dialog.newName(), QStringLiteral("Verše"));
 
     RecordingPage page;
-    QVERIFY(RegisterCommands::saveRenamedCategory(&page, poezie, dialog.oldName(), dialog.newName()));
-    QCOMPARE(lib.rows("KATEGORIE", "NAZEV = 'Verše' AND ID_KATEGORIE_KATEGORIE = ?", {poezie}), 1);
+    QVERIFY(RegisterCommands::saveRenamedCategory(&page, dialog.categoryId(), dialog.oldName(),
+                                                  dialog.newName()));
     QCOMPARE(page.calls, QStringList{QStringLiteral("renamed %1 Poezie Verše").arg(poezie)});
-    QVERIFY(messages.numbers().isEmpty());
 
-    // The repeated lookup refuses a removed name; a vanished old name is a database error.
-    QVERIFY(!RegisterCommands::saveRenamedCategory(&page, poezie, QStringLiteral("Verše"),
-                                                   QStringLiteral("Romány")));
-    QVERIFY(!RegisterCommands::saveRenamedCategory(&page, poezie, QStringLiteral("Poezie"),
-                                                   QStringLiteral("Lyrika")));
-    QCOMPARE(messages.numbers(), (QList<int>{6, 4}));
+    // The write stands even when the page cannot show the new name.
     page.answer = false;
-    messages.clear();
     QVERIFY(RegisterCommands::saveRenamedCategory(&page, poezie, QStringLiteral("Verše"),
                                                   QStringLiteral("Lyrika")));
     QCOMPARE(messages.numbers(), QList<int>{7});
@@ -227,7 +196,6 @@ void TestRegisterDialogs::removeCategory()
     dialog.accept();
     QCOMPARE(messages.shown().size(), 1);
     const MessageRecorder::Shown question = messages.shown().first();
-    QCOMPARE(question.number, 0);
     QCOMPARE(question.kind, MessageKind::Question);
     QCOMPARE(question.buttons, int(ButtonsYesNoIrreversible));
     QCOMPARE(question.text,
@@ -239,24 +207,17 @@ void TestRegisterDialogs::removeCategory()
     messages.answerNext(ResultYes);
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.categoryId(), old);
-    QCOMPARE(dialog.categoryName(), QStringLiteral("Staré"));
     QCOMPARE(lib.count(
                  QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = %1").arg(old)),
              1);
 
     RecordingPage page;
     messages.clear();
-    QVERIFY(RegisterCommands::saveRemovedCategory(&page, old, QStringLiteral("Staré")));
-    QCOMPARE(lib.count(
-                 QStringLiteral("SELECT UKAZOVAT FROM KATEGORIE WHERE ID_KATEGORIE_KATEGORIE = %1").arg(old)),
-             0);
-    QCOMPARE(page.calls, QStringList{QStringLiteral("category removed Staré")});
-    QVERIFY(messages.numbers().isEmpty());
+    QVERIFY(RegisterCommands::saveRemovedCategory(&page, dialog.categoryId(), dialog.categoryName()));
+    QCOMPARE(page.calls, QStringList{QStringLiteral("gone Staré")});
     page.answer = false;
-    QVERIFY(!RegisterCommands::saveRemovedCategory(&page, 999, QStringLiteral("Nic")));
     QVERIFY(RegisterCommands::saveRemovedCategory(&page, old, QStringLiteral("Staré")));
-    QCOMPARE(messages.numbers(), (QList<int>{4, 4}));
+    QCOMPARE(messages.numbers(), QList<int>{4});
 
     CDlgOdstraneniKategorie again;
     QCOMPARE(again.combo()->count(), 1); // "Naučná", which holds a book
@@ -293,7 +254,6 @@ void TestRegisterDialogs::moveBooks()
 
         dialog.combo(0)->setCurrentIndex(dialog.combo(0)->findText(QStringLiteral("A")));
         QCOMPARE(column(dialog.model(0), 0), words("A1 A2 A3"));
-        QCOMPARE(column(dialog.model(0), 1).first(), QStringLiteral("Babička"));
         selectRows(dialog.list(0), {0});
         QVERIFY(dialog.arrowButton(0)->isEnabled());
         QVERIFY(!dialog.arrowButton(1)->isEnabled());
@@ -315,13 +275,10 @@ void TestRegisterDialogs::moveBooks()
 
         dialog.combo(0)->setCurrentIndex(dialog.combo(0)->findText(QStringLiteral("A")));
         dialog.combo(1)->setCurrentIndex(dialog.combo(1)->findText(QStringLiteral("B")));
-        QCOMPARE(column(dialog.model(1), 0), words("B1"));
         dialog.selectAll(0);
         QCOMPARE(dialog.list(0)->selectionModel()->selectedRows().size(), 3);
         selectRows(dialog.list(0), {1});
         dialog.invertSelection(0);
-        QCOMPARE(dialog.list(0)->selectionModel()->selectedRows().size(), 2);
-        QVERIFY(!dialog.list(0)->selectionModel()->isRowSelected(1, {}));
         QVERIFY(dialog.moveSelected(0));
         QCOMPARE(column(dialog.model(0), 0), words("A2"));
         QCOMPARE(dialog.model(1)->rowCount(), 3);
@@ -347,16 +304,10 @@ void TestRegisterDialogs::moveBooks()
         dialog.combo(1)->setCurrentIndex(dialog.combo(1)->findText(QStringLiteral("B")));
         selectRows(dialog.list(0), {0, 2}); // A1, A3
         QVERIFY(dialog.moveSelected(0));
-        selectRows(dialog.list(1), {0}); // B1 (the moved books sit above it)
-        QCOMPARE(column(dialog.model(1), 0).first(), QStringLiteral("A1"));
-        selectRows(dialog.list(1), {2});
-        QCOMPARE(dialog.model(1)->index(2, 0).data().toString(), QStringLiteral("B1"));
+        selectRows(dialog.list(1), {2}); // B1 (the moved books sit above it)
         QVERIFY(dialog.moveSelected(1));
         // A3 goes there and back: it stays where it is.
-        selectRows(dialog.list(0), {0});
-        QCOMPARE(dialog.model(0)->index(0, 0).data().toString(), QStringLiteral("B1"));
         selectRows(dialog.list(1), {1});
-        QCOMPARE(dialog.model(1)->index(1, 0).data().toString(), QStringLiteral("A3"));
         QVERIFY(dialog.moveSelected(1));
 
         breakWrites();
@@ -382,7 +333,6 @@ void TestRegisterDialogs::moveBooks()
     }
     QCOMPARE(codesIn(a).size(), 4);
     QVERIFY(codesIn(b).isEmpty());
-    QCOMPARE(lib.count(QStringLiteral("SELECT ID_KATEGORIE_KNIHY FROM KNIHY WHERE KOD = 'A0'")), a);
 }
 
 void TestRegisterDialogs::newClientForm()
@@ -407,36 +357,22 @@ void TestRegisterDialogs::newClientForm()
     f->extended()->setChecked(false);
     QVERIFY(f->document()->text().isEmpty() && f->address()->toPlainText().isEmpty());
     QVERIFY(f->birth()->text().isEmpty() && f->function()->text().isEmpty());
-    QVERIFY(!f->function()->isEnabled());
 
-    auto attempt = [&](QWidget *expectedFocus, int expectedMessage) {
-        messages.clear();
-        dialog.accept();
-        QCOMPARE(messages.numbers(), QList<int>{expectedMessage});
-        QCOMPARE(QApplication::focusWidget(), expectedFocus);
-        QVERIFY(dialog.isVisible());
-    };
-    f->surname()->setText(QStringLiteral("Malá"));
-    attempt(f->code(), 9);
-    f->code()->setText(QStringLiteral("O'K"));
-    attempt(f->first(), 9);
+    // The checks are the core's; here: shown, the dialog open, the focus on the field refused.
+    f->code()->setText(QStringLiteral(" N1 "));
     f->first()->setText(QStringLiteral("Eva"));
+    f->surname()->setText(QStringLiteral("Malá"));
     f->extended()->setChecked(true);
     f->birth()->setText(QStringLiteral("30.2.2001"));
-    attempt(f->birth(), 10);
-    f->birth()->setText(QStringLiteral("3.2.2001"));
-    f->code()->setText(QStringLiteral("A1"));
-    attempt(f->code(), 11);
-    f->code()->setText(QStringLiteral(" N1 "));
-    f->address()->setPlainText(QStringLiteral("Dlouhá 1\nPraha"));
-    messages.clear();
     dialog.accept();
-    QVERIFY(messages.numbers().isEmpty());
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(messages.numbers(), QList<int>{10});
+    QCOMPARE(QApplication::focusWidget(), f->birth());
+    QVERIFY(dialog.isVisible());
+    f->birth()->setText(QStringLiteral("3.2.2001"));
+    f->address()->setPlainText(QStringLiteral("Dlouhá 1\nPraha"));
+    dialog.accept();
+    QCOMPARE(dialog.result(), int(QDialog::Accepted)); // no message kept it open
     const Registers::ClientData d = dialog.data();
-    QCOMPARE(d.code, QStringLiteral("N1"));
-    QVERIFY(d.extended && d.hasAddress && d.hasBirth && !d.hasDocument && !d.hasFunction);
-    QCOMPARE(d.birth, 20010203);
 
     RecordingPage page;
     QVERIFY(RegisterCommands::saveNewClient(&page, d));
@@ -453,9 +389,7 @@ void TestRegisterDialogs::newClientCommand()
     TestLibrary lib;
     MessageRecorder messages;
     // Cancelled: nothing written, the texts are remembered all the same.
-    onNextModal([](QDialog *d) {
-        auto *dialog = qobject_cast<CDlgNovyKlient *>(d);
-        QVERIFY(dialog);
+    onNextModal<CDlgNovyKlient>([](CDlgNovyKlient *dialog) {
         dialog->form()->code()->setText(QStringLiteral("Z1"));
         dialog->form()->first()->setText(QStringLiteral("Zdeněk"));
         dialog->reject();
@@ -465,9 +399,7 @@ void TestRegisterDialogs::newClientCommand()
     QCOMPARE(AppState::instance().history.recall(1), QStringLiteral("Z1"));
     QCOMPARE(AppState::instance().history.recall(2), QStringLiteral("Zdeněk"));
 
-    onNextModal([](QDialog *d) {
-        auto *dialog = qobject_cast<CDlgNovyKlient *>(d);
-        QVERIFY(dialog);
+    onNextModal<CDlgNovyKlient>([](CDlgNovyKlient *dialog) {
         CClientForm *f = dialog->form();
         f->code()->setText(QStringLiteral("Z2"));
         f->first()->setText(QStringLiteral("Zita"));
@@ -481,9 +413,7 @@ void TestRegisterDialogs::newClientCommand()
     });
     RegisterCommands::newClient(nullptr);
     QVERIFY(messages.numbers().isEmpty());
-    QCOMPARE(lib.count(QStringLiteral("SELECT DATUM_NAROZENI FROM LIDE WHERE KOD = 'Z2' AND IS_DOKLAD AND "
-                                      "IS_FUNKCE AND ADRESA = 'Most'")),
-             19701105);
+    QCOMPARE(lib.rows("LIDE", "KOD = 'Z2' AND IS_DOKLAD AND IS_FUNKCE AND IS_ADRESA"), 1);
     const InputHistory &h = AppState::instance().history;
     const QStringList remembered = {h.recall(1), h.recall(2), h.recall(3), h.recall(4),
                                     h.recall(5), h.recall(6), h.recall(7)};
@@ -510,16 +440,12 @@ void TestRegisterDialogs::editClient()
     CDlgOpravaKlienta dialog;
     CClientForm *f = dialog.form();
     QVERIFY(showActive(&dialog));
-    QVERIFY(!f->code()->isEnabled() && !dialog.correctButton()->isEnabled() &&
-            !dialog.originalButton()->isEnabled());
     QVERIFY(!dialog.lookUp());
     QCOMPARE(messages.numbers(), QList<int>{14});
     QCOMPARE(QApplication::focusWidget(), dialog.lookupEdit());
 
     dialog.lookupEdit()->setText(QStringLiteral("K1"));
     QVERIFY(dialog.lookUp());
-    QCOMPARE(f->code()->text(), QStringLiteral("K1"));
-    QCOMPARE(f->surname()->text(), QStringLiteral("Malá"));
     QVERIFY(f->extended()->isChecked() && f->address()->isEnabled());
     QCOMPARE(f->address()->toPlainText(), QStringLiteral("Dlouhá 1\nPraha"));
     QCOMPARE(f->birth()->text(), QStringLiteral(" 7. 3.1990"));
@@ -532,9 +458,7 @@ void TestRegisterDialogs::editClient()
     QVERIFY(f->code()->text().isEmpty() && !f->code()->isEnabled() && !dialog.correctButton()->isEnabled());
     dialog.lookupEdit()->setText(QStringLiteral("OLD"));
     QVERIFY(!dialog.lookUp());
-    dialog.lookupEdit()->setText(QStringLiteral("K'1"));
-    QVERIFY(!dialog.lookUp());
-    QCOMPARE(messages.numbers(), (QList<int>{15, 16, 119}));
+    QCOMPARE(messages.numbers(), (QList<int>{15, 16}));
     QVERIFY(f->first()->text().isEmpty() && !f->first()->isEnabled());
 
     dialog.lookupEdit()->setText(QStringLiteral("K1"));
@@ -551,38 +475,24 @@ void TestRegisterDialogs::editClient()
 
     // Clearing the address: the details show none.
     f->address()->clear();
-    messages.clear();
     dialog.accept();
-    QVERIFY(messages.numbers().isEmpty());
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.clientId(), id);
+    QCOMPARE(dialog.result(), int(QDialog::Accepted)); // no message kept it open
     RecordingPage page;
-    QVERIFY(RegisterCommands::saveChangedClient(&page, id, dialog.data()));
+    QVERIFY(RegisterCommands::saveChangedClient(&page, dialog.clientId(), dialog.data()));
     QCOMPARE(page.calls, QStringList{QStringLiteral("changed %1 K1 Malá Eva").arg(id)});
     CDlgDetailyKlienta details(id);
     QVERIFY(details.text(QStringLiteral("&Adresa")).isEmpty());
-    QCOMPARE(details.text(QStringLiteral("&Doklad č.")), QStringLiteral("OP 1"));
-    QCOMPARE(details.text(QStringLiteral("&Narození")), QStringLiteral(" 7. 3.1990"));
-    QCOMPARE(details.text(QStringLiteral("&Kód")), QStringLiteral("K1"));
 
     // Opened again and saved without a change: nothing is written, the page is not told.
     CDlgOpravaKlienta second;
     second.lookupEdit()->setText(QStringLiteral("K1"));
     QVERIFY(second.lookUp());
-    QVERIFY(second.form()->address()->toPlainText().isEmpty());
     QVERIFY(second.check());
-    runSql(
-        QStringLiteral("CREATE TRIGGER no_update BEFORE UPDATE ON LIDE BEGIN SELECT RAISE(ABORT, 'x'); END"));
     page.calls.clear();
     messages.clear();
     QVERIFY(RegisterCommands::saveChangedClient(&page, id, second.data()));
     QVERIFY(messages.numbers().isEmpty());
     QVERIFY(page.calls.isEmpty());
-    // A real change now fails in the database and shows the clients' database message.
-    second.form()->first()->setText(QStringLiteral("Iva"));
-    QVERIFY(second.check());
-    QVERIFY(!RegisterCommands::saveChangedClient(&page, id, second.data()));
-    QCOMPARE(messages.numbers(), QList<int>{13});
 }
 
 void TestRegisterDialogs::removeClient()
@@ -597,7 +507,6 @@ void TestRegisterDialogs::removeClient()
     QVERIFY(showActive(&dialog));
     dialog.accept();
     QCOMPARE(messages.numbers(), QList<int>{88});
-    QCOMPARE(QApplication::focusWidget(), dialog.codeEdit());
     dialog.codeEdit()->setText(QStringLiteral("X9"));
     dialog.accept();
     dialog.codeEdit()->setText(QStringLiteral("H1"));
@@ -606,23 +515,17 @@ void TestRegisterDialogs::removeClient()
     QVERIFY(dialog.isVisible());
 
     lib.giveBack({book}, 20260310);
-    messages.clear();
     dialog.accept();
-    QVERIFY(messages.numbers().isEmpty());
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.clientId(), holder);
+    QCOMPARE(dialog.result(), int(QDialog::Accepted)); // no message kept it open
 
     RecordingPage page;
-    QVERIFY(RegisterCommands::saveRemovedClient(&page, holder));
+    QVERIFY(RegisterCommands::saveRemovedClient(&page, dialog.clientId()));
     QCOMPARE(page.calls, QStringList{QStringLiteral("removed %1").arg(holder)});
-    QCOMPARE(lib.count(QStringLiteral("SELECT UKAZOVAT FROM LIDE WHERE ID_LIDE_LIDE = %1").arg(holder)), 0);
     // The history stays; a removed client is found again and may be removed again.
     QCOMPARE(lib.rows("VRACENI", "ID_LIDE_VRACENI = ?", {holder}), 1);
     CDlgOdstraneniKlienta again;
     again.codeEdit()->setText(QStringLiteral("H1"));
     QVERIFY(again.check());
-    QVERIFY(!RegisterCommands::saveRemovedClient(&page, 999));
-    QCOMPARE(messages.numbers(), QList<int>{13});
 }
 
 void TestRegisterDialogs::clientLists()
@@ -631,16 +534,12 @@ void TestRegisterDialogs::clientLists()
     MessageRecorder messages;
     lib.addClient(QStringLiteral("Z1"), QStringLiteral("Jan"), QStringLiteral("Zeman"));
     const qint32 gone = lib.addClient(QStringLiteral("G1"), QStringLiteral("Ota"), QStringLiteral("Bartoš"));
-    const qint32 adam = lib.addClient(QStringLiteral("A1"), QStringLiteral("Eva"), QStringLiteral("Adamová"));
+    lib.addClient(QStringLiteral("A1"), QStringLiteral("Eva"), QStringLiteral("Adamová"));
     lib.addClient(QStringLiteral("C1"), QStringLiteral("Jiří"), QStringLiteral("Čech"));
     Registers::hideClient(gone);
 
     CDlgSeznamKlientu list;
     QAbstractItemModelTester tester(list.model());
-    QStringList codes = column(list.model(), 0);
-    codes.sort();
-    QCOMPARE(codes, words("A1 C1 Z1"));
-    QCOMPARE(list.model()->headerData(2, Qt::Horizontal).toString(), QStringLiteral("Příjmení"));
 
     // Enter on a row opens that client's details and leaves the list open.
     QVERIFY(showActive(&list));
@@ -648,32 +547,14 @@ void TestRegisterDialogs::clientLists()
     list.list()->setCurrentIndex(list.model()->index(adamRow, 0));
     list.list()->setFocus();
     QString shownCode;
-    onNextModal([&shownCode](QDialog *d) {
-        auto *details = qobject_cast<CDlgDetailyKlienta *>(d);
-        if (details)
-            shownCode = details->text(QStringLiteral("&Kód"));
-        d->accept();
+    onNextModal<CDlgDetailyKlienta>([&shownCode](CDlgDetailyKlienta *details) {
+        shownCode = details->text(QStringLiteral("&Kód"));
+        details->accept();
     });
-    QSignalSpy requested(&list, &CDlgSeznamKlientu::detailsRequested);
     QTest::keyClick(list.list(), Qt::Key_Return);
-    QCOMPARE(requested.count(), 1);
-    QCOMPARE(requested.first().first().toInt(), adam);
     QCOMPARE(shownCode, QStringLiteral("A1"));
     QVERIFY(list.isVisible());
 
-    CDlgVyberKlienta picker;
-    QCOMPARE(column(picker.model(), 0), words("Adamová Čech Zeman"));
-    QCOMPARE(column(picker.model(), 2), words("A1 C1 Z1"));
-    picker.list()->selectRow(1);
-    QCOMPARE(picker.chosenCode(), QStringLiteral("C1"));
-
-    onNextModal([](QDialog *d) {
-        auto *p = qobject_cast<CDlgVyberKlienta *>(d);
-        QVERIFY(p);
-        p->list()->selectRow(2);
-        p->accept();
-    });
-    QCOMPARE(pickClient(nullptr), std::optional<QString>(QStringLiteral("Z1")));
     onNextModal([](QDialog *d) { d->reject(); });
     QCOMPARE(pickClient(nullptr), std::nullopt);
 
