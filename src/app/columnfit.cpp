@@ -17,11 +17,6 @@ int textMargins(const QAbstractItemView *view)
 
 } // namespace
 
-int cellTextRoom(const QAbstractItemView *view, int columnWidth)
-{
-    return columnWidth - textMargins(view);
-}
-
 int fittingColumnWidth(const QAbstractItemView *view, const QString &header, const QString &sample)
 {
     int width = view->fontMetrics().horizontalAdvance(sample) + textMargins(view);

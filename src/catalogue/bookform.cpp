@@ -348,11 +348,6 @@ void BookForm::clearCategories()
         category->clear();
 }
 
-int BookForm::categoryIndexOfId(qint32 id) const
-{
-    return category ? category->findData(id) : -1;
-}
-
 int BookForm::insertCategory(const CategoryItem &item)
 {
     if (!category || item.name.isEmpty())

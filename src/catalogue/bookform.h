@@ -53,7 +53,6 @@ public:
     // the database fails), or empties it.
     bool fillCategories();
     void clearCategories();
-    int categoryIndexOfId(qint32 id) const;
     // Puts a new category into the sorted combo; returns its index, -1 when it cannot.
     int insertCategory(const CategoryItem &item);
 

@@ -39,7 +39,6 @@ public:
     void reset();   // "  Storno"
 
     bool isLoaded() const { return m_bookId != -1; }
-    qint32 loadedBookId() const { return m_bookId; }
     BookForm *form() const { return m_form; }
 
 private:

@@ -37,7 +37,6 @@ public:
     bool isOpen() const { return m_open; }
     int currentRow() const { return m_row; }
     int rowCount() const { return int(m_order.size()); }
-    qint32 shownBookId() const { return m_bookId; }
     BookForm *form() const { return m_form; }
     CRvEdit *clientField() const { return m_client; }
 

@@ -73,7 +73,6 @@ public:
     void update(); // writes the pending AddNew or Edit
     void cancelUpdate();
     void deleteRow();
-    bool isEditing() const { return m_editMode != EditMode::None; }
 
     // Default statement: the bracketed table name, "[KNIHY]" and so on.
     QString defaultSql() const { return QLatin1Char('[') + tableName() + QLatin1Char(']'); }
