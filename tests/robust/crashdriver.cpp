@@ -1,8 +1,8 @@
 // folivo_crashdriver DATA_DIR LOG_FILE RUN: opens the library and runs the core's writes in a
 // random loop until it is killed. Before each action it appends "BEGIN <kind>\t<before>\t<after>"
-// to the log, after the action's commit "DONE"; both go straight to the file with write(2), so a
-// SIGKILL loses nothing that was logged. <before> and <after> are statements that yield 1 when the
-// library is as it was before the action (every row the action touches, the counters included,
+// to the log, after the action's commit "DONE" (none when the core refused it); both go straight to the file
+// with write(2), so a SIGKILL loses nothing that was logged. <before> and <after> are statements that yield 1
+// when the library is as it was before the action (every row the action touches, the counters included,
 // exactly as read before it) or holds the whole action; a library cut off in the middle of the
 // action meets neither.
 #include "catalogue/bookcore.h"
@@ -175,8 +175,7 @@ private:
                         books.size()),
                    rows("KNIHY", idIn("ID_KNIHY_KNIHY", books) + QStringLiteral(" AND VYPUJCENO") + held,
                         books.size())});
-        lendBooks(client, 20260315, loan);
-        return true;
+        return lendBooks(client, 20260315, loan).done();
     }
 
     bool giveBack()
@@ -211,8 +210,7 @@ private:
                    rows("KNIHY", idIn("ID_KNIHY_KNIHY", bookIds) + QStringLiteral(" AND NOT VYPUJCENO"),
                         bookIds.size()),
                    rows("VYPUJCKY", loanRows + QStringLiteral(" AND VRACENO"), bookIds.size())});
-        returnBooks(20260316, books);
-        return true;
+        return returnBooks(20260316, books).done();
     }
 
     bool newBook()
@@ -239,13 +237,15 @@ private:
                         idIs("ID_KNIHY_KNIHY", id) + QStringLiteral(" AND KOD = ") + literal(e.code) +
                             QStringLiteral(" AND ") + idIs("PRIRUSTEK", e.accession),
                         1)});
-        addBook(e);
-        return true;
+        return addBook(e) >= 0;
     }
 
     bool correct()
     {
-        const qint32 book = one(QStringLiteral("SELECT ID_KNIHY_KNIHY FROM KNIHY ORDER BY RANDOM() LIMIT 1"));
+        // The corrections page loads only books in stock (a discarded one may sit in a removed
+        // category, which a correction refuses).
+        const qint32 book = one(
+            QStringLiteral("SELECT ID_KNIHY_KNIHY FROM KNIHY WHERE NOT VYRAZENO ORDER BY RANDOM() LIMIT 1"));
         const std::optional<BookRow> row = book < 0 ? std::nullopt : findBookById(book);
         if (!row)
             return false;
@@ -260,8 +260,7 @@ private:
                             QStringLiteral(" AND NAZEV = ") + literal(e.title) + QStringLiteral(" AND ") +
                             idIs("PRIRUSTEK", e.accession),
                         1)});
-        correctBook(book, e);
-        return true;
+        return correctBook(book, e);
     }
 
     bool remove()
@@ -278,8 +277,7 @@ private:
                   {rows("KNIHY", idIs("ID_KNIHY_KNIHY", book), 0),
                    rows("VYPUJCKY", idIs("ID_KNIHY_VYPUJCKY", book), 0),
                    rows("VRACENI", idIs("ID_KNIHY_VRACENI", book), 0)});
-        deleteBook(book);
-        return true;
+        return deleteBook(book);
     }
 
     bool move()
@@ -304,8 +302,7 @@ private:
                         idIn("ID_KNIHY_KNIHY", books) + QStringLiteral(" AND ") +
                             idIs("ID_KATEGORIE_KNIHY", category),
                         books.size())});
-        Registers::moveBooks(moves);
-        return true;
+        return Registers::moveBooks(moves);
     }
 
     int m_run;
