@@ -99,7 +99,11 @@ void TestCrash::killedAtRandomMoments()
 
         QFile log(logPath);
         QVERIFY(log.open(QIODevice::ReadOnly));
-        const QStringList lines = QString::fromUtf8(log.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        QString text = QString::fromUtf8(log.readAll());
+        // A kill can tear a long line that crosses a page of the file; the driver starts an action
+        // only once its line is written whole, so a torn last line stands for nothing begun.
+        text.truncate(text.lastIndexOf(u'\n') + 1);
+        const QStringList lines = text.split(u'\n', Qt::SkipEmptyParts);
         QString last;
         bool done = false;
         for (const QString &l : lines) {
