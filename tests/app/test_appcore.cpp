@@ -35,7 +35,8 @@ void TestAppCore::catalogue()
     QCOMPARE(messageText(57), QStringLiteral("Kniha s požadovaným kódem nebyla nalezena"));
     QCOMPARE(messageText(40), messageText(121));
     QCOMPARE(messageText(95), messageText(114));
-    QCOMPARE(messageText(65), messageText(76));
+    for (int n : {65, 76}) // "za seznamu", as the catalogue has it
+        QCOMPARE(messageText(n), QStringLiteral("Nevybrali jste žádnou knihu za seznamu!"));
     QCOMPARE(messageText(50), messageText(74));
     int informations = 0;
     for (int n = 1; n <= MessageCount; ++n) {
